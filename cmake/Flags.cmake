@@ -1,0 +1,42 @@
+# Compiler flags of everything here (eis_common) and of the product's objects (eis_product).
+add_library(eis_common INTERFACE)
+target_compile_options(eis_common INTERFACE -Wall -Wextra -Wshadow -Wvla -Werror -ffp-contract=off)
+target_include_directories(eis_common INTERFACE ${CMAKE_SOURCE_DIR})
+
+if(EIS_SANITIZE STREQUAL "address")
+    set(_sanitize -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+elseif(EIS_SANITIZE STREQUAL "thread")
+    set(_sanitize -fsanitize=thread -fno-omit-frame-pointer)
+elseif(EIS_SANITIZE)
+    message(FATAL_ERROR "EIS_SANITIZE must be empty, 'address' or 'thread', not '${EIS_SANITIZE}'")
+endif()
+if(_sanitize)
+    target_compile_options(eis_common INTERFACE ${_sanitize})
+    target_link_options(eis_common INTERFACE ${_sanitize})
+endif()
+if(EIS_COVERAGE)
+    target_compile_options(eis_common INTERFACE --coverage)
+    target_link_options(eis_common INTERFACE --coverage)
+endif()
+
+# The product is optimised in every configuration but debug: its bits must not depend on the level, its speed does.
+add_library(eis_product INTERFACE)
+target_link_libraries(eis_product INTERFACE eis_common)
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+    target_compile_options(eis_product INTERFACE -O3)
+endif()
+# Phone threads have small stacks. Instrumented frames are larger than what ships, so they are not measured.
+if(NOT EIS_SANITIZE AND NOT EIS_COVERAGE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+    target_compile_options(eis_product INTERFACE -Wframe-larger-than=65536)
+endif()
+
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+    # One static target: no dispatch, and no Highway library behind it.
+    target_compile_definitions(eis_common INTERFACE HWY_COMPILE_ONLY_STATIC)
+    set(EIS_HWY_LIBRARY "")
+else()
+    # Without the crypto extensions x86-64-v2 leaves exactly the targets SSE4, AVX2 and AVX3.
+    target_compile_options(eis_common INTERFACE -march=x86-64-v2)
+    target_compile_definitions(eis_common INTERFACE HWY_DISABLE_PCLMUL_AES)
+    set(EIS_HWY_LIBRARY hwy)
+endif()

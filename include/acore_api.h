@@ -1,0 +1,39 @@
+/* The exported surface of libkelvane_eis_ap.
+
+   A host installs its three callbacks, then calls entries with a pointer to a parameter block in memory that it shares
+   with the DSP. An entry converts the block's device addresses, makes its inputs coherent, works on the caller's thread
+   and on threads that it joins, flushes its outputs and returns a status. Every entry logs through __android_log_print
+   under the tag "EIS_AP". */
+#ifndef ACORE_API_H
+#define ACORE_API_H
+
+#include "acore_types.h"
+#include "file_blocks.h"
+#include "registration_blocks.h"
+#include "scale_block.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Set-up. All three must be installed before the first entry runs; a later call replaces the earlier value. */
+void setIO2VAConverter(IO2VAConverter converter);
+void setGraphicBufferInvalidater(BufferMaintainer invalidater);
+void setGraphicBufferFlusher(BufferMaintainer flusher);
+
+/* File access on behalf of the DSP. 0; -999 when the file does not open or a buffer to read into is null; -998 when the
+   buffer of ivp_fwrite_align is null. Short reads and writes are not reported. */
+ret_status ivp_fread(const ST_FILE_BLOCK* block);
+ret_status ivp_fwrite(const ST_FILE_BLOCK* block);
+ret_status ivp_fread_align(const ST_FILE_ALIGN_BLOCK* block);
+ret_status ivp_fwrite_align(const ST_FILE_ALIGN_BLOCK* block);
+
+/* Crops and scales a planar YUV 4:2:0 picture with fixed-point bilinear interpolation (12-bit weights, truncating).
+   0; -998 when an address does not convert; -1000 when there is no memory. */
+ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* block);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,53 @@
+/* Types that cross the boundary between a host and libkelvane_eis_ap. */
+#ifndef ACORE_TYPES_H
+#define ACORE_TYPES_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Outcome of an entry: 0 done, positive a result that the caller can live with, negative a failure of the call. */
+typedef int32_t ret_status;
+
+enum {
+    retStsOK = 0,
+    retStsNotEnoughKeypoints = 3, /* this pair of frames cannot be registered; not an error of the call */
+    retStsThreadError = -997,     /* a worker could not be started */
+    retStsBadAddress = -998,      /* a device address did not convert, or a parameter was rejected */
+    retStsFileError = -999,       /* a file could not be opened or loaded */
+    retStsNoMemory = -1000        /* an allocation failed */
+};
+
+/* An address in the DSP's view of memory: opaque, valid only through the host's converter. */
+typedef uint32_t DeviceAddress;
+
+/* Host callbacks. The converter maps a device address to a pointer, or null when it cannot be mapped. The two
+   maintainers get any address inside a buffer: the invalidater discards the CPU's cached view of it before the library
+   reads, the flusher writes the CPU's view back after the library has written. */
+typedef void* (*IO2VAConverter)(DeviceAddress deviceAddress);
+typedef void (*BufferMaintainer)(void* address);
+
+/* A planar YUV 4:2:0 picture as it stands in a parameter block: seven 32-bit words. */
+typedef struct ST_PICTURE_DEV {
+    int32_t width;          /* luma pixels */
+    int32_t height;         /* luma pixels */
+    int32_t stride;         /* luma bytes a row; an entry may replace it by a pitch of its own */
+    DeviceAddress pData[3]; /* luma, first chroma, second chroma */
+    int32_t format;         /* registration accepts only 2 */
+} ST_PICTURE_DEV;
+
+/* The host's own allocator for large denoise buffers. The tag is always "huefuse_AP", the last argument zero.
+   It must be callable from four threads at once and stay valid for the life of the process. */
+typedef struct MemAllocatorTable {
+    void* (*alloc)(uint32_t size, const char* tag, uintptr_t zero);
+    void (*free)(void* memory, const char* tag, uintptr_t zero);
+    void* (*lookup)(void* base); /* buffer object of a virtual base address, or null; may be absent (null) */
+} MemAllocatorTable;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,62 @@
+/* Parameter blocks of RansacEst_AcoreAPI_EIS and Ransac_Regis_AcoreAPI_EIS. */
+#ifndef REGISTRATION_BLOCKS_H
+#define REGISTRATION_BLOCKS_H
+
+#include "acore_types.h"
+
+/* Index-aligned point arrays: pairs of 32-bit floats (x, y) in pixels. */
+typedef struct ST_MATCH_PAIRS_DEV {
+    DeviceAddress pRefPoints;
+    DeviceAddress pCurPoints;
+    int32_t pointNum; /* in: must exceed 4; out: the pairs left */
+} ST_MATCH_PAIRS_DEV;
+
+/* A k-nearest-neighbour result and the keypoint tables that it indexes: eleven 32-bit words. A keypoint is a row of
+   three signed 32-bit words: x, y (in 1/64 pixel once multiplied by coordScale) and one that is not read. */
+typedef struct RansacEstParaContext {
+    ST_MATCH_PAIRS_DEV stMatchPairs; /* arrays with room for matchNum pairs; both are rewritten */
+    DeviceAddress pCurIndex;         /* matchNum signed 16-bit indices into pCurKeypoints */
+    DeviceAddress pRefIndex;         /* matchNum signed 16-bit indices into pRefKeypoints */
+    DeviceAddress pDistance;         /* matchNum signed 32-bit distances, 2147483647 for a missing one */
+    int32_t matchNum;
+    int32_t coordScale;
+    float ratio; /* of the test between the best and the second best distance of one reference point */
+    DeviceAddress pRefKeypoints;
+    DeviceAddress pCurKeypoints;
+} RansacEstParaContext;
+
+/* Frame numbers: 0 is the reference, idx 1 to 3 the frame of a call. */
+enum { kRegistrationMaxFrames = 4 };
+
+typedef struct ST_REGISTRATION_PAIR_DEV {
+    DeviceAddress pRefPoints; /* the arrays of stMatchPairs again */
+    DeviceAddress pCurPoints;
+    uint32_t reserved;
+} ST_REGISTRATION_PAIR_DEV;
+
+/* Input block. Width, height and format of frame 0 stand for all pictures; of the others only the planes are read. Rows
+   of luma lie (width + 127) & ~127 bytes apart, rows of chroma (width / 2 + 127) & ~127. */
+typedef struct ST_REGISTRATION_IN_BLOCK {
+    ST_PICTURE_DEV astInImg[kRegistrationMaxFrames];
+    uint32_t reserved;                                             /* word 28, not read */
+    ST_REGISTRATION_PAIR_DEV astPairs[kRegistrationMaxFrames - 1]; /* from word 29, for idx 1, 2, 3 */
+} ST_REGISTRATION_IN_BLOCK;
+
+/* Output block. Of each picture only the planes are read. */
+typedef struct ST_REGISTRATION_OUT_BLOCK {
+    ST_PICTURE_DEV astOutImg[kRegistrationMaxFrames];
+    uint32_t reserved[34];
+    DeviceAddress pStatus; /* word 62: a signed 32-bit word that receives the outcome, 3 for a refusal */
+} ST_REGISTRATION_OUT_BLOCK;
+
+/* Call block: six 32-bit words. */
+typedef struct ST_RANSAC_REGIS_BLOCK {
+    DeviceAddress pRansacEstParaContext;
+    DeviceAddress stImgRegistrationParamsIn;
+    DeviceAddress stImgRegistrationParamsOut;
+    int32_t idx;               /* 1 to 3 */
+    int32_t lumaOnly;          /* non-zero: warp and flush luma alone */
+    DeviceAddress pHomography; /* nine 32-bit floats, row-major; written (identity) only when under 8 pairs are left */
+} ST_RANSAC_REGIS_BLOCK;
+
+#endif

@@ -1,0 +1,24 @@
+/* Parameter block of Scale_Bilinear_AcoreAPI. */
+#ifndef SCALE_BLOCK_H
+#define SCALE_BLOCK_H
+
+#include "acore_types.h"
+
+/* Eleven 32-bit words. Sizes and strides are those of luma. Chroma planes have half the width and height (truncated)
+   and a row pitch of (stride / 2 + 127) & ~127; the second chroma plane stands right behind the first, pitch * (height
+   / 2) bytes on. For a crop, point the source addresses at its first pixel and keep the larger picture's stride. */
+typedef struct ST_SCALE_BLOCK {
+    int32_t dstWidth;
+    int32_t dstHeight;
+    int32_t dstStride; /* at least dstWidth */
+    int32_t srcWidth;
+    int32_t srcHeight;
+    int32_t srcStride;
+    int32_t border; /* must be 2 */
+    DeviceAddress Yin;
+    DeviceAddress Uvin;
+    DeviceAddress Yout;
+    DeviceAddress Uvout;
+} ST_SCALE_BLOCK;
+
+#endif
