@@ -1,0 +1,13 @@
+// The subcommands of eis-host. Each function adds one to the command line, with a callback that runs it; a callback
+// reports failure by throwing HostError, or CLI::RuntimeError for an exit code without a message.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace eishost {
+
+void addSynthCommand(CLI::App& app);
+
+}  // namespace eishost

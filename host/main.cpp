@@ -1,0 +1,41 @@
+// eis-host: the command line that plays the DSP.
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+
+#include "host/commands.h"
+#include "host/exit_codes.h"
+
+namespace {
+
+int run(int argc, char** argv) {
+    CLI::App app{"Plays the vision DSP for libkelvane_eis_ap: registers and scales pictures, makes test bursts."};
+    app.name("eis-host");
+    app.require_subcommand(1);
+    app.footer(
+        "Exit codes: 0 done, 1 usage, 2 unreadable input, 3 unsuitable input, 4 unwritable output,\n"
+        "            5 error status from the library, 6 internal error.");
+    eishost::addSynthCommand(app);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::RuntimeError& error) {
+        return error.get_exit_code();
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? eishost::kExitOk : eishost::kExitUsage;
+    }
+    return eishost::kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const eishost::HostError& error) {
+        std::cerr << "eis-host: " << error.what() << '\n';
+        return error.code;
+    } catch (const std::exception& error) {
+        std::cerr << "eis-host: internal error: " << error.what() << '\n';
+        return eishost::kExitInternal;
+    }
+}
