@@ -8,6 +8,7 @@
 #define ACORE_API_H
 
 #include "acore_types.h"
+#include "control_blocks.h"
 #include "file_blocks.h"
 #include "registration_blocks.h"
 #include "scale_block.h"
@@ -31,6 +32,19 @@ ret_status ivp_fwrite_align(const ST_FILE_ALIGN_BLOCK* block);
 /* Crops and scales a planar YUV 4:2:0 picture with fixed-point bilinear interpolation (12-bit weights, truncating).
    0; -998 when an address does not convert; -1000 when there is no memory. */
 ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* block);
+
+/* Computes the tables of the fast denoiser from six strengths into the block's 4096-byte buffer, and logs its cost.
+   Each table is a form of coring: a difference of size k corrects by k * (1 - k / span)^e, where the strength sets e,
+   so that small differences correct in full and large ones not at all. A strength of none gives zeros. The luma, chroma
+   and shading curves carry five fractional bits, threshold and tail none. Strengths beyond their ranges are not
+   rejected. Always 0; when the address does not convert, nothing is written. */
+ret_status CalcFastDn2dControl_AcoreAPI(const ST_FAST_DN2D_CONTROL* fastDn2dControl);
+
+/* Computes three shrink tables (coefficient k in -511..511 to what is left of it) and two luma curves from six
+   strengths into the block's buffer. When memAllocator is not 0 it installs that table for the large buffers of the
+   denoise entries; do not run it at the same time as one of these. 0; -998 when the address does not convert, with
+   nothing written or installed. */
+ret_status CalcShrinkLUTDnCoef(const ST_SHRINK_LUT_CONTROL* block);
 
 #ifdef __cplusplus
 }
