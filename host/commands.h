@@ -8,6 +8,7 @@ class App;
 
 namespace eishost {
 
+void addScaleCommand(CLI::App& app);
 void addSynthCommand(CLI::App& app);
 
 }  // namespace eishost

@@ -1,0 +1,97 @@
+#include <gtest/gtest.h>
+
+#include <opencv2/imgproc.hpp>
+
+#include "host/exit_codes.h"
+#include "host/picture.h"
+#include "tests/hostcli/cli.h"
+#include "tests/hosttools/scratch_folder.h"
+
+namespace eishost {
+namespace {
+
+// Every sample of a plane differs from its neighbours, and the planes from each other.
+Picture testPicture(int width, int height) {
+    Picture picture(width, height);
+    for (int plane = 0; plane < 3; ++plane) {
+        cv::Mat samples = picture.mat(plane);
+        for (int y = 0; y < samples.rows; ++y) {
+            for (int x = 0; x < samples.cols; ++x) {
+                samples.at<std::uint8_t>(y, x) = static_cast<std::uint8_t>(x * 7 + y * 13 + plane * 85);
+            }
+        }
+    }
+    return picture;
+}
+
+TEST(ScaleCommand, KeepsAPictureOfEqualSize) {
+    const ScratchFolder folder;
+    const Picture picture = testPicture(150, 98);
+    savePicture(folder.file("in.y4m"), picture);
+    const CliResult result = runCli("scale " + folder.file("in.y4m") + " " + folder.file("out.y4m") + " --size 150x98");
+    ASSERT_EQ(result.exitCode, kExitOk) << result.err;
+    const Picture scaled = loadPicture(folder.file("out.y4m"));
+    for (int plane = 0; plane < 3; ++plane) EXPECT_EQ(scaled.planes[plane], picture.planes[plane]) << plane;
+}
+
+TEST(ScaleCommand, CropsAllPlanesAtTheSamePlace) {
+    const ScratchFolder folder;
+    const Picture picture = testPicture(300, 200);
+    savePicture(folder.file("in.yuv"), picture);
+    const CliResult result = runCli("scale --raw-size 300x200 --crop 34,58,160,90 --size 160x90 " +
+                                    folder.file("in.yuv") + " " + folder.file("out.y4m"));
+    ASSERT_EQ(result.exitCode, kExitOk) << result.err;
+    const Picture cropped = loadPicture(folder.file("out.y4m"));
+    for (int plane = 0; plane < 3; ++plane) {
+        const int part = plane == 0 ? 1 : 2;
+        const cv::Rect area(34 / part, 58 / part, 160 / part, 90 / part);
+        EXPECT_EQ(cv::norm(cropped.mat(plane), picture.mat(plane)(area), cv::NORM_INF), 0) << plane;
+    }
+}
+
+TEST(ScaleCommand, HalvesEveryPictureOfAPipe) {
+    const ScratchFolder folder;
+    const std::vector<Picture> pictures{testPicture(64, 64), testPicture(64, 64)};
+    savePictures(folder.file("in.y4m"), pictures);
+    const CliResult result = runCli("scale - - --size 32x32 <" + folder.file("in.y4m"));
+    ASSERT_EQ(result.exitCode, kExitOk) << result.err;
+    const std::vector<Picture> halves = loadPictures(folder.write("out.y4m", result.out));
+    ASSERT_EQ(halves.size(), 2u);
+    cv::Mat means;
+    cv::resize(pictures[0].mat(0), means, {32, 32}, 0, 0, cv::INTER_AREA);
+    EXPECT_LE(cv::norm(halves[1].mat(0), means, cv::NORM_INF), 1);  // the entry truncates
+}
+
+TEST(ScaleCommand, RefusesWhatItCannotScale) {
+    const ScratchFolder folder;
+    const std::string in = folder.file("in.y4m");
+    const std::string out = folder.file("out.png");
+    savePicture(in, testPicture(64, 48));
+    const struct {
+        std::string arguments;
+        int exitCode;
+    } cases[] = {
+        {"scale " + in + " " + out + " --size 33x32", kExitUsage},
+        {"scale " + in + " " + out + " --size 0x0", kExitUsage},
+        {"scale " + in + " " + out + " --size big", kExitUsage},
+        {"scale " + in + " " + out + " --size 32x32 --crop 1,2,4,4", kExitUsage},
+        {"scale " + in + " " + out + " --size 32x32 --crop 0,0,4", kExitUsage},
+        {"scale " + in + " " + out + " --size 32x32 --crop 40,0,32,32", kExitUnsuitable},
+        {"scale " + in + " " + out + " --size 32x32 --crop -2,0,32,32", kExitUnsuitable},
+        {"scale " + in + " " + out + " --size 32x32 --crop 0,0,2147483646,2", kExitUnsuitable},
+        {"scale " + folder.file("none.png") + " " + out + " --size 32x32", kExitUnreadable},
+        {"scale " + folder.write("text.png", "not a picture") + " " + out + " --size 32x32", kExitUnreadable},
+        {"scale " + folder.write("short.yuv", std::string(100, 'x')) + " " + out + " --size 32x32 --raw-size 64x48",
+         kExitUnreadable},
+        {"scale " + in + " " + folder.file("nowhere/out.png") + " --size 32x32", kExitUnwritable},
+        {"scale " + in + " " + folder.file("out.gif") + " --size 32x32", kExitUsage},
+    };
+    for (const auto& [arguments, exitCode] : cases) {
+        const CliResult result = runCli(arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << arguments << '\n' << result.err;
+        EXPECT_EQ(result.errorLines(), 1) << arguments << '\n' << result.err;
+    }
+}
+
+}  // namespace
+}  // namespace eishost
