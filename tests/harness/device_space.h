@@ -1,0 +1,68 @@
+// The DSP's view of memory: buffers under 32-bit device addresses, and the host's three callbacks.
+//
+// Each callback is recorded in the journal of events.h as "convert NAME", "invalidate NAME" or "flush NAME", with
+// "+OFFSET" for an address inside a buffer, "null" for a null pointer and "?" for one that no buffer holds. A callback
+// from a thread other than the space's fails the test.
+#pragma once
+
+#include <pthread.h>
+
+#include <list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "include/acore_types.h"
+
+namespace eis::test {
+
+// Installs the callbacks while it lives. One at a time.
+class DeviceSpace {
+  public:
+    DeviceSpace();
+    DeviceSpace(const DeviceSpace&) = delete;
+    DeviceSpace& operator=(const DeviceSpace&) = delete;
+    ~DeviceSpace();
+
+    // Places memory of the caller's in the space. Addresses are never zero and have the top bit set.
+    DeviceAddress add(const std::string& name, const void* memory, size_t bytes);
+    template <class T>
+    DeviceAddress addObject(const std::string& name, const T& object) {
+        return add(name, &object, sizeof object);
+    }
+    template <class Range>
+    DeviceAddress addRange(const std::string& name, const Range& range) {
+        return add(name, range.data(), range.size() * sizeof(*range.data()));
+    }
+    // Places a null-terminated copy.
+    DeviceAddress addText(const std::string& name, std::string_view text);
+
+    // Makes the addresses of a buffer convert to null, or convert again. An address of no buffer converts to null.
+    void refuse(const std::string& name);
+    void allow();
+
+    // The calling thread becomes the one that callbacks may come from.
+    void adoptThread();
+
+  private:
+    struct Buffer {
+        std::string name;
+        uint8_t* memory;
+        size_t bytes;
+        DeviceAddress address;
+        bool refused;
+    };
+
+    static void* convert(DeviceAddress address);
+    static void invalidate(void* address);
+    static void flush(void* address);
+    void record(const char* what, const std::string& where) const;
+    std::string nameOf(const void* address) const;
+
+    std::vector<Buffer> buffers_;
+    std::list<std::vector<char>> texts_;
+    DeviceAddress next_ = 0xA0000000u;
+    pthread_t thread_;
+};
+
+}  // namespace eis::test
