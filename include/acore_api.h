@@ -29,6 +29,17 @@ ret_status ivp_fwrite(const ST_FILE_BLOCK* block);
 ret_status ivp_fread_align(const ST_FILE_ALIGN_BLOCK* block);
 ret_status ivp_fwrite_align(const ST_FILE_ALIGN_BLOCK* block);
 
+/* Cleans match pairs: builds float pairs from a k-nearest-neighbour result, drops repeated reference points by a ratio
+   test and keeps the inliers of a RANSAC homography, in order, at the front of both arrays; pointNum becomes their
+   number. 0; 3 when fewer than five pairs are left; -998 when an address does not convert; -1000. */
+ret_status RansacEst_AcoreAPI_EIS(RansacEstParaContext* block);
+
+/* Registers frame idx onto the reference frame: cleans its pairs as above, fits a homography, warps the frame into
+   output picture idx, or copies it as it is when it cannot be aligned. The outcome stands in the status word: 0 warped,
+   3 copied. 0, whether warped or copied; -997 when the copy's threads could not be started; -998 when an address does
+   not convert or the format is not 2; -1000. */
+ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK* block);
+
 /* Crops and scales a planar YUV 4:2:0 picture with fixed-point bilinear interpolation (12-bit weights, truncating).
    0; -998 when an address does not convert; -1000 when there is no memory. */
 ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* block);

@@ -48,7 +48,9 @@ WorkLayout layoutFor(const ST_SCALE_BLOCK& block, int64_t border) {
 }
 
 // Borders that a work buffer can be had for: a wider one alone would take terabytes, and overflow the sizes.
-bool borderFits(int32_t border) { return border >= 0 && border <= 1 << 20; }
+bool borderFits(int32_t border) {
+    return border >= 0 && border <= 1 << 20;
+}
 
 // Bytes to allocate. The sampler's own layout always has a border of 2, and a negative stride takes no room from it.
 int64_t workBytes(const ST_SCALE_BLOCK& block, const WorkLayout& layout) {

@@ -1,0 +1,93 @@
+// The entry that cleans match pairs.
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "include/acore_api.h"
+#include "libCore/core/source/export.h"
+#include "libCore/core/source/log.h"
+#include "libCore/core/source/match_pairs.h"
+#include "libCore/core/source/memory.h"
+#include "libCore/core/source/ransac_estimation.h"
+#include "libCore/core/source/slots.h"
+#include "libCore/core/source/wire.h"
+
+namespace eis {
+
+namespace {
+
+static_assert(sizeof(RansacEstParaContext) == 44 && offsetof(RansacEstParaContext, stMatchPairs) == 0 &&
+              offsetof(ST_MATCH_PAIRS_DEV, pCurPoints) == 4 && offsetof(ST_MATCH_PAIRS_DEV, pointNum) == 8 &&
+              offsetof(RansacEstParaContext, pCurIndex) == 12 && offsetof(RansacEstParaContext, pRefIndex) == 16 &&
+              offsetof(RansacEstParaContext, pDistance) == 20 && offsetof(RansacEstParaContext, matchNum) == 24 &&
+              offsetof(RansacEstParaContext, coordScale) == 28 && offsetof(RansacEstParaContext, ratio) == 32 &&
+              offsetof(RansacEstParaContext, pRefKeypoints) == 36 &&
+              offsetof(RansacEstParaContext, pCurKeypoints) == 40);
+
+constexpr int kMinPairs = 5;
+constexpr RansacParams kParams{150, 15.0F, 0.9995F};
+
+void storePointNum(RansacEstParaContext* block, int32_t pointNum) {
+    storeUnaligned(reinterpret_cast<uint8_t*>(block) + offsetof(RansacEstParaContext, stMatchPairs.pointNum), pointNum);
+}
+
+}  // namespace
+
+}  // namespace eis
+
+using namespace eis;
+
+EIS_EXPORT ret_status RansacEst_AcoreAPI_EIS(RansacEstParaContext* block) {
+    EIS_LOG_INFO("enter func %s\n", __func__);
+    FunInvalidBuff(block);
+    EIS_LOG_INFO("ransac FunInvalidBuff done");
+    const auto words = loadUnaligned<RansacEstParaContext>(block);
+
+    ST_MATCH_PAIRS pairs{};
+    pairs.pCurPoints = convertTo<float>(words.stMatchPairs.pCurPoints);
+    pairs.pRefPoints = convertTo<float>(words.stMatchPairs.pRefPoints);
+    if (pairs.pCurPoints == nullptr || pairs.pRefPoints == nullptr) {
+        EIS_LOG_ERROR("ransac RansacEstimation convert adrr Invalid\n");
+        return retStsBadAddress;
+    }
+    FunInvalidBuff(pairs.pRefPoints);
+    EIS_LOG_INFO("ransac received match point num = %d", words.stMatchPairs.pointNum);
+    if (words.stMatchPairs.pointNum < kMinPairs) {
+        EIS_LOG_ERROR("ransac RansacEstimation: not enough keypoints = %d\n", words.stMatchPairs.pointNum);
+        return retStsNotEnoughKeypoints;
+    }
+
+    KnnResult knn{};
+    knn.pDistance = FunConvert2Addr(words.pDistance);
+    knn.pCurIndex = FunConvert2Addr(words.pCurIndex);
+    knn.pRefIndex = FunConvert2Addr(words.pRefIndex);
+    knn.pRefKeypoints = FunConvert2Addr(words.pRefKeypoints);
+    knn.pCurKeypoints = FunConvert2Addr(words.pCurKeypoints);
+    knn.matchNum = words.matchNum;
+    knn.coordScale = words.coordScale;
+    if (knn.pDistance == nullptr || knn.pCurIndex == nullptr || knn.pRefIndex == nullptr ||
+        knn.pRefKeypoints == nullptr || knn.pCurKeypoints == nullptr) {
+        EIS_LOG_ERROR("ransac RansacEstimation knnResult convert adrr Invalid\n");
+        return retStsBadAddress;
+    }
+    BuildMatchPairs(knn, pairs);
+
+    const int64_t bytes = kRansacScratchPerPair * words.matchNum;
+    const Scratch<uint8_t> scratch(bytes == 0 ? 1 : bytes, __func__);
+    if (!scratch) {
+        EIS_LOG_INFO("ransac malloc failed!");
+        return retStsNoMemory;
+    }
+    std::memset(scratch.get(), 0, static_cast<size_t>(words.matchNum));
+    pairs.pointNum = FilterDuplicateMatches(knn, pairs, words.ratio, scratch.get());
+    if (pairs.pointNum < kMinPairs) {
+        storePointNum(block, pairs.pointNum);
+        return retStsNotEnoughKeypoints;
+    }
+    // The model is dropped: registration fits its own to the cleaned pairs. So is the status, for pairs of which no
+    // usable sample can be drawn stay as they are.
+    float homography[9] = {};
+    (void)RansacEstimation(&pairs, homography, &kParams, scratch.get());
+    storePointNum(block, pairs.pointNum);
+    return retStsOK;
+}
