@@ -1,0 +1,103 @@
+// The memory routines: every status, and what it leaves in the destination.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <string>
+
+#include "bounded/bounded_memory.h"
+
+namespace eis {
+namespace {
+
+constexpr size_t kTooLarge = kMaxBoundedSize + 1;
+
+struct CopyCase {
+    const char* name;
+    int destAt;  // indices into one area of 16 bytes "0123456789abcdef"; -1 is a null pointer
+    size_t destMax;
+    int srcAt;
+    size_t count;
+    BoundedStatus copied;  // of memcpy_s
+    BoundedStatus moved;   // of memmove_s
+    const char* afterCopy;
+    const char* afterMove;
+};
+
+constexpr char kArea[] = "0123456789abcdef";
+
+const CopyCase kCopyCases[] = {
+    {"whole", 0, 4, 8, 4, 0, 0, "89ab456789abcdef", "89ab456789abcdef"},
+    {"less than fits", 0, 8, 8, 2, 0, 0, "8923456789abcdef", "8923456789abcdef"},
+    {"nothing", 0, 4, 8, 0, 0, 0, kArea, kArea},
+    {"no size comes before all else", -1, 0, -1, 9, 34, 34, kArea, kArea},
+    {"size beyond the largest", 0, kTooLarge, 8, 4, 34, 34, kArea, kArea},
+    {"null destination", -1, 4, -1, 4, 22, 22, kArea, kArea},
+    {"null source, even of nothing", 0, 4, -1, 0, 150, 150, "....456789abcdef", "....456789abcdef"},
+    {"null source and a count too large", 0, 4, -1, 5, 150, 150, "....456789abcdef", "....456789abcdef"},
+    {"count too large clears all of it", 0, 8, 8, 9, 162, 162, "........89abcdef", "........89abcdef"},
+    {"count too large onto itself", 4, 4, 4, 5, 162, 162, "0123....89abcdef", "0123....89abcdef"},
+    {"onto itself", 4, 4, 4, 4, 0, 0, kArea, kArea},
+    {"source begins inside", 0, 6, 3, 4, 182, 0, "......6789abcdef", "3456456789abcdef"},
+    {"destination begins inside", 3, 6, 0, 4, 182, 0, "012......9abcdef", "0120123789abcdef"},
+    {"side by side", 0, 4, 4, 4, 0, 0, "4567456789abcdef", "4567456789abcdef"},
+    {"nothing, from inside", 0, 4, 1, 0, 0, 0, kArea, kArea},
+};
+
+template <class Copy>
+void runCopies(Copy copy, BoundedStatus CopyCase::*status, const char* CopyCase::*after) {
+    for (const CopyCase& c : kCopyCases) {
+        SCOPED_TRACE(c.name);
+        char area[sizeof kArea];
+        std::memcpy(area, kArea, sizeof area);
+        EXPECT_EQ(
+            copy(c.destAt < 0 ? nullptr : area + c.destAt, c.destMax, c.srcAt < 0 ? nullptr : area + c.srcAt, c.count),
+            c.*status);
+        std::string seen(area, 16);
+        for (char& byte : seen) byte = byte == '\0' ? '.' : byte;
+        EXPECT_EQ(seen, c.*after);
+    }
+}
+
+TEST(BoundedMemory, Copies) {
+    runCopies(memcpy_s, &CopyCase::copied, &CopyCase::afterCopy);
+}
+
+TEST(BoundedMemory, Moves) {
+    runCopies(memmove_s, &CopyCase::moved, &CopyCase::afterMove);
+}
+
+TEST(BoundedMemory, Fills) {
+    const struct {
+        size_t destMax, count, filled;
+        bool isNull;
+        BoundedStatus status;
+    } cases[] = {
+        {8, 8, 8, false, 0},  {8, 3, 3, false, 0},          {8, 0, 0, false, 0}, {8, 9, 8, false, 162},
+        {0, 0, 0, false, 34}, {kTooLarge, 1, 0, false, 34}, {0, 1, 0, true, 34}, {8, 1, 0, true, 22},
+        {8, 9, 0, true, 22},  {8, SIZE_MAX, 8, false, 162},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.destMax << " " << c.count);
+        std::array<unsigned char, 10> area{};
+        EXPECT_EQ(memset_s(c.isNull ? nullptr : area.data(), c.destMax, 0x155, c.count), c.status);
+        for (size_t i = 0; i < area.size(); ++i) EXPECT_EQ(area[i], i < c.filled ? 0x55 : 0) << i;
+    }
+}
+
+TEST(BoundedMemory, VersionText) {
+    char text[32] = "left";
+    uint16_t number = 0;
+    getBoundedLibVersion(text, sizeof text, &number);
+    EXPECT_STREQ(text, "Orvanta Secure C 1.8");
+    EXPECT_EQ(number, 264);
+    getBoundedLibVersion(text, 20, nullptr);
+    EXPECT_STREQ(text, "") << "one character too small";
+    text[0] = 'x';
+    getBoundedLibVersion(text, 0, &number);
+    getBoundedLibVersion(nullptr, 5, nullptr);
+    EXPECT_EQ(text[0], 'x');
+}
+
+}  // namespace
+}  // namespace eis

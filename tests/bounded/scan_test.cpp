@@ -1,0 +1,182 @@
+// The scan engine: beside the platform's own where both are defined, and alone where they differ.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+#include "bounded/bounded_scan.h"
+
+namespace eis {
+namespace {
+
+// Left out: "0x" without a digit, which the platform takes for a zero and this engine for a zero ahead of an x.
+TEST(BoundedScan, IntegersAsThePlatform) {
+    const char* texts[] = {"12",   "  -7x", "+5",  "0x1F", "017", "-",  "+-1",   "abc", "0",       "00012",
+                           "12.5", "\t\n3", "1 2", "08",   "1e3", "  ", "\v\f9", "-0",  "7fffffff"};
+    for (const char letter : std::string("dioux")) {
+        for (const char* prefix : {"%", "%3", "%*", "%1"}) {
+            const std::string format = std::string(prefix) + letter + "%n";
+            for (const char* text : texts) {
+                SCOPED_TRACE(format + " of '" + text + "'");
+                int ours[2] = {-99, -99};
+                int theirs[2] = {-99, -99};
+                if (prefix[1] == '*') {
+                    EXPECT_EQ(sscanf_s(text, format.c_str(), &ours[1]), std::sscanf(text, format.c_str(), &theirs[1]));
+                } else {
+                    EXPECT_EQ(sscanf_s(text, format.c_str(), &ours[0], &ours[1]),
+                              std::sscanf(text, format.c_str(), &theirs[0], &theirs[1]));
+                }
+                EXPECT_EQ(ours[0], theirs[0]);
+                EXPECT_EQ(ours[1], theirs[1]);
+            }
+        }
+    }
+}
+
+TEST(BoundedScan, FloatsAsThePlatform) {
+    const char* texts[] = {"0.2",
+                           "-100",
+                           ".5",
+                           "5.",
+                           ".",
+                           "-.",
+                           "1e",
+                           "1e+",
+                           "1e-3x",
+                           "1.5e2e3",
+                           "e5",
+                           "0x1p4",
+                           "0x",
+                           "0x1.8",
+                           "inf",
+                           "-INF",
+                           "infi",
+                           "Infinity",
+                           "nan",
+                           "na",
+                           "nan(1)",
+                           "1e40",
+                           "-1e40",
+                           "1e-60",
+                           "  7",
+                           "abc",
+                           "1,5",
+                           "1..2",
+                           "0.1.2",
+                           "+3",
+                           "--3",
+                           "16777217.0000001",
+                           "0.333333333333333333333333333333333333333333333333333333333333333333333"};
+    for (const char* format : {"%f%n", "%3f%n", "%1f%n"}) {
+        for (const char* text : texts) {
+            SCOPED_TRACE(std::string(format) + " of '" + text + "'");
+            float ours = -99;
+            float theirs = -99;
+            int ourEnd = -99;
+            int theirEnd = -99;
+            EXPECT_EQ(sscanf_s(text, format, &ours, &ourEnd), std::sscanf(text, format, &theirs, &theirEnd));
+            EXPECT_EQ(std::bit_cast<uint32_t>(ours), std::bit_cast<uint32_t>(theirs)) << ours << " " << theirs;
+            EXPECT_EQ(ourEnd, theirEnd);
+        }
+    }
+    double wide = 0;
+    EXPECT_EQ(sscanf_s("0.1", "%lf", &wide), 1);
+    EXPECT_EQ(wide, 0.1);
+}
+
+TEST(BoundedScan, LimitsOfEachLength) {
+    const char* low = "-99999999999999999999";
+    const char* high = "99999999999999999999";
+    signed char c = 0;
+    short h = 0;
+    int i = 0;
+    long l = 0;
+    long long q = 0;
+    unsigned char uc = 0;
+    unsigned u = 0;
+    unsigned long long uq = 0;
+    EXPECT_EQ(sscanf_s(low, "%hhd", &c) + sscanf_s(high, "%hd", &h) + sscanf_s(low, "%d", &i) +
+                  sscanf_s(high, "%ld", &l) + sscanf_s(low, "%lld", &q),
+              5);
+    EXPECT_EQ(c, SCHAR_MIN);
+    EXPECT_EQ(h, SHRT_MAX);
+    EXPECT_EQ(i, INT_MIN);
+    EXPECT_EQ(l, LONG_MAX);
+    EXPECT_EQ(q, LLONG_MIN);
+    EXPECT_EQ(sscanf_s("256 -1 -18446744073709551616", "%hhu%u%llu", &uc, &u, &uq), 3);
+    EXPECT_EQ(uc, 255);
+    EXPECT_EQ(u, 4294967295u) << "a negative number wraps";
+    EXPECT_EQ(uq, ULLONG_MAX) << "unless its magnitude does not fit";
+    EXPECT_EQ(sscanf_s("2147483648 -2147483649", "%d%d", &i, &i), 2);
+    EXPECT_EQ(i, INT_MIN);
+    EXPECT_EQ(sscanf_s("2147483648", "%d", &i), 1);
+    EXPECT_EQ(i, INT_MAX);
+    EXPECT_EQ(sscanf_s("0xg", "%i%hn", &i, &h), 1);
+    EXPECT_EQ(i, 0);
+    EXPECT_EQ(h, 1) << "no digit behind the x";
+}
+
+// Each string is followed by its size.
+TEST(BoundedScan, Strings) {
+    const struct {
+        const char* format;
+        const char* text;
+        size_t size;
+        int result;
+        const char* held;  // a dot where nothing was stored
+    } cases[] = {
+        {"%s", "  word next", 5, 1, "word"}, {"%s", "words", 5, 0, ""},
+        {"%s", "word", 0, 0, "...."},        {"%3s", "words", 4, 1, "wor"},
+        {"%3s", "words", 3, 0, ""},          {"%s", "   ", 8, -1, "...."},
+        {"%2c", "ab", 2, 1, "ab.."},         {"%2c", "ab", 1, 0, ""},
+        {"%2c", "a", 4, -1, "...."},         {"%[a-c]", "abcd", 4, 1, "abc"},
+        {"%[a-c]", "abcd", 3, 0, ""},        {"%[a-c]", "xabc", 4, 0, "...."},
+        {"%[^ ]", "a-b c", 4, 1, "a-b"},     {"%[]x-]", "]-xa", 4, 1, "]-x"},
+        {"%[^]x]", "ab]", 4, 1, "ab"},       {"%99999999999999999999s", "ab", 4, 1, "ab"},
+        {"%[a", "aab", 4, 1, "aa"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.format) + " of '" + c.text + "'");
+        char dest[9] = "....";
+        EXPECT_EQ(sscanf_s(c.text, c.format, dest, c.size), c.result);
+        EXPECT_STREQ(dest, c.held);
+    }
+    char first[4] = "...";
+    char second[4] = "...";
+    int number = 0;
+    EXPECT_EQ(sscanf_s("ab:toolong 7", "%[^:]:%s %d", first, sizeof first, second, sizeof second, &number), 1);
+    EXPECT_STREQ(first, "ab");
+    EXPECT_STREQ(second, "") << "a string that does not fit ends the scan";
+    EXPECT_EQ(sscanf_s("x", "%s", static_cast<char*>(nullptr), size_t{4}), 0);
+}
+
+TEST(BoundedScan, Sequences) {
+    int a = 0;
+    int b = 0;
+    EXPECT_EQ(sscanf_s("ISO8 = 40%", "ISO%d =%d%%", &a, &b), 2);
+    EXPECT_EQ(a, 8);
+    EXPECT_EQ(b, 40);
+    EXPECT_EQ(sscanf_s("1 2", "%*d %d", &a), 1);
+    EXPECT_EQ(a, 2);
+    EXPECT_EQ(sscanf_s("1,2", "%d;%d", &a, &b), 1);
+    EXPECT_EQ(sscanf_s("1", "%d%d", &a, &b), 1);
+    EXPECT_EQ(sscanf_s("1", "x%d", &a), 0);
+    EXPECT_EQ(sscanf_s("1", "%z", &a), 0);
+    EXPECT_EQ(sscanf_s("1", "%", &a), 0);
+    EXPECT_EQ(sscanf_s("1", "", &a), 0);
+}
+
+TEST(BoundedScan, Refusals) {
+    int value = 7;
+    EXPECT_EQ(sscanf_s(nullptr, "%d", &value), -1);
+    EXPECT_EQ(sscanf_s("1", nullptr, &value), -1);
+    EXPECT_EQ(sscanf_s("", "%d", &value), -1);
+    EXPECT_EQ(sscanf_s("  ", "%d", &value), -1);
+    EXPECT_EQ(value, 7);
+}
+
+}  // namespace
+}  // namespace eis
