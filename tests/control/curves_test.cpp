@@ -6,21 +6,12 @@
 #include <cmath>
 
 #include "tests/control/curve_set.h"
+#include "tests/control/digest.h"
 #include "tests/control/other_libm.h"
 
 namespace eis::test {
 
 namespace {
-
-// FNV-1a over the entries' bytes, low byte first.
-uint64_t digest(const std::vector<int16_t>& entries) {
-    uint64_t hash = 0xcbf29ce484222325;
-    for (const int16_t entry : entries) {
-        hash = (hash ^ (static_cast<uint16_t>(entry) & 0xff)) * 0x100000001b3;
-        hash = (hash ^ (static_cast<uint16_t>(entry) >> 8)) * 0x100000001b3;
-    }
-    return hash;
-}
 
 struct SweepDigests {
     uint64_t valid;     // 0 to the last strength with a logarithm
