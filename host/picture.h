@@ -85,4 +85,7 @@ cv::Mat loadBgr(const std::string& path, std::optional<PictureSize> rawSize = st
 void savePicture(const std::string& path, const Picture& picture);
 void savePictures(const std::string& path, std::span<const Picture> pictures);
 
+// Writes 8-bit BGR as PNG or JPEG, by the extension.
+void saveBgr(const std::string& path, const cv::Mat& bgr);
+
 }  // namespace eishost

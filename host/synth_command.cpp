@@ -1,11 +1,147 @@
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <memory>
 
 #include "host/commands.h"
+#include "host/exit_codes.h"
+#include "host/picture.h"
+#include "host/synth.h"
 
 namespace eishost {
 
+namespace {
+
+struct SynthArguments {
+    std::string photo;
+    std::string rawSize;
+    std::string folder;
+    std::string noise = "none";
+    std::string shift = "40";
+    std::string size;
+    std::optional<double> rotation;
+    std::optional<double> perspective;
+    SynthOptions options;
+};
+
+// "40" sets the largest shift, "310,0" the exact one.
+void parseShift(const std::string& text, SynthOptions& options) {
+    const char* const end = text.data() + text.size();
+    if (const std::size_t comma = text.find(','); comma != std::string::npos) {
+        cv::Point exact;
+        const char* const second = text.data() + comma + 1;
+        const auto [stopX, errorX] = std::from_chars(text.data(), second - 1, exact.x);
+        const auto [stopY, errorY] = std::from_chars(second, end, exact.y);
+        constexpr int kFar = 10000;
+        if (errorX == std::errc() && errorY == std::errc() && stopX == second - 1 && stopY == end &&
+            std::abs(exact.x) <= kFar && std::abs(exact.y) <= kFar) {
+            options.exactShift = exact;
+            return;
+        }
+    } else {
+        const auto [stop, error] = std::from_chars(text.data(), end, options.shift);
+        if (error == std::errc() && stop == end && options.shift >= 0 && options.shift <= 1000) return;
+    }
+    throw HostError(kExitUsage, "'" + text + "' is no shift: use the largest one in pixels, or X,Y for exactly that");
+}
+
+std::string numbered(const char* name, int index) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%s_%02d.png", name, index);
+    return text;
+}
+
+std::string describe(const FrameTruth& frame) {
+    const cv::Matx33d& h = frame.homography;
+    char text[160];
+    std::snprintf(text, sizeof text, "%s  rotation %+.3f degrees  corner at (%+.2f, %+.2f)  noise Y %.2f U %.2f V %.2f",
+                  frame.frame.c_str(), std::atan2(h(1, 0), h(0, 0)) * 180 / CV_PI, h(0, 2), h(1, 2),
+                  frame.noiseSigma[0], frame.noiseSigma[1], frame.noiseSigma[2]);
+    return text;
+}
+
+SynthOptions completeOptions(const SynthArguments& arguments) {
+    SynthOptions options = arguments.options;
+    options.noise = parseNoise(arguments.noise);
+    parseShift(arguments.shift, options);
+    if (!arguments.size.empty()) options.size = parseSize(arguments.size);
+    if (options.exactShift) options.rotation = options.perspective = 0;
+    if (arguments.rotation) options.rotation = *arguments.rotation;
+    if (arguments.perspective) options.perspective = *arguments.perspective;
+    return options;
+}
+
+nlohmann::json optionsJson(const SynthArguments& arguments, const SynthOptions& options) {
+    return {{"frames", options.frames},           {"shift", arguments.shift}, {"rotate", options.rotation},
+            {"perspective", options.perspective}, {"mover", options.mover},   {"size", arguments.size}};
+}
+
+void runSynth(const SynthArguments& arguments) {
+    const SynthOptions options = completeOptions(arguments);
+    const std::optional<PictureSize> rawSize =
+        arguments.rawSize.empty() ? std::nullopt : std::optional(parseSize(arguments.rawSize));
+    const BurstSynthesiser burst(loadBgr(arguments.photo, rawSize), options);
+
+    const std::filesystem::path folder(arguments.folder);
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error) throw HostError(kExitUnwritable, arguments.folder + ": " + error.message());
+
+    BurstTruth truth;
+    truth.photo = std::filesystem::path(arguments.photo).filename().string();
+    truth.seed = options.seed;
+    truth.noise = arguments.noise;
+    truth.width = burst.frameSize().width;
+    truth.height = burst.frameSize().height;
+    truth.options = optionsJson(arguments, options);
+    std::cout << truth.photo << ": " << options.frames << " frames of " << truth.width << "x" << truth.height << '\n';
+    for (int index = 0; index < options.frames; ++index) {
+        const NoisyFrame pictures = burst.frame(index);
+        FrameTruth frame;
+        frame.frame = numbered("frame", index);
+        frame.clean = numbered("clean", index);
+        frame.homography = burst.homography(index);
+        frame.noiseSigma = noiseSigma(pictures);
+        frame.mover = burst.mover(index);
+        saveBgr((folder / frame.frame).string(), pictures.noisy);
+        saveBgr((folder / frame.clean).string(), pictures.clean);
+        std::cout << describe(frame) << std::endl;
+        truth.frames.push_back(frame);
+    }
+    saveTruth(arguments.folder, truth);
+}
+
+}  // namespace
+
 void addSynthCommand(CLI::App& app) {
-    app.add_subcommand("synth", "Makes a burst with ground truth from one photograph");
+    CLI::App* const command = app.add_subcommand("synth", "Makes a burst with ground truth from one photograph");
+    const auto arguments = std::make_shared<SynthArguments>();
+    SynthOptions& options = arguments->options;
+    command->add_option("photo", arguments->photo, "PNG, JPEG, Y4M or raw I420; - for standard input")->required();
+    command->add_option("--out", arguments->folder, "folder for frame_NN.png, clean_NN.png and truth.json")->required();
+    command->add_option("--frames", options.frames, "number of frames, the reference included")
+        ->check(CLI::Range(1, 99))
+        ->capture_default_str();
+    command->add_option("--noise", arguments->noise, "none, light, medium, strong (a sensor's) or white:SIGMA")
+        ->capture_default_str();
+    command
+        ->add_option("--shift", arguments->shift,
+                     "largest shift in pixels; or X,Y for exactly that, with no rotation and no perspective by default")
+        ->capture_default_str();
+    command->add_option("--rotate", arguments->rotation, "largest rotation in degrees (default 0.5)")
+        ->check(CLI::Range(0.0, 30.0));
+    command
+        ->add_option("--perspective", arguments->perspective,
+                     "largest change of scale from the centre to the edges (default 0.002)")
+        ->check(CLI::Range(0.0, 0.05));
+    command->add_flag("--mover", options.mover, "an object that moves by itself");
+    command->add_option("--size", arguments->size, "WxH of the frames; the photograph is made smaller to fit");
+    command->add_option("--raw-size", arguments->rawSize, "WxH of the photograph if it is raw I420");
+    command->add_option("--seed", options.seed, "of all that is random")->capture_default_str();
+    command->callback([arguments] { runSynth(*arguments); });
 }
 
 }  // namespace eishost

@@ -1,0 +1,255 @@
+// Synthetic bursts: the truth agrees with the pixels, and the noise is what it says.
+#include "host/synth.h"
+
+#include <gtest/gtest.h>
+
+#include <opencv2/imgproc.hpp>
+
+#include "host/exit_codes.h"
+#include "host/metrics.h"
+#include "tests/hosttools/scratch_folder.h"
+
+namespace eishost {
+
+namespace {
+
+// Blobs of all sizes and colours, like a scene with light and shadow.
+cv::Mat scene(int width, int height) {
+    cv::Mat sum(height, width, CV_32FC3, cv::Scalar::all(0));
+    cv::RNG random(11);
+    for (const int cell : {4, 16, 64}) {
+        cv::Mat coarse(height / cell + 2, width / cell + 2, CV_32FC3);
+        random.fill(coarse, cv::RNG::UNIFORM, 0, 85);
+        cv::Mat fine;
+        cv::resize(coarse, fine, sum.size(), 0, 0, cv::INTER_CUBIC);
+        sum += fine;
+    }
+    cv::Mat bgr;
+    sum.convertTo(bgr, CV_8U);
+    return bgr;
+}
+
+// From black to white, in grey.
+cv::Mat ramp(int width, int height) {
+    cv::Mat bgr(height, width, CV_8UC3);
+    for (int column = 0; column < width; ++column) bgr.col(column) = cv::Scalar::all(255.0 * column / (width - 1));
+    return bgr;
+}
+
+double lumaSigma(const NoisyFrame& frame, const cv::Rect& area) {
+    return noiseSigma({frame.noisy(area), frame.clean(area)})[0];
+}
+
+bool same(const cv::Mat& a, const cv::Mat& b) {
+    return a.size() == b.size() && cv::norm(a, b, cv::NORM_INF) == 0;
+}
+
+}  // namespace
+
+TEST(Synth, WholePixelShiftsAreExactCopies) {
+    SynthOptions options;
+    options.rotation = options.perspective = 0;
+    for (const cv::Point shift : {cv::Point(6, -10), cv::Point(-7, 3), cv::Point(0, 0)}) {
+        options.exactShift = shift;
+        const BurstSynthesiser burst(scene(400, 300), options);
+        const cv::Size size = burst.frameSize();
+        EXPECT_EQ(size.width % 2, 0);
+        EXPECT_EQ(size.height % 8, 0);
+        const cv::Mat reference = burst.frame(0).noisy;
+        const cv::Mat moved = burst.frame(2).noisy;
+        // A position of the reference plus the shift is its position in the frame.
+        const cv::Rect common = cv::Rect({0, 0}, size) & cv::Rect(-shift, size);
+        EXPECT_TRUE(same(reference(common), moved(common + shift))) << shift;
+        EXPECT_EQ(burst.homography(2), cv::Matx33d(1, 0, shift.x, 0, 1, shift.y, 0, 0, 1));
+    }
+}
+
+TEST(Synth, TrueHomographiesAlignTheFrames) {
+    SynthOptions options;
+    options.frames = 6;
+    const BurstSynthesiser burst(scene(800, 600), options);
+    const Picture reference = pictureFromBgr(burst.frame(0).noisy);
+    const cv::Rect area(64, 64, (burst.frameSize().width - 128) & ~7, (burst.frameSize().height - 128) & ~7);
+    EXPECT_EQ(burst.homography(0), cv::Matx33d::eye());
+    for (int index = 1; index < options.frames; ++index) {
+        const Picture frame = pictureFromBgr(burst.frame(index).noisy);
+        const Picture aligned = alignByHomography(frame, burst.homography(index), area);
+        const double before = planePsnr(frame.mat(0), reference.mat(0), area);
+        const double after = planePsnr(aligned.mat(0), reference.mat(0), area);
+        EXPECT_GT(after, 38) << index;
+        EXPECT_GT(after, before + 10) << index;
+        EXPECT_GT(cornerError(burst.homography(index), burst.homography(0), burst.frameSize()).largest, 1) << index;
+    }
+}
+
+TEST(Synth, FramesStayInsideThePhotograph) {
+    // Everything but a border of one pixel is white: a frame that reached it would show.
+    cv::Mat photo(300, 420, CV_8UC3, cv::Scalar::all(255));
+    cv::rectangle(photo, {0, 0}, {419, 299}, cv::Scalar::all(0));
+    for (const double shift : {0.0, 10.0, 60.0})
+        for (const double rotation : {0.0, 0.5, 3.0}) {
+            SynthOptions options;
+            options.frames = 20;
+            options.shift = shift;
+            options.rotation = rotation;
+            const BurstSynthesiser burst(photo, options);
+            for (int index = 0; index < options.frames; ++index) {
+                double darkest = 0;
+                cv::minMaxLoc(burst.frame(index).noisy.reshape(1), &darkest);
+                ASSERT_EQ(darkest, 255) << "shift " << shift << " rotation " << rotation << " frame " << index;
+            }
+        }
+}
+
+TEST(Synth, SizesAreCutFromThePhotograph) {
+    SynthOptions options;
+    options.size = PictureSize{321, 203};
+    EXPECT_EQ(BurstSynthesiser(scene(1001, 701), options).frameSize(), cv::Size(320, 200));
+    options.size = PictureSize{1000, 700};
+    EXPECT_THROW(BurstSynthesiser(scene(1001, 701), options), HostError) << "no room for the motion";
+    options.size.reset();
+    EXPECT_THROW(BurstSynthesiser(scene(160, 120), options), HostError);
+}
+
+TEST(Synth, SeedsDecideEverything) {
+    SynthOptions options;
+    options.mover = true;
+    const cv::Mat photo = scene(500, 400);
+    for (const char* const noise : {"none", "medium", "white:4"}) {
+        options.noise = parseNoise(noise);
+        options.seed = 3;
+        const BurstSynthesiser first(photo, options);
+        const BurstSynthesiser again(photo, options);
+        options.seed = 4;
+        const BurstSynthesiser other(photo, options);
+        EXPECT_TRUE(same(first.frame(3).noisy, again.frame(3).noisy)) << noise;
+        EXPECT_EQ(first.homography(3), again.homography(3));
+        EXPECT_FALSE(same(first.frame(3).noisy, other.frame(3).noisy)) << noise;
+        EXPECT_NE(first.homography(3), other.homography(3));
+        EXPECT_NE(first.homography(1), first.homography(2));
+    }
+    // Whatever the number of threads.
+    const BurstSynthesiser burst(photo, options);
+    const int threads = cv::getNumThreads();
+    cv::setNumThreads(1);
+    const cv::Mat alone = burst.frame(1).noisy;
+    cv::setNumThreads(threads);
+    EXPECT_TRUE(same(alone, burst.frame(1).noisy));
+}
+
+TEST(Synth, TheMoverMovesInsideItsBoxesAlone) {
+    SynthOptions options;
+    options.frames = 3;
+    options.exactShift = cv::Point(0, 0);
+    options.rotation = options.perspective = 0;
+    options.mover = true;
+    const BurstSynthesiser burst(scene(500, 400), options);
+    const cv::Rect at0 = *burst.mover(0);
+    const cv::Rect at2 = *burst.mover(2);
+    EXPECT_NE(at0.tl(), at2.tl());
+    cv::Mat difference;
+    cv::absdiff(burst.frame(0).noisy, burst.frame(2).noisy, difference);
+    EXPECT_GT(cv::mean(difference(at0 & at2).clone().reshape(1))[0], 1);
+    difference(at0) = cv::Scalar::all(0);
+    difference(at2) = cv::Scalar::all(0);
+    EXPECT_EQ(cv::countNonZero(difference.reshape(1)), 0);
+}
+
+TEST(SynthNoise, LevelsLieWhereTheyShould) {
+    const cv::Mat photo = scene(640, 480);
+    const struct {
+        const char* name;
+        double low;
+        double high;
+    } cases[] = {{"none", 0, 0}, {"light", 2.4, 3.6}, {"medium", 4.8, 7.2}, {"strong", 11, 17}, {"white:5", 4.8, 5.2}};
+    for (const auto& [name, low, high] : cases) {
+        const NoisyFrame frame = addNoise(photo, parseNoise(name), 1);
+        const cv::Vec3d sigma = noiseSigma(frame);
+        EXPECT_GE(sigma[0], low) << name;
+        EXPECT_LE(sigma[0], high) << name;
+        // Apart from what clipping does in the darkest parts, noise does not shift the picture's tone.
+        cv::Mat difference;
+        cv::subtract(frame.noisy, frame.clean, difference, cv::noArray(), CV_16S);
+        EXPECT_LE(std::abs(cv::mean(difference)[1]), 0.1 * high) << name;
+    }
+}
+
+TEST(SynthNoise, SensorNoiseIsCorrelatedColouredAndStrongerInShadows) {
+    const NoisyFrame frame = addNoise(ramp(1024, 256), parseNoise("medium"), 1);
+    const double shadow = lumaSigma(frame, {128, 0, 128, 256});
+    const double middle = lumaSigma(frame, {448, 0, 128, 256});
+    const double light = lumaSigma(frame, {800, 0, 128, 256});
+    EXPECT_GT(shadow, 1.3 * middle);
+    EXPECT_GT(middle, 1.1 * light);
+
+    cv::Mat noise;
+    cv::subtract(pictureFromBgr(frame.noisy).mat(0), pictureFromBgr(frame.clean).mat(0), noise, cv::noArray(), CV_32F);
+    const cv::Mat left = noise(cv::Rect(0, 0, 1023, 256));
+    const cv::Mat right = noise(cv::Rect(1, 0, 1023, 256));
+    EXPECT_GT(left.dot(right) / left.dot(left), 0.2) << "neighbours";
+
+    // White balance gains make red and blue noisier than green.
+    cv::Mat difference;
+    cv::subtract(frame.noisy, frame.clean, difference, cv::noArray(), CV_16S);
+    cv::Scalar mean;
+    cv::Scalar deviation;
+    cv::meanStdDev(difference, mean, deviation);
+    EXPECT_GT(deviation[0], 1.2 * deviation[1]);
+    EXPECT_GT(deviation[2], 1.2 * deviation[1]);
+
+    const NoisyFrame white = addNoise(ramp(1024, 256), parseNoise("white:6"), 1);
+    EXPECT_NEAR(lumaSigma(white, {300, 0, 128, 256}), lumaSigma(white, {600, 0, 128, 256}), 0.3);
+}
+
+TEST(SynthNoise, TheSensorLeavesFlatGreyAlone) {
+    for (const int grey : {0, 3, 60, 128, 255}) {
+        const NoisyFrame frame = addNoise(cv::Mat(32, 32, CV_8UC3, cv::Scalar::all(grey)), parseNoise("light"), 1);
+        EXPECT_TRUE(same(frame.clean, cv::Mat(32, 32, CV_8UC3, cv::Scalar::all(grey)))) << grey;
+    }
+}
+
+TEST(SynthNoise, SettingsParse) {
+    EXPECT_EQ(parseNoise("white:2.5").whiteSigma, 2.5);
+    for (const char* const text : {"", "Light", "white", "white:", "white:x", "white:-1", "white:1000", "white:3 "})
+        EXPECT_THROW(parseNoise(text), HostError) << text;
+}
+
+TEST(SynthTruth, ComesBackFromItsFile) {
+    const ScratchFolder folder;
+    EXPECT_FALSE(loadTruth(folder.file("")));
+    BurstTruth truth;
+    truth.photo = "a.jpg";
+    truth.seed = 0xfedcba9876543210;
+    truth.noise = "medium";
+    truth.width = 640;
+    truth.height = 480;
+    truth.frames.resize(2);
+    truth.frames[0].frame = "frame_00.png";
+    truth.frames[1] = {"frame_01.png",
+                       "clean_01.png",
+                       {0.999, -0.01, 12.25, 0.01, 0.999, -3, 1e-6, -2e-6, 1},
+                       {1, 2, 3},
+                       cv::Rect(1, 2, 3, 4)};
+    saveTruth(folder.file(""), truth);
+    const std::optional<BurstTruth> back = loadTruth(folder.file(""));
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back->seed, truth.seed);
+    EXPECT_EQ(back->frames[1].homography, truth.frames[1].homography);
+    EXPECT_EQ(back->frames[1].mover, truth.frames[1].mover);
+    EXPECT_FALSE(back->frames[0].mover);
+    ASSERT_NE(back->find("some/where/frame_01.png"), nullptr);
+    EXPECT_EQ(back->find("some/where/frame_01.png")->clean, "clean_01.png");
+    EXPECT_EQ(back->find("frame_02.png"), nullptr);
+
+    const cv::Matx33d there = homographyBetween(back->frames[0], back->frames[1]);
+    const cv::Matx33d return_ = homographyBetween(back->frames[1], back->frames[0]);
+    EXPECT_LT(cornerError(there * return_, cv::Matx33d::eye(), {640, 480}).largest, 1e-6);
+    EXPECT_EQ(there, truth.frames[1].homography);
+
+    for (const char* const damaged : {"", "{", "[]", R"({"photo": 1})", R"({"frames": [{}]})"}) {
+        folder.write("truth.json", damaged);
+        EXPECT_THROW(loadTruth(folder.file("")), HostError) << damaged;
+    }
+}
+
+}  // namespace eishost
