@@ -80,9 +80,8 @@ int CalcHomography(const float* pRefPoints, const float* pCurPoints, int n, floa
     if (status != 0) return status;
 
     const float denormaliseCur[9] = {1.0F / cur.scale.x, 0, cur.centre.x, 0, 1.0F / cur.scale.y, cur.centre.y, 0, 0, 1};
-    const float normaliseRef[9] = {ref.scale.x, 0,           -ref.centre.x * ref.scale.x,
-                                   0,           ref.scale.y, -ref.centre.y * ref.scale.y,
-                                   0,           0,           1};
+    const float normaliseRef[9] = {
+        ref.scale.x, 0, -ref.centre.x * ref.scale.x, 0, ref.scale.y, -ref.centre.y * ref.scale.y, 0, 0, 1};
     float left[9];
     float product[9];
     multiply3x3(denormaliseCur, &eigenvectors[8 * 9], left);

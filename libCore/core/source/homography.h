@@ -3,8 +3,9 @@
 
 namespace eis {
 
-// Fits the homography that maps reference points to current-frame points: the normalised direct linear transform (Hartley
-// 1997), solved as the eigenvector of the smallest eigenvalue, in single precision and in the order of the pairs.
+// Fits the homography that maps reference points to current-frame points: the normalised direct linear transform
+// (Hartley 1997), solved as the eigenvector of the smallest eigenvalue, in single precision and in the order of the
+// pairs.
 //   pRefPoints, pCurPoints  n pairs (x, y), at any alignment
 //   homographyOut           nine floats, row-major, the last 1
 //   iterFactor, workspace   see JacobiEigen9

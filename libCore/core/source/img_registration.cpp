@@ -17,7 +17,9 @@ constexpr int kMinPairs = 8;
 constexpr int kFitIterFactor = 30;
 
 // The eigensolver's workspace first, then the warp's column table.
-int64_t scratchBytes(int64_t pairs, int64_t width) { return std::max((pairs * 44 + 56) * 4, width * 100); }
+int64_t scratchBytes(int64_t pairs, int64_t width) {
+    return std::max((pairs * 44 + 56) * 4, width * 100);
+}
 
 }  // namespace
 
@@ -45,16 +47,15 @@ ret_status ImgRegistration_2(const ST_IMGREGISTRATION_PARAMS_IN* paramsIn, ST_IM
     // A fit that stops for lack of spread leaves zeros, which the motion check refuses.
     float homography[9] = {};
     (void)CalcHomography(pairs.pRefPoints, pairs.pCurPoints, pairs.pointNum, homography, kFitIterFactor, scratch.get());
-    const int status =
-        MotionEstimation(homography, reference.width, reference.height, &paramsOut->stMotionArea);
+    const int status = MotionEstimation(homography, reference.width, reference.height, &paramsOut->stMotionArea);
     if (status != 0) {
         EIS_LOG_INFO("IMG_REGISTRATION: MotionEstimation failed %d\n", status);
         return status;
     }
     const auto warp = lumaOnly != 0 ? AffineTransform_neon_stride_Y : AffineTransform_neon_stride;
     return warp(paramsIn, &paramsIn->stMultiPicIn.astInImg[1],
-                &paramsOut->stMultiRegistrationPic.astInImg[paramsIn->frameIndex], homography,
-                &paramsOut->stMotionArea, scratch.get());
+                &paramsOut->stMultiRegistrationPic.astInImg[paramsIn->frameIndex], homography, &paramsOut->stMotionArea,
+                scratch.get());
 }
 
 }  // namespace eis

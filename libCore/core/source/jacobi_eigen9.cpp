@@ -22,7 +22,9 @@ struct Maxima {
 };
 static_assert(sizeof(Maxima) == 36 * 4);
 
-float magnitude(const float* matrix, int row, int column) { return std::fabs(matrix[row * kN + column]); }
+float magnitude(const float* matrix, int row, int column) {
+    return std::fabs(matrix[row * kN + column]);
+}
 
 void findMaxima(const float* matrix, int k, Maxima& maxima) {
     if (k < kN - 1) {

@@ -31,10 +31,15 @@ static_assert(sizeof(ST_RANSAC_REGIS_BLOCK) == 24 && offsetof(ST_RANSAC_REGIS_BL
 constexpr int64_t kStatusWord = offsetof(ST_REGISTRATION_OUT_BLOCK, pStatus) / 4;
 
 int64_t planeWord(int64_t frame, int plane) {
-    return (frame * static_cast<int64_t>(sizeof(ST_PICTURE_DEV)) + static_cast<int64_t>(offsetof(ST_PICTURE_DEV, pData))) / 4 + plane;
+    return (frame * static_cast<int64_t>(sizeof(ST_PICTURE_DEV)) +
+            static_cast<int64_t>(offsetof(ST_PICTURE_DEV, pData))) /
+               4 +
+           plane;
 }
 
-int64_t pairWord(int64_t idx) { return 29 + 3 * (idx - 1); }
+int64_t pairWord(int64_t idx) {
+    return 29 + 3 * (idx - 1);
+}
 
 void convertPlanes(const void* block, int64_t frame, ST_PICTURE& picture) {
     for (int i = 0; i < 3; ++i) picture.pData[i] = convertTo<uint8_t>(loadWord(block, planeWord(frame, i)));
@@ -55,16 +60,25 @@ ret_status leave(ret_status status) {
 }
 
 void logPlanes(const ST_PICTURE& reference, const ST_PICTURE& frame, const ST_PICTURE& output) {
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[1].pData[0] = %p", static_cast<void*>(frame.pData[0]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[1].pData[1] = %p", static_cast<void*>(frame.pData[1]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[1].pData[2] = %p", static_cast<void*>(frame.pData[2]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[0].pData[0] = %p", static_cast<void*>(reference.pData[0]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[0].pData[1] = %p", static_cast<void*>(reference.pData[1]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[0].pData[2] = %p", static_cast<void*>(reference.pData[2]));
-    EIS_LOG_ERROR("stImgRegistrationParamsOut.stMultiRegistrationPic.astInImg[1].pData[0] = %p", static_cast<void*>(output.pData[0]));
-    EIS_LOG_ERROR("stImgRegistrationParamsOut.stMultiRegistrationPic.astInImg[1].pData[1] = %p", static_cast<void*>(output.pData[1]));
+    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[1].pData[0] = %p",
+                  static_cast<void*>(frame.pData[0]));
+    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[1].pData[1] = %p",
+                  static_cast<void*>(frame.pData[1]));
+    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[1].pData[2] = %p",
+                  static_cast<void*>(frame.pData[2]));
+    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[0].pData[0] = %p",
+                  static_cast<void*>(reference.pData[0]));
+    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[0].pData[1] = %p",
+                  static_cast<void*>(reference.pData[1]));
+    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[0].pData[2] = %p",
+                  static_cast<void*>(reference.pData[2]));
+    EIS_LOG_ERROR("stImgRegistrationParamsOut.stMultiRegistrationPic.astInImg[1].pData[0] = %p",
+                  static_cast<void*>(output.pData[0]));
+    EIS_LOG_ERROR("stImgRegistrationParamsOut.stMultiRegistrationPic.astInImg[1].pData[1] = %p",
+                  static_cast<void*>(output.pData[1]));
     // The last line names plane 1 again and shows plane 2.
-    EIS_LOG_ERROR("stImgRegistrationParamsOut.stMultiRegistrationPic.astInImg[1].pData[1] = %p", static_cast<void*>(output.pData[2]));
+    EIS_LOG_ERROR("stImgRegistrationParamsOut.stMultiRegistrationPic.astInImg[1].pData[1] = %p",
+                  static_cast<void*>(output.pData[2]));
 }
 
 // Delivers the frame as it is: whole bands of a quarter of the height, so up to three rows (of chroma up to seven luma

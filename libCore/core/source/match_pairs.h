@@ -31,8 +31,8 @@ inline void movePair(const ST_MATCH_PAIRS& pairs, int64_t to, int64_t from) {
     storePoint(pairs.pRefPoints, to, loadPoint(pairs.pRefPoints, from));
 }
 
-// A k-nearest-neighbour result: lists of matchNum entries, and tables of rows of three signed 32-bit words (x, y, and one
-// that is not read). All at any alignment.
+// A k-nearest-neighbour result: lists of matchNum entries, and tables of rows of three signed 32-bit words (x, y, and
+// one that is not read). All at any alignment.
 struct KnnResult {
     const void* pDistance;  // signed 32-bit, 2147483647 for a missing one
     const void* pCurIndex;  // signed 16-bit
@@ -46,9 +46,9 @@ struct KnnResult {
 // Writes the matchNum pairs that the result names: coordinate * coordScale, in wrapping 32 bits, is in 1/64 pixel.
 void BuildMatchPairs(const KnnResult& knn, const ST_MATCH_PAIRS& pairs);
 
-// Keeps for each reference point its best match, where its distance is below ratio squared times that of the second best
-// (the nearest-neighbour distance ratio test, Lowe 2004); a point that was matched once passes for any sane ratio. Kept
-// pairs move to the front, in order; returns their number. mask: matchNum bytes, all 0.
+// Keeps for each reference point its best match, where its distance is below ratio squared times that of the second
+// best (the nearest-neighbour distance ratio test, Lowe 2004); a point that was matched once passes for any sane ratio.
+// Kept pairs move to the front, in order; returns their number. mask: matchNum bytes, all 0.
 int32_t FilterDuplicateMatches(const KnnResult& knn, const ST_MATCH_PAIRS& pairs, float ratio, uint8_t* mask);
 
 }  // namespace eis

@@ -1,7 +1,9 @@
 #include "libCore/core/source/motion_estimation.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <utility>
 
 #include "include/acore_types.h"
 #include "libCore/core/source/arithmetic.h"
@@ -45,8 +47,27 @@ struct Rectangle {
     int64_t h;
 };
 
-int64_t rounded(float v) { return truncSat32(static_cast<double>(v) + 0.5); }
-int64_t truncated(float v) { return truncSat32(v); }
+int64_t rounded(float v) {
+    return truncSat32(static_cast<double>(v) + 0.5);
+}
+int64_t truncated(float v) {
+    return truncSat32(v);
+}
+
+using Sorted4 = std::array<int64_t, 4>;
+
+// Ascending, by a sorting network.
+Sorted4 sorted(int64_t a, int64_t b, int64_t c, int64_t d) {
+    const auto order = [](int64_t& low, int64_t& high) {
+        if (high < low) std::swap(low, high);
+    };
+    order(a, b);
+    order(c, d);
+    order(a, c);
+    order(b, d);
+    order(b, c);
+    return {a, b, c, d};
+}
 
 int refuse(const char* reason) {
     EIS_LOG_ERROR("%s", reason);
@@ -125,17 +146,13 @@ int MotionEstimation(const float* homography, int width, int height, ST_MOTION_A
     const Point farNear = inverse.map(W - 1, 0);
     const Point nearFar = inverse.map(0, H - 1);
     const Point farFar = inverse.map(W - 1, H - 1);
-    int64_t xs[4] = {rounded(nearNear.x), rounded(nearFar.x), truncated(farNear.x), truncated(farFar.x)};
-    int64_t ys[4] = {rounded(nearNear.y), rounded(farNear.y), truncated(nearFar.y), truncated(farFar.y)};
-    std::sort(xs, xs + 4);
-    std::sort(ys, ys + 4);
+    const Sorted4 xs = sorted(rounded(nearNear.x), rounded(nearFar.x), truncated(farNear.x), truncated(farFar.x));
+    const Sorted4 ys = sorted(rounded(nearNear.y), rounded(farNear.y), truncated(nearFar.y), truncated(farFar.y));
     const int64_t left = xs[1], right = xs[2], top = ys[1], bottom = ys[2];
     if (left == right || top == bottom) return refuse("IMG_REGISTRATION: calculate motion area error!");
 
-    int64_t edgesX[4] = {left, right, 0, W - 1};
-    int64_t edgesY[4] = {top, bottom, 0, H - 1};
-    std::sort(edgesX, edgesX + 4);
-    std::sort(edgesY, edgesY + 4);
+    const Sorted4 edgesX = sorted(left, right, 0, W - 1);
+    const Sorted4 edgesY = sorted(top, bottom, 0, H - 1);
     if (!(edgesX[3] - edgesX[0] + 1 < W + (right - left + 1) && edgesY[3] - edgesY[0] + 1 < H + (bottom - top + 1))) {
         return refuse("IMG_REGISTRATION: calculate motion area error");
     }

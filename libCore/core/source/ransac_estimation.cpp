@@ -33,7 +33,8 @@ class Generator {
     uint64_t state_ = UINT64_MAX;
 };
 
-// The caller's scratch: both inlier masks, the eigensolver's workspace, then the coordinates and the errors of all pairs.
+// The caller's scratch: both inlier masks, the eigensolver's workspace, then the coordinates and the errors of all
+// pairs.
 struct Workspace {
     Workspace(const ST_MATCH_PAIRS& pairs, void* scratch) : pairCount(pairs.pointNum) {
         const auto n = static_cast<size_t>(pairCount);
@@ -74,7 +75,9 @@ struct IntVector {
     int32_t dy;
 };
 
-IntVector truncatedDifference(Point a, Point b) { return {truncSat32(a.x - b.x), truncSat32(a.y - b.y)}; }
+IntVector truncatedDifference(Point a, Point b) {
+    return {truncSat32(a.x - b.x), truncSat32(a.y - b.y)};
+}
 
 // Keeps samples spread out. A reference point is held against a current-frame point on purpose.
 bool farApart(Point earlierRef, Point newCur) {
@@ -155,8 +158,7 @@ Score scoreModel(const Workspace& work, const float* model, float threshold, uin
 
 // Iterations after which a sample free of outliers was drawn with the wanted confidence; never more than before.
 int32_t updateIterations(int32_t inliers, int32_t n, float confidence, int32_t iterations) {
-    const float outliers =
-        std::clamp(static_cast<float>(n - inliers) * (1.0F / static_cast<float>(n)), 0.0F, 1.0F);
+    const float outliers = std::clamp(static_cast<float>(n - inliers) * (1.0F / static_cast<float>(n)), 0.0F, 1.0F);
     const float p = std::clamp(confidence, 0.0F, 1.0F);
     const float num = p >= 1.0F ? FLT_MIN : 1.0F - p;
     const double q = 1.0F - outliers;
@@ -194,8 +196,8 @@ int RansacEstimation(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const Ran
         Sample sample;
         if (!drawUsableSample(work, generator, sample)) return -1;
         // A sample without spread leaves the preceding model, which is then scored again.
-        const int status = CalcHomography(&sample.ref[0].x, &sample.cur[0].x, kSampleSize, model, kSampleIterFactor,
-                                          work.eigen);
+        const int status =
+            CalcHomography(&sample.ref[0].x, &sample.cur[0].x, kSampleSize, model, kSampleIterFactor, work.eigen);
         if (status != 0) continue;
         const Score score = scoreModel(work, model, params->threshold, working);
         if (!score.beats(best)) continue;

@@ -34,8 +34,8 @@ void* warpThread(void* argument) {
 }
 
 template <WarpBand band>
-WarpRecord warp(const ST_PICTURE& srcPic, const ST_PICTURE& dstPic, const float* homography,
-                const ST_MOTION_AREA& area, float* xTable) {
+WarpRecord warp(const ST_PICTURE& srcPic, const ST_PICTURE& dstPic, const float* homography, const ST_MOTION_AREA& area,
+                float* xTable) {
     WarpRecord record{srcPic, dstPic, area.x, area.y, area.width, area.height, homography, xTable};
     record.source.stride = stride128(srcPic.width);
     record.destination.stride = record.source.stride;
@@ -60,8 +60,8 @@ void AffineTransform_neon_Impl_stride_Y(const WarpRecord* record, int threadInde
 int AffineTransform_neon_stride(const ST_IMGREGISTRATION_PARAMS_IN* /*paramsIn*/, const ST_PICTURE* srcPic,
                                 const ST_PICTURE* dstPic, const float* homography, const ST_MOTION_AREA* motionArea,
                                 void* scratch) {
-    const WarpRecord record = warp<AffineTransform_neon_Impl_stride>(*srcPic, *dstPic, homography, *motionArea,
-                                                                     static_cast<float*>(scratch));
+    const WarpRecord record =
+        warp<AffineTransform_neon_Impl_stride>(*srcPic, *dstPic, homography, *motionArea, static_cast<float*>(scratch));
     MirrorFillOutside(&record.destination, record.x, record.y, record.w, record.h);
     return 0;
 }

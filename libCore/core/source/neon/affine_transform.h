@@ -20,8 +20,9 @@ struct WarpRecord {
     const float* xTable;      // columns x + 8g, + 2, + 4, + 6 of each group g of eight
 };
 
-// Warps the motion area of dstPic from srcPic on four threads (on the caller's when they cannot be started) and fills the
-// rest by mirroring. Both pictures have a luma pitch of the source's width rounded up to 128, whatever their records say.
+// Warps the motion area of dstPic from srcPic on four threads (on the caller's when they cannot be started) and fills
+// the rest by mirroring. Both pictures have a luma pitch of the source's width rounded up to 128, whatever their
+// records say.
 // `_Y` does luma alone. homography: nine floats; scratch: two bytes a column of pitch, 4-byte aligned. Always 0.
 int AffineTransform_neon_stride(const ST_IMGREGISTRATION_PARAMS_IN* paramsIn, const ST_PICTURE* srcPic,
                                 const ST_PICTURE* dstPic, const float* homography, const ST_MOTION_AREA* motionArea,

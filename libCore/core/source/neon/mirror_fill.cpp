@@ -45,7 +45,9 @@ void fillPlane(const PlaneArea& area) {
 
 }  // namespace
 
-int32_t warpChromaPitch(int32_t stride) { return stride128(stride / 2); }
+int32_t warpChromaPitch(int32_t stride) {
+    return stride128(stride / 2);
+}
 
 void MirrorFillOutside_Y(const ST_PICTURE* dstPic, int x, int y, int w, int h) {
     fillPlane({dstPic->pData[0], dstPic->stride, dstPic->height, x, y, w, h});

@@ -16,7 +16,9 @@ inline uint16_t warpFraction(float coordinate, int32_t whole) {
     return static_cast<uint16_t>(fraction < 0 ? 0 : fraction > 65535 ? 65535 : fraction);
 }
 
-inline int32_t warpOffset(int32_t ix, int32_t iy, int32_t stride) { return wrapAdd(ix, wrapMul(iy, stride)); }
+inline int32_t warpOffset(int32_t ix, int32_t iy, int32_t stride) {
+    return wrapAdd(ix, wrapMul(iy, stride));
+}
 
 inline int32_t warpChromaOffset(int32_t ix, int32_t iy, int32_t pitch) {
     const auto half = [](int32_t i) { return static_cast<int32_t>((int64_t{i} + 1) >> 1); };

@@ -95,7 +95,9 @@ void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, floa
     for (int g = 0; g < groups; ++g) at.contiguous[g] = warpContiguous(&at.offset[kWarpGroupPositions * g]);
 }
 
-HWY_INLINE int64_t ClampIndex(int64_t index, int64_t size) { return index < 0 ? 0 : index < size ? index : size - 1; }
+HWY_INLINE int64_t ClampIndex(int64_t index, int64_t size) {
+    return index < 0 ? 0 : index < size ? index : size - 1;
+}
 
 // Copies the three samples from `offset` on of each of three rows.
 HWY_INLINE void GatherPosition(const uint8_t* HWY_RESTRICT plane, int64_t size, int64_t stride, int64_t offset,
@@ -127,8 +129,8 @@ void Gather(const uint8_t* plane, int64_t size, int64_t stride, int groups, cons
 }
 
 // 16 bits throughout: with weights to 128 a row's blend is at most 510, and its products at most 65280.
-void BlendColumns(const uint8_t* HWY_RESTRICT left, const uint8_t* HWY_RESTRICT right,
-                  const uint16_t* HWY_RESTRICT fx, int columns, uint16_t* HWY_RESTRICT out) {
+void BlendColumns(const uint8_t* HWY_RESTRICT left, const uint8_t* HWY_RESTRICT right, const uint16_t* HWY_RESTRICT fx,
+                  int columns, uint16_t* HWY_RESTRICT out) {
     for (int x = 0; x < columns; ++x) {
         const auto weight = static_cast<uint16_t>(128 - fx[x]);
         const auto sum = static_cast<uint16_t>(left[x] * uint32_t{weight} + right[x] * uint32_t{fx[x]} + 32);
@@ -136,8 +138,8 @@ void BlendColumns(const uint8_t* HWY_RESTRICT left, const uint8_t* HWY_RESTRICT 
     }
 }
 
-void BlendRows(const uint16_t* HWY_RESTRICT upper, const uint16_t* HWY_RESTRICT lower,
-               const uint16_t* HWY_RESTRICT fy, int columns, uint8_t* HWY_RESTRICT out) {
+void BlendRows(const uint16_t* HWY_RESTRICT upper, const uint16_t* HWY_RESTRICT lower, const uint16_t* HWY_RESTRICT fy,
+               int columns, uint8_t* HWY_RESTRICT out) {
     for (int x = 0; x < columns; ++x) {
         const auto weight = static_cast<uint16_t>(128 - fy[x]);
         const auto u = static_cast<uint16_t>(upper[x] * uint32_t{weight});

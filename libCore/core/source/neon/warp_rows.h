@@ -5,11 +5,12 @@ namespace eis {
 
 struct WarpRecord;
 
-// Resamples destination rows `row` and `row + 1` of the record's motion area, in groups of eight columns: luma bilinearly
-// with 7-bit weights, and, unless lumaOnly, chroma row `row / 2` from the nearest sample. Even columns of even rows are
-// projected and each position serves two by two pixels; one reciprocal serves a group. Samples outside the source plane
-// are taken from its first or last byte. Returns whether the last group was contiguous: its four steps add up to those of
-// an unscaled row, so that its columns are read from eight bytes in a row; false when there is no group.
+// Resamples destination rows `row` and `row + 1` of the record's motion area, in groups of eight columns: luma
+// bilinearly with 7-bit weights, and, unless lumaOnly, chroma row `row / 2` from the nearest sample. Even columns of
+// even rows are projected and each position serves two by two pixels; one reciprocal serves a group. Samples outside
+// the source plane are taken from its first or last byte. Returns whether the last group was contiguous: its four steps
+// add up to those of an unscaled row, so that its columns are read from eight bytes in a row; false when there is no
+// group.
 bool WarpRowPair_neon(const WarpRecord& record, int row, bool lumaOnly);
 bool WarpRowPair_plain(const WarpRecord& record, int row, bool lumaOnly);
 
