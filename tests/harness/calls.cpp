@@ -58,6 +58,7 @@ std::atomic<size_t> g_heldCount{0};
 std::array<std::atomic<int>, 32> g_counts;
 std::atomic<uint32_t> g_failing{0};
 std::atomic<int> g_untilFailure{0};
+std::atomic<int> g_failuresInARow{0};
 std::atomic<int64_t> g_clock{0};
 std::atomic<int64_t> g_clockStep{0};
 std::atomic<bool> g_clockIsFake{false};
@@ -136,8 +137,9 @@ int ResourceWatch::count(uint32_t calls) const {
     return sum;
 }
 
-FailNth::FailNth(uint32_t calls, int nth) {
+FailNth::FailNth(uint32_t calls, int nth, int count) {
     g_untilFailure = nth;
+    g_failuresInARow = count;
     g_failing = calls;
 }
 FailNth::~FailNth() {
@@ -150,7 +152,9 @@ bool FailNth::hit() const {
 bool isMadeToFail(Call call) {
     if (t_ownWork != 0) return false;
     if (g_watching.load(std::memory_order_relaxed)) ++g_counts[std::countr_zero(static_cast<uint32_t>(call))];
-    return (g_failing.load(std::memory_order_relaxed) & call) != 0 && --g_untilFailure == 0;
+    if ((g_failing.load(std::memory_order_relaxed) & call) == 0) return false;
+    const int left = --g_untilFailure;
+    return left <= 0 && left > -g_failuresInARow;
 }
 
 FakeClock::FakeClock(int64_t first, int64_t step) {

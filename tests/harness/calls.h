@@ -47,10 +47,10 @@ class ResourceWatch {
     int count(uint32_t calls) const;
 };
 
-// Makes the nth (from 1) call of the given kinds fail. One at a time.
+// Makes the nth (from 1) call of the given kinds fail, and with a count as many in a row. One at a time.
 class FailNth {
   public:
-    FailNth(uint32_t calls, int nth);
+    FailNth(uint32_t calls, int nth, int count = 1);
     FailNth(const FailNth&) = delete;
     FailNth& operator=(const FailNth&) = delete;
     ~FailNth();

@@ -43,6 +43,16 @@ Deadline::~Deadline() {
 
 }  // namespace eis::test
 
+// A size that cannot be had gives null, as it does without a sanitizer.
+extern "C" {
+__attribute__((visibility("default"))) const char* __asan_default_options() {
+    return "allocator_may_return_null=1";
+}
+__attribute__((visibility("default"))) const char* __tsan_default_options() {
+    return "allocator_may_return_null=1";
+}
+}
+
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     signal(SIGALRM, eis::test::onAlarm);

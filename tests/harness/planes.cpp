@@ -37,7 +37,7 @@ GuardedMemory::GuardedMemory(size_t bytes, Placement placement) : bytes_(bytes) 
 }
 
 GuardedMemory::~GuardedMemory() {
-    munmap(region_, regionBytes_);
+    if (region_ != nullptr) munmap(region_, regionBytes_);
 }
 
 testing::AssertionResult GuardedMemory::surroundingsIntact() const {

@@ -3,10 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 namespace eis::test {
 
@@ -21,8 +23,12 @@ struct Placement {
 class GuardedMemory {
   public:
     explicit GuardedMemory(size_t bytes, Placement placement = {});
-    GuardedMemory(const GuardedMemory&) = delete;
-    GuardedMemory& operator=(const GuardedMemory&) = delete;
+    GuardedMemory(GuardedMemory&& other) noexcept
+        : region_(std::exchange(other.region_, nullptr)),
+          regionBytes_(other.regionBytes_),
+          data_(other.data_),
+          bytes_(other.bytes_) {}
+    GuardedMemory& operator=(GuardedMemory&&) = delete;
     ~GuardedMemory();
 
     uint8_t* data() const { return data_; }

@@ -1,0 +1,279 @@
+// The pool of parked workers. It reports on standard output.
+#include "libCore/core/source/neon/MultiThread_new.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+
+#include "tests/frame/trace_recorder.h"
+#include "tests/harness/calls.h"
+#include "tests/harness/events.h"
+#include "tests/harness/watchdog.h"
+
+namespace eis {
+namespace {
+
+constexpr char kBadCount[] = "Bad Thread number , should be [1, 8] !\n";
+constexpr char kCreateFailed[] = "[MultiThread_Init] Create Thread Failed!";
+constexpr char kAttributeFailed[] = "Failed to init thread attribute.";
+
+std::string noJob(int index) {
+    return "Thread " + std::to_string(index) + " BAD Parameter, Please invoke MultiThread_set to set thread callback\n";
+}
+
+std::string outputOf(const std::function<void()>& action) {
+    testing::internal::CaptureStdout();
+    action();
+    return testing::internal::GetCapturedStdout();
+}
+
+// One slot's job: it counts its runs, and with a gate waits in each until the gate is open.
+struct Job {
+    std::atomic<int> entered{0};
+    std::atomic<int> left{0};
+    std::atomic<int> index{-1};
+    std::atomic<bool> gate{true};
+    std::atomic<pthread_t> thread{};
+};
+
+void runJob(void* userData, int index) {
+    auto* job = static_cast<Job*>(userData);
+    job->index = index;
+    job->thread = pthread_self();
+    ++job->entered;
+    while (!job->gate) usleep(200);
+    ++job->left;
+}
+
+void waitFor(const std::atomic<int>& counter, int value) {
+    while (counter < value) usleep(200);
+}
+
+class Pool : public testing::Test {
+  protected:
+    ~Pool() override {
+        MultiThread_destory();
+        // It never speaks through the platform log.
+        EXPECT_TRUE(test::eventsWere({}));
+    }
+
+    const test::Deadline deadline_{60};
+};
+
+TEST_F(Pool, RunsJobsOnEveryWorker) {
+    const test::ResourceWatch watch;
+    Job jobs[kMultiThreadMax];
+    ASSERT_EQ(MultiThread_Init(kMultiThreadMax), 0);
+    for (int round = 1; round <= 3; ++round) {
+        for (int i = 0; i < kMultiThreadMax; ++i) {
+            MultiThread_wait(i);
+            MultiThread_setJob(i, runJob, &jobs[i]);
+            MultiThread_start(i);
+        }
+        for (int i = 0; i < kMultiThreadMax; ++i) MultiThread_clear(i);
+        for (int i = 0; i < kMultiThreadMax; ++i) {
+            EXPECT_EQ(jobs[i].left, round);
+            EXPECT_EQ(jobs[i].index, i);
+        }
+    }
+    MultiThread_destory();
+    EXPECT_TRUE(watch.nothingLeft());
+}
+
+TEST_F(Pool, BusySlotIsRefusedAtOnce) {
+    Job first;
+    Job second;
+    ASSERT_EQ(MultiThread_Init(2), 0);
+    first.gate = false;
+    EXPECT_EQ(MultiThread_set(1, runJob, &first), 0);
+    EXPECT_EQ(MultiThread_set(1, runJob, &second), -1);
+    MultiThread_start(1);
+    waitFor(first.entered, 1);
+    EXPECT_EQ(MultiThread_set(1, runJob, &second), -1);
+    EXPECT_EQ(MultiThread_set(0, runJob, &second), 0);
+    MultiThread_sync(0);
+    EXPECT_EQ(second.left, 1);
+    EXPECT_EQ(second.index, 0);
+    first.gate = true;
+    MultiThread_wait(1);
+    EXPECT_EQ(first.left, 1);
+    MultiThread_setJob(1, runJob, &second);
+    MultiThread_sync(1);
+    EXPECT_EQ(second.left, 2);
+    // A synchronous run leaves the slot idle.
+    EXPECT_EQ(MultiThread_set(1, runJob, &first), 0);
+    MultiThread_sync(1);
+    EXPECT_EQ(first.left, 2);
+}
+
+TEST_F(Pool, WorkerWithoutAJobSaysSoAndParks) {
+    Job job;
+    const std::string output = outputOf([&] {
+        ASSERT_EQ(MultiThread_Init(3), 0);
+        for (int run = 0; run < 2; ++run) {
+            MultiThread_wait(2);
+            MultiThread_sync(2);
+            // Idle again with its job forgotten.
+            EXPECT_EQ(MultiThread_set(2, runJob, &job), 0);
+            MultiThread_sync(2);
+            MultiThread_clear(2);
+        }
+        MultiThread_destory();
+    });
+    EXPECT_EQ(output, noJob(2) + noJob(2));
+    EXPECT_EQ(job.left, 2);
+}
+
+TEST_F(Pool, BadCounts) {
+    Job job;
+    for (const int count : {9, -1, INT32_MIN, INT32_MAX}) {
+        const test::ResourceWatch watch;
+        EXPECT_EQ(outputOf([&] { EXPECT_EQ(MultiThread_Init(count), -1); }), kBadCount);
+        EXPECT_EQ(watch.count(test::kThreadCreate), 0);
+    }
+    EXPECT_EQ(outputOf([&] {
+                  EXPECT_EQ(MultiThread_Init(0), 0);
+                  MultiThread_destory();
+              }),
+              "");
+    // A live pool stays as it is.
+    ASSERT_EQ(MultiThread_Init(1), 0);
+    EXPECT_EQ(outputOf([&] { EXPECT_EQ(MultiThread_Init(9), -1); }), kBadCount);
+    EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
+    MultiThread_sync(0);
+    EXPECT_EQ(job.left, 1);
+}
+
+TEST_F(Pool, ShutDownWaitsForJobsAndMayBeRepeated) {
+    const test::ResourceWatch watch;
+    Job job;
+    job.gate = false;
+    ASSERT_EQ(MultiThread_Init(2), 0);
+    EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
+    MultiThread_start(0);
+    waitFor(job.entered, 1);
+    pthread_t opener{};
+    ASSERT_EQ(pthread_create(
+                  &opener, nullptr,
+                  [](void* gate) -> void* {
+                      usleep(20000);
+                      *static_cast<std::atomic<bool>*>(gate) = true;
+                      return nullptr;
+                  },
+                  &job.gate),
+              0);
+    MultiThread_destory();
+    EXPECT_EQ(job.left, 1);
+    pthread_join(opener, nullptr);
+    EXPECT_TRUE(watch.nothingLeft());
+    MultiThread_destory();
+}
+
+TEST_F(Pool, NewPoolRetiresTheOld) {
+    const test::ResourceWatch watch;
+    test::takeTraces();
+    Job job;
+    for (const int count : {4, 8, 2, 0, 3}) {
+        ASSERT_EQ(MultiThread_Init(count), 0);
+        for (int i = 0; i < count; ++i) {
+            EXPECT_EQ(MultiThread_set(i, runJob, &job), 0);
+            MultiThread_sync(i);
+        }
+    }
+    EXPECT_EQ(job.left, 17);
+    MultiThread_destory();
+    EXPECT_TRUE(watch.nothingLeft());
+    int balance = 0;
+    for (const auto& trace : test::takeTraces()) {
+        balance += trace.acquired ? 1 : -1;
+        EXPECT_EQ(trace.kind, 4);
+        EXPECT_EQ(trace.unit, "libCore/core/source/neon/MultiThread_new");
+        EXPECT_EQ(trace.signature, trace.acquired ? "int MultiThread_Init(int)" : "void MultiThread_destory()");
+    }
+    EXPECT_EQ(balance, 0);
+}
+
+TEST_F(Pool, FailedStartsCanBeRepeated) {
+    std::string output;
+    const int failing = test::failEachInTurn({.calls = test::kAttrInit | test::kThreadCreate | test::kAllocation,
+                                              .run =
+                                                  [&] {
+                                                      int result = 0;
+                                                      {
+                                                          const test::OwnWork own;
+                                                          testing::internal::CaptureStdout();
+                                                      }
+                                                      result = MultiThread_Init(3);
+                                                      {
+                                                          const test::OwnWork own;
+                                                          output = testing::internal::GetCapturedStdout();
+                                                      }
+                                                      MultiThread_destory();
+                                                      return result;
+                                                  },
+                                              .failed =
+                                                  [&](int result, int nth) {
+                                                      EXPECT_EQ(result, -1);
+                                                      EXPECT_EQ(output, nth == 1 ? kAttributeFailed : kCreateFailed);
+                                                  },
+                                              .succeeded =
+                                                  [&](int result) {
+                                                      EXPECT_EQ(result, 0);
+                                                      EXPECT_EQ(output, "");
+                                                  }});
+    EXPECT_EQ(failing, 4);
+
+    // A new pool straight after a failed one retires the workers that had started.
+    const test::ResourceWatch watch;
+    {
+        const test::FailNth fail(test::kThreadCreate, 3);
+        outputOf([] { EXPECT_EQ(MultiThread_Init(4), -1); });
+    }
+    Job job;
+    ASSERT_EQ(MultiThread_Init(1), 0);
+    EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
+    MultiThread_sync(0);
+    EXPECT_EQ(job.left, 1);
+    MultiThread_destory();
+    EXPECT_TRUE(watch.nothingLeft());
+}
+
+TEST_F(Pool, FailedAttributeDestructionLeavesThePoolWorking) {
+    Job job;
+    {
+        const test::FailNth fail(test::kAttrDestroy, 1);
+        EXPECT_EQ(outputOf([] { EXPECT_EQ(MultiThread_Init(2), -1); }), kCreateFailed);
+    }
+    EXPECT_EQ(MultiThread_set(1, runJob, &job), 0);
+    MultiThread_sync(1);
+    EXPECT_EQ(job.left, 1);
+}
+
+// A signal that ends a wait early must not start a job.
+TEST_F(Pool, SignalsDoNotWakeAWorker) {
+    struct sigaction action {};
+    struct sigaction before {};
+    action.sa_handler = [](int) {};
+    ASSERT_EQ(sigaction(SIGUSR1, &action, &before), 0);
+    Job job;
+    ASSERT_EQ(MultiThread_Init(1), 0);
+    EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
+    MultiThread_sync(0);
+    for (int i = 0; i < 20; ++i) {
+        pthread_kill(job.thread, SIGUSR1);
+        usleep(500);
+    }
+    EXPECT_EQ(job.entered, 1);
+    EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
+    MultiThread_sync(0);
+    EXPECT_EQ(job.entered, 2);
+    sigaction(SIGUSR1, &before, nullptr);
+}
+
+}  // namespace
+}  // namespace eis
