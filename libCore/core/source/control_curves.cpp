@@ -2,8 +2,8 @@
 
 #include <array>
 #include <cmath>
-#include <cstring>
 
+#include "bounded/bounded_memory.h"
 #include "libCore/core/source/arithmetic.h"
 
 namespace eis {
@@ -43,7 +43,7 @@ double quarterExponent(double a) {
 }
 
 void BuildLumaCurve(int16_t* dest, int32_t strength) {
-    std::memset(dest, 0, 512);
+    (void)memset_s(dest, 512, 0, 512);
     const double exponent = lumaExponent(strength);
     for (int i = -kLumaCentre; i <= 0; ++i) {
         storeOdd(dest + kLumaCentre, i, truncSat32(std::pow(lumaBase(-i), exponent) * 32.0 * i));
@@ -51,7 +51,7 @@ void BuildLumaCurve(int16_t* dest, int32_t strength) {
 }
 
 void BuildLumaCurveSingle(int16_t* dest, int32_t strength) {
-    std::memset(dest, 0, 482);
+    (void)memset_s(dest, 482, 0, 482);
     const auto exponent = static_cast<float>(lumaExponent(strength));
     for (int i = -kLumaCentre; i <= 0; ++i) {
         const double base = static_cast<float>(lumaBase(-i));
@@ -70,7 +70,7 @@ void BuildChromaCurve(int16_t* dest, int32_t strength) {
 }
 
 void BuildThresholdCurve(int16_t* dest, int32_t strength) {
-    std::memset(dest, 0, 512);
+    (void)memset_s(dest, 512, 0, 512);
     const double exponent = static_cast<float>(chromaExponent(strength));
     std::array<float, kHalfCentre> curve{};
     float peak = 0.0f;
@@ -89,7 +89,7 @@ void BuildThresholdCurve(int16_t* dest, int32_t strength) {
 }
 
 void BuildTailCurve(int16_t* dest, int32_t strength) {
-    std::memset(dest, 0, 512);
+    (void)memset_s(dest, 512, 0, 512);
     const double exponent = chromaExponent(strength);
     for (int k = 1; k < kHalfCentre; ++k) {
         const double power = std::pow(halfBase(k), exponent);

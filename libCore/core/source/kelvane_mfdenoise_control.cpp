@@ -1,7 +1,7 @@
 // The two entries that compute strength tables.
 #include <cstddef>
-#include <cstring>
 
+#include "bounded/bounded_memory.h"
 #include "include/acore_api.h"
 #include "libCore/core/source/arithmetic.h"
 #include "libCore/core/source/clock.h"
@@ -36,7 +36,7 @@ void buildFastTables(const ST_FAST_DN2D_CONTROL& control, int16_t* tables) {
     const int32_t chroma = (wrapMul(wrapAdd(control.nrUVRatio, 105), 28672) / 105) >> 10;
     const int32_t shading = truncSat32(static_cast<float>(chroma) * control.nrShadingStrength);
     const int32_t tail = wrapMul(wrapAdd(control.nrTailRatio, 105), 16) / 45;
-    std::memset(tables, 0, 3072);
+    (void)memset_s(tables, 3072, 0, 3072);
     BuildLumaCurve(tables + kFastLuma, wrapAdd(control.nrLumaRatio, 100));
     BuildChromaCurve(tables + kFastChroma, chroma);
     BuildChromaCurve(tables + kFastShading, shading);

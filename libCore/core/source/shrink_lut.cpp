@@ -1,8 +1,8 @@
 #include "libCore/core/source/shrink_lut.h"
 
 #include <cmath>
-#include <cstring>
 
+#include "bounded/bounded_memory.h"
 #include "libCore/core/source/arithmetic.h"
 #include "libCore/core/source/control_curves.h"
 
@@ -13,7 +13,7 @@ void BuildShrinkLut(int16_t* dest, int32_t strength) {
     // Rounded to single precision before it is subtracted in double: not fused, unlike its neighbours.
     const float scaled = static_cast<float>(strength) * 0.0019569471f;
     const double exponent = static_cast<float>(quarterExponent(0.99999 - static_cast<double>(scaled)));
-    std::memset(dest, 0, 2048);
+    (void)memset_s(dest, 2048, 0, 2048);
     for (int k = 1; k < kCentre; ++k) {
         const double base = static_cast<float>(std::fma(static_cast<double>(-k), 0.0019569471624266144, 1.0));
         const double power = std::pow(base, exponent);
