@@ -10,5 +10,6 @@ namespace eishost {
 
 void addScaleCommand(CLI::App& app);
 void addSynthCommand(CLI::App& app);
+void addTablesCommand(CLI::App& app);
 
 }  // namespace eishost

@@ -17,6 +17,7 @@ int run(int argc, char** argv) {
         "            5 error status from the library, 6 internal error.");
     eishost::addScaleCommand(app);
     eishost::addSynthCommand(app);
+    eishost::addTablesCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::RuntimeError& error) {

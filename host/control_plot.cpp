@@ -1,0 +1,120 @@
+#include "host/control_plot.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <opencv2/imgcodecs.hpp>
+#include <string_view>
+
+#include "host/exit_codes.h"
+
+namespace eishost {
+
+namespace {
+
+struct PanelPlan {
+    const char* title;
+    const char* xLabel;
+    const char* yLabel;
+    const char* guide;  // what a correction in full, or none, would be
+    std::vector<const char*> tables;
+    bool taken = false;  // not the table's value but what it takes away from the input
+};
+
+const TableLayout& layoutOf(TableKind kind, std::string_view name) {
+    const auto layouts = tableLayouts(kind);
+    return *std::find_if(layouts.begin(), layouts.end(), [&](const TableLayout& table) { return table.name == name; });
+}
+
+// The half of a table that answers inputs from 0 on; the other half is its mirror image.
+Series tableSeries(const PlottedTables& plotted, const TableLayout& table, bool taken, int color, bool dashed) {
+    Series series;
+    series.name = std::string(table.label) + (plotted.name.empty() ? "" : ", " + plotted.name);
+    series.color = chartColor(color);
+    series.style = dashed ? LineStyle::kDashed : LineStyle::kSolid;
+    for (int input = 0; input < table.entries - table.zero; ++input) {
+        const double value = plotted.tables.at(table, input) / static_cast<double>(table.scale);
+        series.points.emplace_back(input, taken ? input - value : value);
+    }
+    return series;
+}
+
+Panel tablePanel(const PanelPlan& plan, const std::vector<PlottedTables>& plotted) {
+    Panel panel;
+    panel.title = plan.title;
+    panel.xLabel = plan.xLabel;
+    panel.yLabel = plan.yLabel;
+    panel.maxY = 0;
+    for (std::size_t setting = 0; setting < plotted.size(); ++setting) {
+        int color = 0;
+        for (const char* name : plan.tables) {
+            const TableLayout& table = layoutOf(plotted[setting].settings.kind, name);
+            panel.series.push_back(tableSeries(plotted[setting], table, plan.taken, color++, setting > 0));
+            // The chroma tables end with a zero that is no part of the curve.
+            if (table.zero == 0) panel.series.back().points.pop_back();
+            for (const cv::Point2d& point : panel.series.back().points) {
+                panel.maxX = std::max(panel.maxX, point.x);
+                panel.maxY = std::max(panel.maxY, point.y);
+            }
+        }
+    }
+    if (panel.maxY <= 0) {
+        panel.message = "no correction";
+        panel.maxY = panel.maxX;
+    }
+    panel.maxY *= 1.08;
+    panel.guides.push_back({plan.guide, {{0, 0}, {panel.maxX, panel.maxX}}, cv::Scalar::all(150)});
+    return panel;
+}
+
+}  // namespace
+
+Chart controlChart(const std::vector<PlottedTables>& plotted) {
+    static const PanelPlan kFastPanels[] = {
+        {"Luma", "luma difference (steps)", "correction (steps)", "corrected in full", {"luma", "lumaGain"}},
+        {"Chroma",
+         "chroma difference (steps)",
+         "correction (steps)",
+         "corrected in full",
+         {"chroma", "chromaSoft", "shading", "shadingSoft"}},
+        {"Threshold", "difference (steps)", "correction (steps)", "corrected in full", {"threshold"}},
+        {"Tail", "difference (steps)", "correction (steps)", "corrected in full", {"tail"}}};
+    static const PanelPlan kShrinkPanels[] = {
+        {"Detail shrink",
+         "detail coefficient",
+         "what is left of it",
+         "left as it is",
+         {"shrink0", "shrink1", "shrink2"}},
+        {"Detail taken out",
+         "detail coefficient",
+         "what is taken from it",
+         "taken in full",
+         {"shrink0", "shrink1", "shrink2"},
+         true},
+        {"Luma", "luma difference (steps)", "correction (steps)", "corrected in full", {"luma", "lumaGain"}}};
+
+    const PlottedTables& first = plotted.front();
+    Chart chart;
+    if (first.settings.kind == TableKind::kFast) {
+        chart.title = "Control tables of the fast denoiser";
+        for (const PanelPlan& plan : kFastPanels) chart.panels.push_back(tablePanel(plan, plotted));
+    } else {
+        chart.title = "Shrink tables";
+        for (const PanelPlan& plan : kShrinkPanels) chart.panels.push_back(tablePanel(plan, plotted));
+    }
+    for (const PlottedTables& each : plotted) {
+        chart.notes.push_back((each.name.empty() ? "" : each.name + ": ") + describeSettings(each.settings));
+    }
+    return chart;
+}
+
+void saveChart(const std::string& path, const Chart& chart) {
+    if (!path.ends_with(".png")) throw HostError(kExitUsage, path + ": the plot is a .png");
+    std::vector<std::uint8_t> bytes;
+    cv::imencode(".png", drawChart(chart), bytes);
+    std::ofstream file(path, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!file.flush()) throw HostError(kExitUnwritable, path + ": cannot be written: " + std::strerror(errno));
+}
+
+}  // namespace eishost

@@ -1,0 +1,24 @@
+// The control tables as a picture.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/chart.h"
+#include "host/control_tables.h"
+
+namespace eishost {
+
+struct PlottedTables {
+    std::string name;  // in the legend, when there is more than one
+    ControlSettings settings;
+    ControlTables tables;
+};
+
+// One setting, or two of one kind: the second is dashed.
+Chart controlChart(const std::vector<PlottedTables>& plotted);
+
+// Writes a PNG. HostError(kExitUsage) for another extension, HostError(kExitUnwritable) when it cannot be written.
+void saveChart(const std::string& path, const Chart& chart);
+
+}  // namespace eishost
