@@ -60,7 +60,8 @@ Panel tablePanel(const PanelPlan& plan, const std::vector<PlottedTables>& plotte
     }
     if (panel.maxY <= 0) {
         panel.message = "no correction";
-        panel.maxY = panel.maxX;
+        panel.maxY = 1;
+        return panel;
     }
     panel.maxY *= 1.08;
     panel.guides.push_back({plan.guide, {{0, 0}, {panel.maxX, panel.maxX}}, cv::Scalar::all(150)});
