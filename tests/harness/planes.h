@@ -72,6 +72,9 @@ class Plane {
     // Makes the whole buffer, padding included, equal to another of the same shape.
     void copyFrom(const Plane& other) const { std::memcpy(data(), other.data(), memory_.size()); }
 
+    // Whether samples and padding are as they were at the start.
+    bool isUntouched() const { return memory_.isCanary(0, memory_.size()); }
+
     // Whether padding and surroundings are as they were at the start.
     testing::AssertionResult paddingIntact() const {
         for (int y = 0; y < height_; ++y) {

@@ -52,8 +52,10 @@ bool borderFits(int32_t border) {
     return border >= 0 && border <= 1 << 20;
 }
 
-// Bytes to allocate. The sampler's own layout always has a border of 2, and a negative stride takes no room from it.
+// Bytes to allocate; negative, which cannot be had, when a stride far below zero takes all. The sampler's own layout
+// always has a border of 2, and a negative stride takes no room from it.
 int64_t workBytes(const ST_SCALE_BLOCK& block, const WorkLayout& layout) {
+    if (layout.size < 0) return layout.size;
     const WorkLayout sampled = layoutFor(block, std::max<int64_t>(block.border, kScaleBorder));
     const int64_t table = std::max<int64_t>(block.dstStride, 0) * 16;
     return std::max(layout.size, sampled.chroma[1] + (sampled.chroma[1] - sampled.chroma[0]) + table);
@@ -93,8 +95,8 @@ EIS_EXPORT ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* blockAddress
     const bool nothingToDo = srcW < 1 || srcH < 1 || block.dstWidth < 0 || block.dstHeight < 0;
     const bool fits = borderFits(block.border);
     const WorkLayout layout = layoutFor(block, fits ? block.border : 0);
-    const int64_t bytes = std::max<int64_t>(workBytes(block, layout), 1);
-    Scratch<uint8_t> work(fits ? bytes : -1, __func__);
+    const int64_t bytes = !fits ? -1 : nothingToDo ? 1 : workBytes(block, layout);
+    Scratch<uint8_t> work(bytes, __func__);
     if (!work) {
         EIS_LOG_ERROR("[%s]:  pMem malloc error!\n", __func__);
         return retStsNoMemory;

@@ -1,0 +1,138 @@
+// The scaler's vector form against its definition, on every target.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "libCore/core/source/neon/bilinear_position.h"
+#include "libCore/core/source/neon/bilinear_scale.h"
+#include "tests/harness/content.h"
+#include "tests/harness/planes.h"
+#include "tests/harness/targets.h"
+
+namespace eis::test {
+namespace {
+
+struct Sizes {
+    int srcW;
+    int srcH;
+    int dstW;
+    int dstH;
+};
+
+// Destination widths from 1 to two of the widest vectors + 3, each enlarged, reduced and equal; then more than one
+// strip of columns, and ratios at the ends of the fixed-point range.
+std::vector<Sizes> allSizes() {
+    std::vector<Sizes> sizes;
+    Random random(31);
+    const auto upTo = [&](int limit) { return static_cast<int>(random.in(1, limit)); };
+    for (int w = 1; w <= 2 * 64 + 3; ++w) {
+        sizes.push_back({w, upTo(9), w, upTo(9)});
+        sizes.push_back({upTo(w), upTo(9), w, 2 * upTo(6) + 1});
+        sizes.push_back({w + upTo(3 * w), upTo(30), w, upTo(9)});
+    }
+    for (const Sizes& wide : {Sizes{3000, 5, 2500, 7}, Sizes{64, 3, 2051, 4}, Sizes{1, 1, 1030, 3},
+                              Sizes{5001, 2, 1025, 2}, Sizes{40000, 2, 1, 2}, Sizes{2, 40000, 3, 5}}) {
+        sizes.push_back(wide);
+    }
+    return sizes;
+}
+
+std::string nameOf(const Sizes& s) {
+    return std::to_string(s.srcW) + "x" + std::to_string(s.srcH) + " to " + std::to_string(s.dstW) + "x" +
+           std::to_string(s.dstH);
+}
+
+// Blocks alternate between ending and beginning at a protected page, at every alignment in turn.
+Placement placementOf(size_t turn) {
+    return {turn % 2 == 0 ? Placement::kAtEnd : Placement::kAtStart, static_cast<int>(turn / 2 % 17)};
+}
+
+Plane<uint8_t> paddedSource(const Sizes& s, int planes, size_t turn) {
+    const int padding = 2 * kScaleBorder;
+    Plane<uint8_t> source(s.srcW + padding, (s.srcH + padding) * planes, s.srcW + padding, placementOf(turn));
+    fill(source, kAllContents[turn % std::size(kAllContents)], turn);
+    return source;
+}
+
+TEST(ScaleKernels, LumaFormsAgree) {
+    size_t turn = 0;
+    for (const Sizes& s : allSizes()) {
+        SCOPED_TRACE(nameOf(s));
+        const Plane<uint8_t> source = paddedSource(s, 1, ++turn);
+        const int pitch = s.dstW + static_cast<int>(turn % 5);
+        // Column numbers need not ascend.
+        const GuardedMemory table(4 * static_cast<size_t>(pitch), placementOf(turn + 1));
+        for (int x = 0; x < pitch; ++x) storeUnaligned(table.data() + 4 * x, turn % 3 == 0 ? s.dstW - 1 - x : x);
+        // All rows, or some, or none.
+        const int rowFirst = turn % 4 == 0 ? s.dstH / 3 : 0;
+        const int rowEnd = turn % 7 == 0 ? s.dstH / 2 : s.dstH;
+        const Plane<uint8_t> expected(s.dstW, s.dstH, pitch, placementOf(turn + 2), true);
+        const Plane<uint8_t> before(s.dstW, s.dstH, pitch, {}, true);
+        before.copyFrom(expected);
+        EXPECT_EQ(y_bilinear_scale_crop_fixed_plain(source.data(), s.srcW, s.srcH, 0, expected.data(), s.dstW, s.dstH,
+                                                    pitch, rowFirst, rowEnd, table.data()),
+                  0);
+        EXPECT_TRUE(expected.paddingIntact());
+        for (int y = 0; y < s.dstH; ++y) {
+            if (y >= rowFirst && y < rowEnd) continue;
+            EXPECT_EQ(std::memcmp(expected.row(y), before.row(y), s.dstW), 0) << "row " << y << " is not to be written";
+        }
+        forEachTarget([&] {
+            const Plane<uint8_t> actual(s.dstW, s.dstH, pitch, placementOf(turn + 3), true);
+            actual.copyFrom(before);
+            EXPECT_EQ(y_bilinear_scale_crop_fixed_neon(source.data(), s.srcW, s.srcH, 0, actual.data(), s.dstW, s.dstH,
+                                                       pitch, rowFirst, rowEnd, table.data()),
+                      0);
+            EXPECT_TRUE(samePlanes(actual, expected));
+        });
+        if (HasFailure()) return;
+    }
+}
+
+TEST(ScaleKernels, ChromaFormsAgree) {
+    size_t turn = 0;
+    for (const Sizes& s : allSizes()) {
+        SCOPED_TRACE(nameOf(s));
+        const Plane<uint8_t> source = paddedSource(s, 2, ++turn);
+        const int pitch = s.dstW + static_cast<int>(turn % 5);
+        // The second plane stands right behind the first.
+        const Plane<uint8_t> expected(s.dstW, 2 * s.dstH, pitch, placementOf(turn + 2), true);
+        const Plane<uint8_t> before(s.dstW, 2 * s.dstH, pitch, {}, true);
+        before.copyFrom(expected);
+        uv_bilinear_scale_crop_fixed_plain(source.data(), s.srcW, s.srcH, expected.data(), s.dstW, s.dstH, pitch);
+        EXPECT_TRUE(expected.paddingIntact());
+        forEachTarget([&] {
+            const Plane<uint8_t> actual(s.dstW, 2 * s.dstH, pitch, placementOf(turn + 3), true);
+            actual.copyFrom(before);
+            uv_bilinear_scale_crop_fixed_neon(source.data(), s.srcW, s.srcH, actual.data(), s.dstW, s.dstH, pitch);
+            EXPECT_TRUE(samePlanes(actual, expected));
+        });
+        if (HasFailure()) return;
+    }
+}
+
+// A table that is shorter than the destination is read to its end and no further; the other columns stand for
+// themselves.
+TEST(ScaleKernels, ShortColumnTable) {
+    constexpr int kWidth = 45;
+    const Sizes s{kWidth, 1, kWidth, 1};
+    const Plane<uint8_t> source = paddedSource(s, 1, 12);
+    for (const int entries : {0, 1, 13, 44}) {
+        const GuardedMemory table(4 * static_cast<size_t>(entries), {Placement::kAtEnd, 1});
+        for (int x = 0; x < entries; ++x) storeUnaligned(table.data() + 4 * x, entries - 1 - x);
+        const auto check = [&](auto kernel) {
+            const Plane<uint8_t> out(kWidth, 1);
+            kernel(source.data(), kWidth, 1, 0, out.data(), kWidth, 1, entries, 0, 1, table.data());
+            for (int x = 0; x < kWidth; ++x) {
+                const int column = x < entries ? entries - 1 - x : x;
+                EXPECT_EQ(out.at(x, 0), source.at(column + kScaleBorder, kScaleBorder)) << entries << ", column " << x;
+            }
+        };
+        check(y_bilinear_scale_crop_fixed_plain);
+        forEachTarget([&] { check(y_bilinear_scale_crop_fixed_neon); });
+    }
+}
+
+}  // namespace
+}  // namespace eis::test

@@ -1,0 +1,201 @@
+// What scaled pictures hold, worked out by hand, and their digests.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "libCore/core/source/neon/bilinear_scale.h"
+#include "libCore/core/source/neon/mirror_border.h"
+#include "tests/harness/targets.h"
+#include "tests/scale/scaling.h"
+
+namespace eis::test {
+namespace {
+
+TEST(ScaleValues, BorderMirrorsAboutTheEdge) {
+    // Where each column or row of the padded plane comes from.
+    const struct {
+        int size;
+        int border;
+        std::vector<int> from;
+    } cases[] = {
+        {4, 2, {2, 1, 0, 1, 2, 3, 2, 1}},
+        {3, 2, {2, 1, 0, 1, 2, 1, 0}},
+        {2, 2, {1, 1, 0, 1, 0, 0}},
+        {1, 2, {0, 0, 0, 0, 0}},
+        {5, 0, {0, 1, 2, 3, 4}},
+        {4, 1, {1, 0, 1, 2, 3, 2}},
+        {3, 4, {2, 2, 2, 1, 0, 1, 2, 1, 0, 0, 0}},
+    };
+    for (const auto& columns : cases) {
+        for (const auto& rows : cases) {
+            if (columns.border != rows.border) continue;
+            const Plane<uint8_t> source(columns.size, rows.size, columns.size + 3, {}, true);
+            fill(source, Content::kRandom, 5);
+            const int width = static_cast<int>(columns.from.size());
+            const int height = static_cast<int>(rows.from.size());
+            const Plane<uint8_t> padded(width, height);
+            MirrorBorderCopy(source.data(), columns.size, rows.size, source.pitch(), padded.data(), columns.border);
+            EXPECT_TRUE(padded.paddingIntact());
+            for (int y = 0; y < height; ++y) {
+                for (int x = 0; x < width; ++x) {
+                    EXPECT_EQ(padded.at(x, y), source.at(columns.from[x], rows.from[y]))
+                        << columns.size << "x" << rows.size << " at " << x << ", " << y;
+                }
+            }
+        }
+    }
+}
+
+// A weighted source sample.
+struct Term {
+    int sample;
+    int quarters;
+};
+
+// Which source samples make each destination sample, in both directions alike.
+const struct Blend {
+    const char* name;
+    int source;
+    int destination;
+    std::vector<std::vector<Term>> samples;
+} kBlends[] = {
+    {"equal", 5, 5, {{{0, 4}}, {{1, 4}}, {{2, 4}}, {{3, 4}}, {{4, 4}}}},
+    // The first position lies before the first sample and folds to the other side of it.
+    {"twice",
+     3,
+     6,
+     {{{0, 3}, {1, 1}},
+      {{0, 3}, {1, 1}},
+      {{0, 1}, {1, 3}},
+      {{1, 3}, {2, 1}},
+      {{1, 1}, {2, 3}},
+      // Past the last sample stands the mirrored one.
+      {{2, 3}, {1, 1}}}},
+    {"half", 6, 3, {{{0, 2}, {1, 2}}, {{2, 2}, {3, 2}}, {{4, 2}, {5, 2}}}},
+    {"third", 9, 3, {{{1, 4}}, {{4, 4}}, {{7, 4}}}},
+    {"two thirds", 6, 4, {{{0, 3}, {1, 1}}, {{1, 1}, {2, 3}}, {{3, 3}, {4, 1}}, {{4, 1}, {5, 3}}}},
+    {"one to many", 1, 4, {{{0, 4}}, {{0, 4}}, {{0, 4}}, {{0, 4}}}},
+    {"two to four", 2, 4, {{{0, 3}, {1, 1}}, {{0, 3}, {1, 1}}, {{0, 1}, {1, 3}}, {{1, 3}, {0, 1}}}},
+};
+
+int blended(const Plane<uint8_t>& source, const std::vector<Term>& columns, const std::vector<Term>& rows) {
+    int sum = 0;
+    for (const Term& row : rows) {
+        for (const Term& column : columns) {
+            sum += row.quarters * column.quarters * source.at(column.sample, row.sample);
+        }
+    }
+    return sum / 16;  // truncated
+}
+
+TEST(ScaleValues, ThroughTheEntry) {
+    for (const Blend& across : kBlends) {
+        for (const Blend& down : kBlends) {
+            SCOPED_TRACE(std::string(across.name) + " by " + down.name);
+            ScaleCall call(across.source, down.source, across.destination, down.destination);
+            EXPECT_EQ(call.run(), retStsOK);
+            const Plane<uint8_t>& luma = call.destination.luma;
+            EXPECT_TRUE(luma.paddingIntact());
+            EXPECT_TRUE(call.destination.chroma.paddingIntact());
+            for (size_t y = 0; y < down.samples.size(); ++y) {
+                for (size_t x = 0; x < across.samples.size(); ++x) {
+                    EXPECT_EQ(luma.at(x, y), blended(call.source.luma, across.samples[x], down.samples[y]))
+                        << x << ", " << y;
+                }
+            }
+        }
+    }
+}
+
+// Halves and pitches of chroma, both planes, odd sizes included: equal sizes copy.
+TEST(ScaleValues, EqualSizesCopy) {
+    for (const auto& [width, height] : {std::pair{64, 48}, {33, 17}, {2, 2}, {1, 9}, {301, 3}, {3, 2}}) {
+        ScaleCall call(width, height, width, height);
+        EXPECT_EQ(call.run(), retStsOK);
+        for (const bool chroma : {false, true}) {
+            const Plane<uint8_t>& from = chroma ? call.source.chroma : call.source.luma;
+            const Plane<uint8_t>& to = chroma ? call.destination.chroma : call.destination.luma;
+            EXPECT_TRUE(to.paddingIntact());
+            for (int y = 0; y < from.height(); ++y) {
+                EXPECT_EQ(std::memcmp(from.row(y), to.row(y), from.width()), 0)
+                    << width << "x" << height << (chroma ? " chroma" : " luma") << " row " << y;
+            }
+        }
+    }
+}
+
+TEST(ScaleValues, CropByAddressAndStride) {
+    ScaleCall call(200, 40, 60, 20);
+    const int x = 37;
+    const int y = 11;
+    call.block.Yin += y * call.source.stride + x;
+    call.block.srcWidth = 60;
+    call.block.srcHeight = 20;
+    EXPECT_EQ(call.run(), retStsOK);
+    for (int row = 0; row < 20; ++row) {
+        EXPECT_EQ(std::memcmp(call.destination.luma.row(row), &call.source.luma.at(x, y + row), 60), 0) << row;
+    }
+    // The second chroma plane is looked for behind the crop's own height.
+    for (int row = 0; row < 20; ++row) {
+        EXPECT_EQ(std::memcmp(call.destination.chroma.row(row), call.source.chroma.row(row), 30), 0) << row;
+    }
+}
+
+// Other borders than the sampler's: planes are padded at their own pitch, one behind the other, and read at the
+// sampler's; what nothing was written to is 0.
+TEST(ScaleValues, OtherBorders) {
+    constexpr int kW = 14;
+    constexpr int kH = 10;
+    for (const int border : {0, 1, 3, 7}) {
+        ScaleCall call(kW, kH, kW, kH, border);
+        // A table of column numbers stands behind the planes.
+        std::vector<uint8_t> work(20000, 0);
+        const auto padded = [&](int size) { return size + 2 * border; };
+        const size_t lumaBytes = padded(kW) * padded(kH);
+        const size_t chromaBytes = padded(kW / 2) * padded(kH / 2);
+        MirrorBorderCopy(call.source.luma.data(), kW, kH, call.source.luma.pitch(), work.data(), border);
+        for (int plane = 0; plane < 2; ++plane) {
+            MirrorBorderCopy(call.source.chroma.row(plane * kH / 2), kW / 2, kH / 2, call.source.chroma.pitch(),
+                             &work[lumaBytes + plane * chromaBytes], border);
+        }
+        const size_t table = lumaBytes + 2 * chromaBytes + size_t{4} * call.destination.stride;
+        for (int x = 0; x < call.destination.stride; ++x) work[table + 4 * x] = static_cast<uint8_t>(x);
+
+        EXPECT_EQ(call.run(), retStsOK);
+        EXPECT_TRUE(call.destination.luma.paddingIntact());
+        for (int y = 0; y < kH; ++y) {
+            EXPECT_EQ(std::memcmp(call.destination.luma.row(y), &work[(y + 2) * (kW + 4) + 2], kW), 0)
+                << "border " << border << ", luma row " << y;
+        }
+        for (int y = 0; y < kH; ++y) {
+            const size_t plane = y < kH / 2 ? lumaBytes : lumaBytes + (kW / 2 + 4) * (kH / 2 + 4);
+            EXPECT_EQ(std::memcmp(call.destination.chroma.row(y), &work[plane + (y % (kH / 2) + 2) * (kW / 2 + 4) + 2],
+                                  kW / 2),
+                      0)
+                << "border " << border << ", chroma row " << y;
+        }
+    }
+}
+
+// One value on every machine and target.
+TEST(ScaleValues, Digests) {
+    const struct {
+        int dstW;
+        int dstH;
+        uint64_t luma;
+        uint64_t chroma;
+    } cases[] = {{333, 250, 1019418209084726729u, 2520935056183418963u},
+                 {97, 61, 6078651764665732851u, 18401680539354094001u},
+                 {1100, 140, 7871970041218343032u, 5329377406551238681u}};
+    for (const auto& c : cases) {
+        forEachTarget([&] {
+            ScaleCall call(322, 242, c.dstW, c.dstH);
+            EXPECT_EQ(call.run(), retStsOK);
+            EXPECT_EQ(digest(call.destination.luma), c.luma) << c.dstW;
+            EXPECT_EQ(digest(call.destination.chroma), c.chroma) << c.dstW;
+        });
+    }
+}
+
+}  // namespace
+}  // namespace eis::test
