@@ -57,6 +57,10 @@ ret_status CalcFastDn2dControl_AcoreAPI(const ST_FAST_DN2D_CONTROL* fastDn2dCont
    nothing written or installed. */
 ret_status CalcShrinkLUTDnCoef(const ST_SHRINK_LUT_CONTROL* block);
 
+/* Joins the GPU thread, if there is one, and tears the GPU path down. 0, also when nothing was up; -997 when the
+   release reported a failure. */
+ret_status CleanOpenclMFNR_AcoreAPI(void);
+
 #ifdef __cplusplus
 }
 #endif
