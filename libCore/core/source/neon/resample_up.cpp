@@ -1,0 +1,136 @@
+#include "libCore/core/source/neon/resample_up.h"
+
+#include <cstring>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample_up.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+
+// One row of twice the width. Every sum stays below 4096.
+void DoubleRow(const uint8_t* HWY_RESTRICT near, const uint8_t* HWY_RESTRICT far, int width,
+               uint8_t* HWY_RESTRICT dst) {
+    const int last = width - 1;
+    dst[0] = static_cast<uint8_t>((3 * near[0] + far[0] + 2) >> 2);
+    for (int x = 0; x < last; ++x) {
+        const auto left = static_cast<uint16_t>(3 * near[x] + far[x]);
+        const auto right = static_cast<uint16_t>(3 * near[x + 1] + far[x + 1]);
+        dst[2 * x + 1] = static_cast<uint8_t>(static_cast<uint16_t>(3 * left + right + 8) >> 4);
+        dst[2 * x + 2] = static_cast<uint8_t>(static_cast<uint16_t>(left + 3 * right + 8) >> 4);
+    }
+    dst[2 * last + 1] = static_cast<uint8_t>((3 * near[last] + far[last] + 2) >> 2);
+}
+
+// `above` and `below` stand for the rows on either side of the band.
+void DoublePlane(const uint8_t* src, int height, int width, int64_t dstStride, uint8_t* dst, const uint8_t* above,
+                 const uint8_t* below) {
+    for (int y = 0; y < height; ++y) {
+        const uint8_t* row = src + int64_t{y} * width;
+        DoubleRow(row, y > 0 ? row - width : above, width, dst);
+        DoubleRow(row, y + 1 < height ? row + width : below, width, dst + dstStride);
+        dst += 2 * dstStride;
+    }
+}
+
+// The inside of one row of four times the width, from column 2 on. Every sum stays below 16384.
+void QuadrupleRow(const uint8_t* HWY_RESTRICT upper, const uint8_t* HWY_RESTRICT lower, uint16_t weight, int width,
+                  uint8_t* HWY_RESTRICT dst) {
+    const auto lowerWeight = static_cast<uint16_t>(8 - weight);
+    for (int x = 0; x + 1 < width; ++x) {
+        const auto left = static_cast<uint16_t>(weight * upper[x] + lowerWeight * lower[x]);
+        const auto right = static_cast<uint16_t>(weight * upper[x + 1] + lowerWeight * lower[x + 1]);
+        dst[4 * x + 0] = static_cast<uint8_t>(static_cast<uint16_t>(7 * left + 1 * right + 32) >> 6);
+        dst[4 * x + 1] = static_cast<uint8_t>(static_cast<uint16_t>(5 * left + 3 * right + 32) >> 6);
+        dst[4 * x + 2] = static_cast<uint8_t>(static_cast<uint16_t>(3 * left + 5 * right + 32) >> 6);
+        dst[4 * x + 3] = static_cast<uint8_t>(static_cast<uint16_t>(1 * left + 7 * right + 32) >> 6);
+    }
+}
+
+// An outermost row but for its last two columns.
+void EdgeRow(const uint8_t* HWY_RESTRICT src, int width, uint8_t* HWY_RESTRICT dst) {
+    const int last = width - 1;
+    for (int x = 0; x < last; ++x) {
+        dst[4 * x + 0] = src[x];
+        dst[4 * x + 1] = static_cast<uint8_t>((3 * src[x] + 1 * src[x + 1]) >> 2);
+        dst[4 * x + 2] = static_cast<uint8_t>((2 * src[x] + 2 * src[x + 1]) >> 2);
+        dst[4 * x + 3] = static_cast<uint8_t>((1 * src[x] + 3 * src[x + 1]) >> 2);
+    }
+    dst[4 * last] = src[last];
+    dst[4 * last + 1] = src[last];
+}
+
+// The sample of an outermost column in row `y` of the destination.
+HWY_INLINE uint8_t EdgeColumn(const uint8_t* column, int64_t pitch, int height, int y) {
+    const int i = y / 4;
+    const int next = i + 1 < height ? i + 1 : i;
+    return static_cast<uint8_t>(((4 - y % 4) * column[i * pitch] + y % 4 * column[next * pitch]) >> 2);
+}
+
+void QuadruplePlane(const uint8_t* src, int height, int width, uint8_t* dst) {
+    if (height < 1 || width < 1) return;
+    const int64_t pitch = 4 * int64_t{width};
+    const int rows = 4 * height;
+    for (const int y : {0, rows - 2}) {
+        uint8_t* row = dst + y * pitch;
+        EdgeRow(src + int64_t{y / 4} * width, width, row);
+        memcpy(row + pitch, row, pitch - 2);
+    }
+    for (int y = 2; y < rows - 2; ++y) {
+        const uint8_t* upper = src + int64_t{(y - 2) / 4} * width;
+        uint8_t* row = dst + y * pitch;
+        row[0] = row[1] = EdgeColumn(src, width, height, y);
+        QuadrupleRow(upper, upper + width, static_cast<uint16_t>(7 - 2 * ((y - 2) % 4)), width, row + 2);
+    }
+    for (int y = 0; y < rows; ++y) {
+        uint8_t* end = dst + (y + 1) * pitch;
+        end[-2] = end[-1] = EdgeColumn(src + width - 1, width, height, y);
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(DoublePlane);
+HWY_EXPORT(QuadruplePlane);
+
+namespace {
+
+void upScaleX4(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst, bool readAbove, bool readBelow) {
+    if (height < 1 || width < 1) return;
+    const uint8_t* lastRow = src + int64_t{height - 1} * width;
+    HWY_DYNAMIC_DISPATCH(DoublePlane)
+    (src, height, width, dstStride, dst, readAbove ? src - width : src, readBelow ? lastRow + width : lastRow);
+}
+
+}  // namespace
+
+void UpScaleX4_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
+    upScaleX4(src, height, width, dstStride, dst, false, false);
+}
+
+void UpScaleX4_TopBand_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
+    upScaleX4(src, height, width, dstStride, dst, false, true);
+}
+
+void UpScaleX4_MidBand_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
+    upScaleX4(src, height, width, dstStride, dst, true, true);
+}
+
+void UpScaleX4_BottomBand_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
+    upScaleX4(src, height, width, dstStride, dst, true, false);
+}
+
+void UpScaleX16_neon(const uint8_t* src, int height, int width, uint8_t* dst) {
+    HWY_DYNAMIC_DISPATCH(QuadruplePlane)(src, height, width, dst);
+}
+
+}  // namespace eis
+#endif
