@@ -1,0 +1,116 @@
+#include "highLevel/src/chroma_edges.h"
+
+#include <vector>
+
+#include "tests/chroma_kernels/cases.h"
+
+namespace eis::test {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+TEST(ChromaEdges, MagnitudeFormsAgree) {
+    CaseDigest all;
+    forEachCase([&](const KernelCase& c) {
+        const int pitch = c.pitch();
+        const auto u = c.plane<uint8_t>(0, 255, pitch, 0);
+        const auto v = c.plane<uint8_t>(0, 255, pitch, 1);
+        const Twins<uint8_t> out(c, pitch);
+        ChromaMagnitude_plain(u.data(), v.data(), out.plain.data(), c.width, c.height, pitch);
+        ChromaMagnitude(u.data(), v.data(), out.vectors.data(), c.width, c.height, pitch);
+        EXPECT_TRUE(out.agree());
+        all.add(c, out.plain);
+    });
+    EXPECT_EQ(all.value(), 18204768980949177460u);
+}
+
+TEST(ChromaEdges, BinomialFormsAgree) {
+    CaseDigest all;
+    forEachCase([&](const KernelCase& c) {
+        const int pitch = c.pitch();
+        const int tmpPitch = c.width + 3;
+        const auto source = c.plane<uint8_t>(0, 255, pitch, 0);
+        const Twins<uint8_t> out(c, pitch);
+        const Twins<uint8_t> tmp(c, tmpPitch);
+        Binomial3x3_plain(source.data(), out.plain.data(), tmp.plain.data(), c.width, c.height, pitch, pitch, tmpPitch);
+        Binomial3x3(source.data(), out.vectors.data(), tmp.vectors.data(), c.width, c.height, pitch, pitch, tmpPitch);
+        EXPECT_TRUE(out.agree());
+        EXPECT_TRUE(tmp.agree());
+        // In place.
+        Binomial3x3(source.data(), source.data(), tmp.vectors.data(), c.width, c.height, pitch, pitch, tmpPitch);
+        EXPECT_EQ(digest(source), digest(out.plain));
+        all.add(c, out.plain);
+    });
+    EXPECT_EQ(all.value(), 10276083599781239532u);
+}
+
+TEST(ChromaEdges, SobelFormsAgree) {
+    CaseDigest all;
+    forEachCase([&](const KernelCase& c) {
+        const int srcPitch = c.width + 2;
+        const auto source = c.plane<uint8_t>(0, 255, srcPitch, 0);
+        const Twins<uint8_t> out(c, c.pitch());
+        SobelMagnitude_plain(source.data(), out.plain.data(), c.width, c.height, srcPitch, c.pitch());
+        SobelMagnitude(source.data(), out.vectors.data(), c.width, c.height, srcPitch, c.pitch());
+        EXPECT_TRUE(out.agree());
+        all.add(c, out.plain);
+    });
+    EXPECT_EQ(all.value(), 5639938344269260654u);
+}
+
+TEST(ChromaEdges, SatAddFormsAgree) {
+    CaseDigest all;
+    forEachCase([&](const KernelCase& c) {
+        const auto add = c.plane<uint8_t>(0, 90, c.width, 0);
+        const Twins<uint8_t> out(c, c.width, 0, 255, 1);
+        SatAddPlane_plain(out.plain.data(), add.data(), c.width, c.height);
+        SatAddPlane(out.vectors.data(), add.data(), c.width, c.height);
+        EXPECT_TRUE(out.agree());
+        all.add(c, out.plain);
+    });
+    EXPECT_EQ(all.value(), 12194470263899109278u);
+}
+
+TEST(ChromaEdges, MagnitudeOfColours) {
+    const Bytes u{128, 0, 255, 128, 100, 200};
+    const Bytes v{128, 128, 0, 64, 156, 100};
+    Bytes out(6);
+    ChromaMagnitude(u.data(), v.data(), out.data(), 6, 1, 6);
+    EXPECT_EQ(out, (Bytes{64, 192, 255, 128, 120, 164}));
+}
+
+TEST(ChromaEdges, BinomialRoundsInsideAndAtRowsButNotAtColumns) {
+    // A row alone: its ends truncate 9/4 and 3/4, its inside halves upward twice.
+    Bytes row{3, 0, 0, 1, 1};
+    Bytes tmp(5);
+    Binomial3x3(row.data(), row.data(), tmp.data(), 5, 1, 5, 5, 5);
+    EXPECT_EQ(row, (Bytes{2, 1, 1, 1, 1}));
+    // A column alone: its ends round 10/4 and 6/4 by halves.
+    Bytes column{3, 1, 0, 0, 2};
+    Binomial3x3(column.data(), column.data(), tmp.data(), 1, 5, 1, 1, 1);
+    EXPECT_EQ(column, (Bytes{3, 2, 1, 1, 2}));
+}
+
+TEST(ChromaEdges, SobelOfAStepAndOfAFlatPlane) {
+    Bytes step(5 * 4);
+    for (size_t i = 0; i < step.size(); ++i) step[i] = i % 5 < 3 ? 10 : 40;
+    Bytes out(step.size(), 7);
+    SobelMagnitude(step.data(), out.data(), 5, 4, 5, 5);
+    EXPECT_EQ(out, (Bytes{0, 0, 0, 0, 0, 0, 0, 120, 120, 0, 0, 0, 120, 120, 0, 0, 0, 0, 0, 0}));
+    SobelMagnitude(Bytes(20, 200).data(), out.data(), 5, 4, 5, 5);
+    EXPECT_EQ(out, Bytes(20, 0));
+}
+
+TEST(ChromaEdges, SecondSweepAddsTwice) {
+    for (const int width : {15, 16, 17, 32, 40}) {
+        Bytes plane(width, 10);
+        SatAddPlane(plane.data(), Bytes(width, 3).data(), width, 1);
+        for (int x = 0; x < width; ++x) {
+            const bool twice = width == 17 ? x >= 1 && x < 16 : width == 40 && x >= 24 && x < 32;
+            EXPECT_EQ(plane[x], twice ? 16 : 13) << "width " << width << ", column " << x;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace eis::test
