@@ -12,6 +12,7 @@
 #include "file_blocks.h"
 #include "registration_blocks.h"
 #include "scale_block.h"
+#include "tuning_blocks.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -28,6 +29,14 @@ ret_status ivp_fread(const ST_FILE_BLOCK* block);
 ret_status ivp_fwrite(const ST_FILE_BLOCK* block);
 ret_status ivp_fread_align(const ST_FILE_ALIGN_BLOCK* block);
 ret_status ivp_fwrite_align(const ST_FILE_ALIGN_BLOCK* block);
+
+/* Loads the tuning file into the record at the block's device address: every key of the file, or its default, with the
+   strengths of the SFNoiseReduction section clamped to -100..0. A key that is missing, or whose text is no number, is
+   not an error. Then hands the three callbacks on to the sibling library libeis_huefuse_acore. A path that was loaded
+   last is not read again, even when the file has changed. Must not run twice at once. 0; -998 when the path is null or
+   the address does not convert; -999 when the file does not load: absent, shorter than 200 bytes, not well-formed
+   enough, or a name of more than 255 characters. */
+ret_status ParseXML_AcoreAPI_EIS(const ST_PARSE_XML_IN* block);
 
 /* Cleans match pairs: builds float pairs from a k-nearest-neighbour result, drops repeated reference points by a ratio
    test and keeps the inliers of a RANSAC homography, in order, at the front of both arrays; pointNum becomes their
