@@ -1,0 +1,43 @@
+// Where the value of a key comes from, for tools that explain a tuning file.
+//
+// A tool loads with LoadXmlFile or XmlConfig::LoadConfig, whose report says why a file was refused; walks the tree,
+// whose nodes know their place, for names that no key has and for elements that an earlier one hides; and asks here for
+// each key. The values themselves stand in the record that ImgProc_ParseXMLMfnr fills, at the key's offset.
+#pragma once
+
+#include <cstdint>
+
+#include "config/decimal_stream.h"
+#include "config/tuning_keys.h"
+#include "config/xml_node.h"
+
+namespace eis {
+
+enum class TuningSource {
+    file,
+    missing,   // no element at the key's path
+    noText,    // an element, but no text ahead of which the reading could begin
+    notNumber  // a text that does not begin with a number
+};
+
+struct TuningOrigin {
+    TuningSource source = TuningSource::missing;  // anything but file means the default
+    XmlNode node;                                 // the element that counts; empty when missing
+    const char* text = nullptr;                   // its first text
+    bool isClamped = false;                       // the number was beyond its range, the key's or the type's
+    const char* rest = nullptr;  // what stands behind the numbers that were read, from the first that is no white space
+    // Of an array: how many of key.count elements were stored, and why no more. Of the others the record keeps what the
+    // load before left in the process, or 0.
+    int32_t stored = 0;
+    StreamEnd end = StreamEnd::full;
+
+    // Of the element, from 1; 0 when missing.
+    int32_t line() const { return IsNull(node) ? 0 : node.body()->line; }
+    int32_t column() const { return IsNull(node) ? 0 : node.body()->column; }
+    bool hasRest() const { return rest != nullptr && *rest != '\0'; }
+};
+
+// Of a key in the tree below a root.
+TuningOrigin traceTuningKey(const XmlNode& root, const TuningKey& key);
+
+}  // namespace eis
