@@ -8,6 +8,8 @@ class App;
 
 namespace eishost {
 
+void addBurstCommand(CLI::App& app);
+void addRegisterCommand(CLI::App& app);
 void addScaleCommand(CLI::App& app);
 void addSynthCommand(CLI::App& app);
 void addTablesCommand(CLI::App& app);

@@ -15,6 +15,8 @@ int run(int argc, char** argv) {
     app.footer(
         "Exit codes: 0 done, 1 usage, 2 unreadable input, 3 unsuitable input, 4 unwritable output,\n"
         "            5 error status from the library, 6 internal error.");
+    eishost::addRegisterCommand(app);
+    eishost::addBurstCommand(app);
     eishost::addScaleCommand(app);
     eishost::addSynthCommand(app);
     eishost::addTablesCommand(app);

@@ -1,0 +1,151 @@
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "host/burst_output.h"
+#include "host/commands.h"
+#include "host/exit_codes.h"
+#include "host/overlay.h"
+#include "host/truth_scores.h"
+
+namespace eishost {
+
+namespace {
+
+struct BurstArguments {
+    std::vector<std::string> inputs;
+    std::string folder;
+    std::string rawSize;
+    bool json = false;
+    bool trace = false;
+    bool log = false;
+};
+
+struct NamedPicture {
+    std::string name;  // the path, with #k for the k-th picture of a file that holds several
+    std::size_t file;  // from 0
+    Picture picture;
+};
+
+// All pictures of all files, one at a time.
+class BurstReader {
+  public:
+    BurstReader(const std::vector<std::string>& paths, FrameSource& source) : paths_(paths), source_(source) {}
+
+    std::optional<NamedPicture> next() {
+        for (; file_ < paths_.size(); ++file_, reader_.reset()) {
+            const std::string& path = paths_[file_];
+            if (!reader_) {
+                reader_ = std::make_unique<PictureReader>(path, source_.rawSize());
+                index_ = 0;
+            }
+            if (std::optional<Picture> picture = reader_->next()) {
+                const std::string name = index_ == 0 ? path : path + '#' + std::to_string(index_);
+                ++index_;
+                return NamedPicture{name, file_, source_.fit(std::move(*picture), name)};
+            }
+        }
+        return std::nullopt;
+    }
+
+  private:
+    const std::vector<std::string>& paths_;
+    FrameSource& source_;
+    std::size_t file_ = 0;
+    std::unique_ptr<PictureReader> reader_;
+    int index_ = 0;
+};
+
+void makeFolder(const std::string& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error) throw HostError(kExitUnwritable, folder + ": cannot be made: " + error.message());
+}
+
+void saveResult(const std::string& path, const nlohmann::json& result) {
+    std::ofstream file(path);
+    file << result.dump(2) << '\n';
+    file.close();
+    if (!file) throw HostError(kExitUnwritable, path + ": cannot be written");
+}
+
+std::string numbered(const std::string& folder, const char* what, int number) {
+    char name[48];
+    std::snprintf(name, sizeof name, "%s_%02d.png", what, number);
+    return (std::filesystem::path(folder) / name).string();
+}
+
+void runBurst(const BurstArguments& arguments) {
+    std::optional<PictureSize> rawSize;
+    if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
+    RegistrationOptions options;
+    if (arguments.trace) options.trace = &std::cerr;
+    if (arguments.log) options.log = &std::cerr;
+
+    FrameSource source(rawSize);
+    BurstReader reader(arguments.inputs, source);
+    std::optional<NamedPicture> first = reader.next();
+    if (!first) throw HostError(kExitUnreadable, arguments.inputs.front() + ": holds no picture");
+    const PreparedFrame reference(first->name, std::move(first->picture));
+    const TruthScorer truth(reference.name, source);
+    if (source.cutRows() > 0) std::cerr << "eis-host: note: " << source.note() << '\n';
+    makeFolder(arguments.folder);
+
+    BurstOutput output(arguments.json, arguments.inputs.size());
+    nlohmann::json result = {{"reference", reference.name},
+                             {"width", reference.picture.width},
+                             {"height", reference.picture.height},
+                             {"rowsCut", source.cutRows()},
+                             {"frames", nlohmann::json::array()}};
+    int number = 0;
+    output.progress(1, arguments.inputs.size() > 1 ? arguments.inputs[1] : reference.name);
+    while (std::optional<NamedPicture> next = reader.next()) {
+        output.progress(next->file, next->name);
+        const PreparedFrame frame(next->name, std::move(next->picture));
+        FrameReport report = reportFrame(reference, frame, options);
+        truth.score(report, frame.name, frame.picture);
+        ++number;
+        report.alignedFile = numbered(arguments.folder, "aligned", number);
+        report.overlayFile = numbered(arguments.folder, "overlay", number);
+        savePicture(report.alignedFile, report.outcome.aligned);
+        saveOverlay(report.overlayFile, report, std::filesystem::path(reference.name).filename().string());
+        result["frames"].push_back(report);
+        output.frame(report);
+    }
+    if (number == 0) throw HostError(kExitUsage, "a burst needs a reference and at least one frame");
+    saveResult((std::filesystem::path(arguments.folder) / "result.json").string(), result);
+    output.finish(arguments.folder);
+}
+
+}  // namespace
+
+void addBurstCommand(CLI::App& app) {
+    auto arguments = std::make_shared<BurstArguments>();
+    CLI::App* command = app.add_subcommand("burst", "Aligns the frames of a burst with the first one");
+    command
+        ->add_option("INPUTS", arguments->inputs,
+                     "Reference, then frames of the same size: PNG, JPEG, Y4M, raw I420 with --raw-size.\n"
+                     "A Y4M or raw file may hold several")
+        ->required();
+    command->add_option("--out", arguments->folder, "Folder for aligned_NN.png, overlay_NN.png and result.json")
+        ->required();
+    command->add_option("--raw-size", arguments->rawSize, "Inputs are raw I420 of this size, WxH");
+    command->add_flag("--json", arguments->json, "Print one line of JSON a frame instead of the table");
+    command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
+    command->add_flag("--log", arguments->log, "Print the library's log to stderr");
+    command->footer(
+        "Each frame is one call of Ransac_Regis_AcoreAPI_EIS with idx 1. A frame that the library refuses is "
+        "delivered\n"
+        "unaligned and listed with its reason; the exit code stays 0. With a truth.json of eis-host synth beside the\n"
+        "frames the table also shows the corner error in pixels, and the PSNR of luma against the clean reference\n"
+        "inside the filled rectangle: unaligned, aligned, and aligned by the true homography.\n\n"
+        "  eis-host burst IMG_01.jpg IMG_02.jpg IMG_03.jpg --out aligned\n"
+        "  eis-host synth photo.jpg --frames 4 --noise medium --out b && eis-host burst b/frame_*.png --out b/aligned");
+    command->callback([arguments] { runBurst(*arguments); });
+}
+
+}  // namespace eishost

@@ -1,0 +1,72 @@
+#include "host/burst_output.h"
+
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+
+namespace eishost {
+
+namespace {
+
+std::string number(const std::optional<double>& value, const char* format) {
+    if (!value) return "-";
+    char text[32];
+    std::snprintf(text, sizeof text, format, *value);
+    return text;
+}
+
+}  // namespace
+
+BurstOutput::BurstOutput(bool json, std::size_t files)
+    : json_(json), bar_(!json && isatty(STDERR_FILENO) != 0), files_(files) {}
+
+void BurstOutput::progress(std::size_t filesDone, const std::string& current) {
+    if (!bar_) return;
+    constexpr std::size_t kCells = 24;
+    const std::size_t filled = kCells * filesDone / files_;
+    std::fprintf(stderr, "\r\033[K[%s%s] %zu/%zu %s", std::string(filled, '#').c_str(),
+                 std::string(kCells - filled, '.').c_str(), filesDone, files_, current.c_str());
+    std::fflush(stderr);
+}
+
+void BurstOutput::clearBar() {
+    if (bar_) std::fprintf(stderr, "\r\033[K");
+}
+
+void BurstOutput::frame(const FrameReport& report) {
+    if (json_) {
+        std::printf("%s\n", nlohmann::json(report).dump().c_str());
+        std::fflush(stdout);
+        return;
+    }
+    clearBar();
+    if (!headed_) {
+        std::printf("%-22s %6s %6s %7s %10s %29s %15s\n", "frame", "pairs", "kept", "status", "corner err",
+                    "luma PSNR before > after (true)", "ms match + lib");
+        headed_ = true;
+    }
+    const TruthScores scores = report.truth.value_or(TruthScores{});
+    const std::optional<double> corners =
+        scores.corners ? std::optional<double>(scores.corners->largest) : std::nullopt;
+    const std::string psnr = number(scores.psnrUnaligned, "%.2f") + " > " + number(scores.psnrAligned, "%.2f") + " (" +
+                             number(scores.psnrTrueHomography, "%.2f") + ")";
+    const std::string time = number(report.matchMs, "%.0f") + " + " + number(report.libraryMs, "%.0f");
+    std::printf("%-22s %6d %6zu %7d %10s %31s %15s\n", std::filesystem::path(report.frame).filename().c_str(),
+                report.matches.entries(), report.outcome.keptRef.size(), report.outcome.status,
+                number(corners, "%.3f px").c_str(), psnr.c_str(), time.c_str());
+    if (report.refusal) std::printf("    refused, copied unaligned: %s\n", report.refusal->reason.c_str());
+    if (!report.cornersHeld()) {
+        std::printf("    kept pairs cover %ld%% of the frame; under half of it the corners are not held\n",
+                    std::lround(100 * report.coverage));
+    }
+    std::fflush(stdout);
+}
+
+void BurstOutput::finish(const std::string& folder) {
+    clearBar();
+    if (!json_) std::printf("pictures and result.json are in %s\n", folder.c_str());
+}
+
+}  // namespace eishost

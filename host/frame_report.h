@@ -1,0 +1,63 @@
+// What is known about one registered frame.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <opencv2/core.hpp>
+#include <optional>
+#include <string>
+
+#include "host/matching.h"
+#include "host/metrics.h"
+#include "host/refusal.h"
+#include "host/registration_call.h"
+#include "host/synth_truth.h"
+
+namespace eishost {
+
+// Luma against the clean reference inside the filled rectangle, in dB.
+struct TruthScores {
+    std::optional<CornerError> corners;  // of the fit to the kept pairs
+    std::optional<double> psnrUnaligned;
+    std::optional<double> psnrAligned;
+    std::optional<double> psnrTrueHomography;  // the frame sampled in the same way with the true homography
+};
+
+struct FrameReport {
+    std::string frame;  // as the user named it
+    MatchTables matches;
+    RegistrationOutcome outcome;
+    std::optional<Refusal> refusal;
+    // The tool's own fit to the pairs that the library kept; what the library fits itself stays inside it.
+    std::optional<cv::Matx33d> homography;
+    double residual = 0;           // of that fit, root mean square in pixels
+    std::optional<cv::Rect> area;  // filled from the frame, the rest is mirrored
+    double coverage = 0;           // share of the frame that holds kept pairs, 0 to 1
+    double matchMs = 0;
+    double libraryMs = 0;
+    std::optional<TruthScores> truth;
+    std::string alignedFile;  // empty when not written
+    std::string overlayFile;
+
+    bool cornersHeld() const;  // false when kept pairs cover less than half of the frame
+};
+
+// One frame as the tools hold it: the picture, and what it takes to match it.
+struct PreparedFrame {
+    // HostError(kExitUnsuitable) for a picture without enough to match by.
+    PreparedFrame(std::string frameName, Picture framePicture);
+
+    std::string name;
+    Picture picture;
+    MatchableFrame matchable;
+    double milliseconds;
+};
+
+// Matches `frame` with `reference`, has the library register it, and looks at what came back.
+FrameReport reportFrame(const PreparedFrame& reference, const PreparedFrame& frame, const RegistrationOptions& options);
+
+// Adds the scores against the truth; `clean` is the reference without noise.
+void scoreFrame(FrameReport& report, const Picture& frame, const Picture& clean, const cv::Matx33d& truth);
+
+void to_json(nlohmann::json& json, const FrameReport& report);
+
+}  // namespace eishost

@@ -1,0 +1,29 @@
+// Scores of registered frames against the truth of a synthetic burst.
+#pragma once
+
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "host/frame_report.h"
+#include "host/frame_source.h"
+#include "host/synth_truth.h"
+
+namespace eishost {
+
+class TruthScorer {
+  public:
+    // Looks for a truth.json beside the reference that knows it. Without one, nothing is scored. HostError for a truth
+    // that is damaged or whose clean reference cannot be read. `source` brings the clean reference to the frames' size.
+    TruthScorer(const std::string& referencePath, FrameSource& source);
+
+    // Scores a frame that the truth knows; others stay as they are.
+    void score(FrameReport& report, const std::string& framePath, const Picture& frame) const;
+
+  private:
+    std::optional<BurstTruth> truth_;
+    const FrameTruth* reference_ = nullptr;
+    Picture clean_;
+};
+
+}  // namespace eishost
