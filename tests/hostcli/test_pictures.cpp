@@ -1,0 +1,24 @@
+#include "tests/hostcli/test_pictures.h"
+
+#include <opencv2/imgproc.hpp>
+
+namespace eishost {
+
+cv::Mat collage(int width, int height) {
+    cv::RNG random(7);
+    cv::Mat picture(height, width, CV_8UC3, cv::Scalar(90, 110, 120));
+    for (int i = 0; i < width * height / 300; ++i) {
+        const cv::Point at(random.uniform(0, width), random.uniform(0, height));
+        const cv::Scalar colour(random.uniform(20, 235), random.uniform(20, 235), random.uniform(20, 235));
+        const int side = random.uniform(4, 40);
+        if (random.uniform(0, 3) == 0) {
+            cv::circle(picture, at, side / 2, colour, cv::FILLED);
+        } else {
+            cv::rectangle(picture, cv::Rect(at, cv::Size(side, random.uniform(4, 40))), colour, cv::FILLED);
+        }
+    }
+    cv::GaussianBlur(picture, picture, {0, 0}, 1.0);
+    return picture;
+}
+
+}  // namespace eishost
