@@ -35,12 +35,12 @@ nlohmann::json finiteOrNull(const std::optional<double>& value) {
     return value && std::isfinite(*value) ? nlohmann::json(*value) : nlohmann::json();
 }
 
-// How far the middle of the reference has moved.
+// How far the middle of the reference has moved, by the kept pairs.
 std::string motionText(const cv::Matx33d& homography, cv::Size frame) {
     const cv::Point2d middle(frame.width / 2.0, frame.height / 2.0);
     const cv::Point2d moved = project(homography, middle) - middle;
     char text[80];
-    std::snprintf(text, sizeof text, "by the kept pairs the middle moved by (%.0f, %.0f) pixels", moved.x, moved.y);
+    std::snprintf(text, sizeof text, " (the middle moved by %.0f, %.0f)", moved.x, moved.y);
     return text;
 }
 
@@ -82,7 +82,7 @@ FrameReport reportFrame(const PreparedFrame& reference, const PreparedFrame& fra
     if (outcome.status != retStsOK) {
         report.refusal = findRefusal(outcome.log);
         if (report.refusal && outcome.keptRef.size() >= kLeastKeypoints && report.homography) {
-            report.refusal->reason += ", " + motionText(*report.homography, size);
+            report.refusal->reason += motionText(*report.homography, size);
         }
     } else if (report.homography) {
         report.area = findFilledArea(outcome.aligned, expectedArea(*report.homography, size.width, size.height));

@@ -57,16 +57,21 @@ std::vector<Pair> droppedPairs(const FrameReport& report) {
     return dropped;
 }
 
+std::size_t drawnStep(std::size_t pairs) {
+    return pairs / kMostDrawn + 1;
+}
+
 // Lines are mixed into the picture with `weight`, dots are solid.
-void drawPairs(cv::Mat& canvas, const std::vector<Pair>& pairs, double scale, const cv::Scalar& colour, double weight) {
-    const std::size_t step = pairs.size() / kMostDrawn + 1;
+void drawPairs(cv::Mat& canvas, const std::vector<Pair>& pairs, double scale, const cv::Scalar& colour, int thickness,
+               double weight) {
+    const std::size_t step = drawnStep(pairs.size());
     cv::Mat lines = canvas.clone();
     for (std::size_t i = 0; i < pairs.size(); i += step) {
-        cv::line(lines, pairs[i].ref * scale, pairs[i].cur * scale, colour, 1, cv::LINE_AA);
+        cv::line(lines, pairs[i].ref * scale, pairs[i].cur * scale, colour, thickness, cv::LINE_AA);
     }
     cv::addWeighted(lines, weight, canvas, 1 - weight, 0, canvas);
     for (std::size_t i = 0; i < pairs.size(); i += step) {
-        cv::circle(canvas, pairs[i].ref * scale, 2, colour, cv::FILLED, cv::LINE_AA);
+        cv::circle(canvas, pairs[i].ref * scale, 1 + thickness, colour, cv::FILLED, cv::LINE_AA);
     }
 }
 
@@ -77,9 +82,13 @@ void shadeMargin(cv::Mat& canvas, const cv::Rect& area) {
     canvas = shaded;
 }
 
+// Text shrinks to what is left of the line. Returns the column where it ends.
 int write(cv::Mat& canvas, const std::string& text, cv::Point at, double size, const cv::Scalar& colour) {
-    cv::putText(canvas, text, at, kFont, size, colour, 1, cv::LINE_AA);
-    return at.x + cv::getTextSize(text, kFont, size, 1, nullptr).width;
+    const int width = cv::getTextSize(text, kFont, size, 1, nullptr).width;
+    const int space = std::max(1, canvas.cols - kMargin - at.x);
+    const double fitting = width > space ? size * space / width : size;
+    cv::putText(canvas, text, at, kFont, fitting, colour, 1, cv::LINE_AA);
+    return at.x + std::min(width, space);
 }
 
 std::string fixed(double value, int digits) {
@@ -123,6 +132,9 @@ void drawStrip(cv::Mat strip, const FrameReport& report, const std::string& refe
         entry(kAreaColour, "filled from the frame");
         entry(kMirrorColour, "mirrored");
     }
+    const std::size_t step = drawnStep(report.outcome.keptRef.size());
+    const std::string share = step > 1 ? ", one kept pair in " + std::to_string(step) + " drawn" : "";
+    write(strip, "(dot: reference, line end: frame" + share + ")", {x, 92}, 0.5, kTextColour * 0.7);
 }
 
 }  // namespace
@@ -134,7 +146,7 @@ cv::Mat drawOverlay(const FrameReport& report, const std::string& referenceName)
     const int height = std::max(1, cvRound(picture.rows * scale));
     cv::Mat shown;
     cv::resize(picture, shown, {width, height}, 0, 0, scale < 1 ? cv::INTER_AREA : cv::INTER_LINEAR);
-    shown = shown * 0.75;  // lines stand out on a darker picture
+    shown = shown * 0.65;  // lines stand out on a darker picture
 
     cv::Rect area;
     if (report.area) {
@@ -148,8 +160,8 @@ cv::Mat drawOverlay(const FrameReport& report, const std::string& referenceName)
     for (std::size_t i = 0; i < report.outcome.keptRef.size(); ++i) {
         kept.push_back({report.outcome.keptRef[i], report.outcome.keptCur[i]});
     }
-    drawPairs(shown, dropped, scale, kDroppedColour, 0.5);
-    drawPairs(shown, kept, scale, kKeptColour, 1);
+    drawPairs(shown, dropped, scale, kDroppedColour, 1, 0.5);
+    drawPairs(shown, kept, scale, kKeptColour, report.refusal ? 1 : 2, 1);
     if (report.area) cv::rectangle(shown, area, kAreaColour, 2);
 
     cv::Mat canvas(kStrip + height, width, CV_8UC3, kStripColour);

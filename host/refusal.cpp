@@ -17,7 +17,7 @@ constexpr KnownRefusal kKnownRefusals[] = {
     {"IMG_REGISTRATION: not enough keypoints", "fewer than 8 matches agree on one motion"},
     {"IMG_REGISTRATION: Incorrect h!", "the perspective changes too much between the frames"},
     {"IMG_REGISTRATION: the global motion between two frames is too large!",
-     "the frames are too far apart: more than 300 pixels of the width or the height would be lost"},
+     "the frames are too far apart, over 300 pixels of width or height would be lost"},
     {"IMG_REGISTRATION: calculate motion area error",
      "the frames share no area of more than half the width and half the height"},
 };
