@@ -19,8 +19,9 @@ struct OpenCLFoundation {
 };
 
 // Finds the first platform whose vendor text is `vendor` and its first GPU, and creates a context and a queue.
-// 0; -4 or -1000 when there is no memory, -2 without such a platform, -1 without such a GPU, else an OpenCL status; *out is
-// null then. With no platform at all and an OpenCL status of 0 the foundation has no context and no chosen platform.
+// 0; -4 or -1000 when there is no memory, -2 without such a platform, -1 without such a GPU, else an OpenCL status;
+// *out is null then. With no platform at all and an OpenCL status of 0 the foundation has no context and no chosen
+// platform.
 int setupOpencl(OpenCLFoundation** out, const char* vendor);
 
 // Releases everything that exists; null is allowed. Always 0.

@@ -67,7 +67,9 @@ void joinWorkerOnce() {
 
 }  // namespace
 
-OpenCLAlgoContext* GetHandleAlgoOpenCL() { return g_handleAlgoOpenCL; }
+OpenCLAlgoContext* GetHandleAlgoOpenCL() {
+    return g_handleAlgoOpenCL;
+}
 
 ret_status SetUpOpenclMFNR(void* /*unused*/) {
     constexpr char kSignature[] = "ret_status SetUpOpenclMFNR(void*)";

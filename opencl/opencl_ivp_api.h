@@ -33,8 +33,8 @@ ret_status SetUpOpenclMFNR(void* unused);
 // Tears the path down. 0, also when nothing was up; -997 when the release failed, and then too nothing is left.
 ret_status CleanOpenclMFNR();
 
-// Starts the worker on a copy of `size` bytes (at most 2048) of param; with a null param it sees what the copy held before.
-// 0, or -1: also over a worker that was not joined yet, which is joined then.
+// Starts the worker on a copy of `size` bytes (at most 2048) of param; with a null param it sees what the copy held
+// before. 0, or -1: also over a worker that was not joined yet, which is joined then.
 int createGPUThread(void* (*routine)(void*), void* param, int size);
 
 // Joins the worker. -1 when its result was not null, else 0, also without a worker.

@@ -78,7 +78,9 @@ struct DeviceList {
     cl_device_id chosen;
 };
 
-bool hasDevice(const OpenCLFoundation* foundation) { return foundation != nullptr && foundation->platformIndex >= 0; }
+bool hasDevice(const OpenCLFoundation* foundation) {
+    return foundation != nullptr && foundation->platformIndex >= 0;
+}
 
 // A file that cannot be read makes a null binary, and the runtime's refusal of it ends the build.
 int createFromBinary(OpenCLAlgoContext& context, const DeviceList& list, const char* path) {
@@ -94,7 +96,8 @@ int createFromBinary(OpenCLAlgoContext& context, const DeviceList& list, const c
     cl_int status = CL_SUCCESS;
     context.program = clCreateProgramWithBinary(context.foundation->context, list.count, list.devices, sizes.get(),
                                                 binaries.get(), nullptr, &status);
-    if (status != CL_SUCCESS) EIS_LOG_ERROR("[GPU]: clCreateProgramWithBinary fail to create program, status = %d.\n", status);
+    if (status != CL_SUCCESS)
+        EIS_LOG_ERROR("[GPU]: clCreateProgramWithBinary fail to create program, status = %d.\n", status);
     return status;
 }
 
@@ -124,7 +127,8 @@ int buildFromSource(OpenCLAlgoContext& context, const DeviceList& list, const ch
     const char* text = source.get();
     cl_int status = CL_SUCCESS;
     context.program = clCreateProgramWithSource(context.foundation->context, 1, &text, nullptr, &status);
-    if (status != CL_SUCCESS) EIS_LOG_ERROR("[GPU]: clCreateProgramWithSource fail to create program, status = %d.\n", status);
+    if (status != CL_SUCCESS)
+        EIS_LOG_ERROR("[GPU]: clCreateProgramWithSource fail to create program, status = %d.\n", status);
     status = clBuildProgram(context.program, list.count, list.devices, nullptr, nullptr, nullptr);
     if (status != CL_SUCCESS) logBuildFailure(context, list, status);
     return status;
@@ -192,8 +196,7 @@ int setupOpencl_algo(OpenCLFoundation* handleOpenCLFoundation, const char* path,
     if (!context) return kBadInput;
     OpenCLAlgoContext& algo = context[0];
     algo.foundation = handleOpenCLFoundation;
-    algo.clImportMemoryARM =
-        reinterpret_cast<ImportMemory>(clGetExtensionFunctionAddress("clImportMemoryARM"));
+    algo.clImportMemoryARM = reinterpret_cast<ImportMemory>(clGetExtensionFunctionAddress("clImportMemoryARM"));
     if (algo.clImportMemoryARM == nullptr) {
         EIS_LOG_ERROR("[GPU]: Get cl extension functions failed.\n");
         return kNoImport;

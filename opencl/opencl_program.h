@@ -20,8 +20,9 @@ struct OpenCLAlgoContext {
     ImportMemory clImportMemoryARM;
 };
 
-// Builds the context from a program file. 0, or a status: -34 for null input or no memory, -30 without the import entry,
-// else that of buildProgram. On failure nothing of the context is left and *out is null; the foundation stays the caller's.
+// Builds the context from a program file. 0, or a status: -34 for null input or no memory, -30 without the import
+// entry, else that of buildProgram. On failure nothing of the context is left and *out is null; the foundation stays
+// the caller's.
 int setupOpencl_algo(OpenCLFoundation* handleOpenCLFoundation, const char* path, int mode, OpenCLAlgoContext** out);
 
 // Releases program, context and foundation. 0, -34 for null input, or the status of releaseProgram.

@@ -47,9 +47,11 @@ struct Buffers {
     int32_t shift[kPlanes] = {};  // of a plane in its buffer
 };
 
-size_t planeBytes(int64_t rowBytes, int32_t height) { return static_cast<size_t>(rowBytes * height); }
+size_t planeBytes(int64_t rowBytes, int32_t height) {
+    return static_cast<size_t>(rowBytes * height);
+}
 
-// Statuses of creation are not examined: setting a missing buffer as an argument fails.
+// Statuses of creation are not examined here: a missing buffer is found when the arguments are set.
 void createCopies(cl_context context, const Plane (&planes)[kPlanes], Buffers& buffers) {
     for (int i = 0; i < kPlanes; ++i) {
         cl_int status = CL_SUCCESS;
@@ -91,7 +93,11 @@ cl_int setArguments(cl_kernel kernel, const ST_TEMPORALFILTER_PARAMS& params, co
     cl_int status = CL_SUCCESS;
     cl_uint index = 0;
     const auto set = [&](const auto& value) { status |= clSetKernelArg(kernel, index++, sizeof value, &value); };
-    for (const cl_mem& memory : buffers.mem) set(memory);
+    for (const cl_mem& memory : buffers.mem) {
+        // A runtime takes a null memory object, and the kernel would then run into it.
+        if (memory == nullptr) status |= CL_INVALID_MEM_OBJECT;
+        set(memory);
+    }
     set(params.alpha);
     set(params.stride);
     set(params.strideUV);

@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "tests/harness/events.h"
+#include "tests/harness/files.h"
 
 namespace eis::test {
 
@@ -312,7 +313,11 @@ FILE* __wrap_fopen(const char* path, const char* mode) {
         errno = EMFILE;
         return nullptr;
     }
-    FILE* stream = __real_fopen(path, mode);
+    FILE* stream = nullptr;
+    {
+        const eis::test::OwnWork own;
+        stream = __real_fopen(eis::test::redirectedPath(path).c_str(), mode);
+    }
     hold(Kind::kStream, stream);
     return stream;
 }

@@ -5,9 +5,32 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 namespace eis::test {
+
+namespace {
+
+std::map<std::string, std::string>& redirects() {
+    static std::map<std::string, std::string> instance;
+    return instance;
+}
+
+}  // namespace
+
+FileRedirect::FileRedirect(const std::string& path, const std::string& target) : path_(path) {
+    redirects()[path] = target;
+}
+
+FileRedirect::~FileRedirect() {
+    redirects().erase(path_);
+}
+
+std::string redirectedPath(const char* path) {
+    const auto found = redirects().find(path);
+    return found != redirects().end() ? found->second : path;
+}
 
 TempFolder::TempFolder() : folder_(testing::TempDir() + "eis-XXXXXX") {
     EXPECT_NE(mkdtemp(folder_.data()), nullptr) << folder_;

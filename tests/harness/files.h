@@ -20,6 +20,20 @@ class TempFolder {
     std::string folder_;
 };
 
+// While one lives, fopen of a path opens another one: for paths that the library fixes. One for each path.
+class FileRedirect {
+  public:
+    FileRedirect(const std::string& path, const std::string& target);
+    FileRedirect(const FileRedirect&) = delete;
+    FileRedirect& operator=(const FileRedirect&) = delete;
+    ~FileRedirect();
+
+  private:
+    std::string path_;
+};
+// Where fopen goes for a path.
+std::string redirectedPath(const char* path);
+
 void writeFile(const std::string& path, std::string_view content);
 std::string readFile(const std::string& path);
 
