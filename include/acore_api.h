@@ -9,6 +9,7 @@
 
 #include "acore_types.h"
 #include "control_blocks.h"
+#include "denoise_blocks.h"
 #include "file_blocks.h"
 #include "registration_blocks.h"
 #include "scale_block.h"
@@ -52,6 +53,14 @@ ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK* block);
 /* Crops and scales a planar YUV 4:2:0 picture with fixed-point bilinear interpolation (12-bit weights, truncating).
    0; -998 when an address does not convert; -1000 when there is no memory. */
 ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* block);
+
+/* Denoise the two chroma planes of a picture in place, at quarter scale: wavelet shrinkage (undecimated "a trous"
+   transform, soft thresholds after Donoho and Johnstone) guarded by a map of chroma edges, then a saturation gain. The
+   low level also follows the motion mask. Both planes are flushed. 0; 0 with nothing done when width, height or stride
+   is below 128; 0, too, when a band found no memory: it stays as it came; -997 when a thread did not start (the other
+   bands may be written, nothing is flushed); -998 when an address does not convert; -1000. */
+ret_status ChromaLowLevelMainCall_2(const ST_CHROMA_CALL_BLOCK* block);
+ret_status ChromaHighLevelMainCall_2(const ST_CHROMA_CALL_BLOCK* block);
 
 /* Computes the tables of the fast denoiser from six strengths into the block's 4096-byte buffer, and logs its cost.
    Each table is a form of coring: a difference of size k corrects by k * (1 - k / span)^e, where the strength sets e,

@@ -9,24 +9,22 @@ namespace {
 
 TEST(WaveletDispatch, FormsAgree) {
     CaseDigest all;
-    forEachCase(
-        [&](const KernelCase& c) {
-            const WaveletInputs inputs(c);
-            for (const bool ghost : {false, true}) {
-                const auto plainForm = ghost ? WaveletDenoiseDispatch_Ghost_plain : WaveletDenoiseDispatch_Mask_plain;
-                const auto vectorForm = ghost ? WaveletDenoiseDispatch_Ghost : WaveletDenoiseDispatch_Mask;
-                const WaveletPlanes planes(c);
-                for (const int pass : {1, 2, 3}) {
-                    plainForm(inputs.record(c, planes, true), pass);
-                    vectorForm(inputs.record(c, planes, false), pass);
-                    EXPECT_TRUE(planes.agree()) << "pass " << pass;
-                    all.add(c, planes.samples.plain);
-                }
-                all.add(c, planes.firstLevel.plain);
+    forEachCase([&](const KernelCase& c) {
+        const WaveletInputs inputs(c);
+        for (const bool ghost : {false, true}) {
+            const auto plainForm = ghost ? WaveletDenoiseDispatch_Ghost_plain : WaveletDenoiseDispatch_Mask_plain;
+            const auto vectorForm = ghost ? WaveletDenoiseDispatch_Ghost : WaveletDenoiseDispatch_Mask;
+            const WaveletPlanes planes(c);
+            for (const int pass : {1, 2, 3}) {
+                plainForm(inputs.record(c, planes, true), pass);
+                vectorForm(inputs.record(c, planes, false), pass);
+                EXPECT_TRUE(planes.agree()) << "pass " << pass;
+                all.add(c, planes.samples.plain);
             }
-        },
-        2);
-    EXPECT_EQ(all.value(), 6753458091434772374u);
+            all.add(c, planes.firstLevel.plain);
+        }
+    });
+    EXPECT_EQ(all.value(), 4671826274535954586u);
 }
 
 TEST(WaveletDispatch, ConstantPlaneComesBack) {

@@ -32,15 +32,17 @@ struct WaveletPlanes {
 
 // What both forms read.
 struct WaveletInputs {
-    FilledPlane<uint8_t> edges;
-    FilledPlane<uint8_t> mask;
+    KernelCase::Filled<uint8_t> edges;
+    KernelCase::Filled<uint8_t> mask;
     GuardedMemory table;
     uint8_t window[2];  // high, low
     int32_t thrBase;
     int levelShift;
 
     explicit WaveletInputs(const KernelCase& c)
-        : edges(c.bytes(0)), mask(c.bytes(1)), table(160, {Placement::kAtStart, static_cast<int>(c.seed % 4)}) {
+        : edges(c.bytes(c.width, c.height, c.width, 0)),
+          mask(c.bytes(c.width, c.height, c.width, 1)),
+          table(160, {Placement::kAtStart, static_cast<int>(c.seed % 4)}) {
         Random random(c.seed);
         for (int word = 0; word < 40; ++word) {
             // Up to thresholds of a quarter of the range; now and then beyond all.

@@ -23,29 +23,28 @@ Samples smooth(decltype(&WaveletSmooth_neon) form, const Samples& in, int width,
 
 TEST(WaveletSmooth, FormsAgree) {
     CaseDigest all;
-    forEachCase(
-        [&](const KernelCase& c) {
-            const bool fullRange = c.seed % 4 == 0;
-            // Heights that reach past the border zones of the case's step, too.
-            KernelCase tall = c;
-            const int step = kSteps[c.seed % 5];
-            tall.height = c.height == 7 ? 2 * step + 3 : c.height;
-            const int pitch = c.pitch();
-            const auto source = tall.plane<int16_t>(fullRange ? -32768 : 0, fullRange ? 32767 : 32640, pitch, 0);
-            const Twins<int16_t> out(c, tall.width, tall.height, pitch + 1);
-            const Twins<int16_t> tmp(c, tall.width, tall.height, pitch + 2);
-            ST_WAVELET_LEVEL_PARAMS params{source.data(), pitch,      out.plain.data(), pitch + 1, tmp.plain.data(),
-                                           pitch + 2,     tall.width, tall.height,      step};
-            WaveletSmooth_plain(&params);
-            params.pDst = out.vectors.data();
-            params.pTmp = tmp.vectors.data();
-            WaveletSmooth_neon(&params);
-            EXPECT_TRUE(out.agree()) << "step " << step;
-            EXPECT_TRUE(tmp.agree()) << "step " << step;
-            all.add(c, out.plain);
-        },
-        2);
-    EXPECT_EQ(all.value(), 3514872162385113271u);
+    forEachCase([&](const KernelCase& c) {
+        const bool fullRange = c.seed % 4 == 0;
+        // Heights that reach past the border zones of the case's step, too.
+        KernelCase tall = c;
+        const int step = kSteps[c.seed % 5];
+        tall.height = c.height == 7 ? 2 * step + 3 : c.height;
+        const int pitch = c.pitch();
+        const auto source =
+            tall.filled<int16_t>(tall.width, tall.height, pitch, 0, fullRange ? -32768 : 0, fullRange ? 32767 : 32640);
+        const Twins<int16_t> out(c, tall.width, tall.height, pitch + 1);
+        const Twins<int16_t> tmp(c, tall.width, tall.height, pitch + 2);
+        ST_WAVELET_LEVEL_PARAMS params{source.data(), pitch,      out.plain.data(), pitch + 1, tmp.plain.data(),
+                                       pitch + 2,     tall.width, tall.height,      step};
+        WaveletSmooth_plain(&params);
+        params.pDst = out.vectors.data();
+        params.pTmp = tmp.vectors.data();
+        WaveletSmooth_neon(&params);
+        EXPECT_TRUE(out.agree()) << "step " << step;
+        EXPECT_TRUE(tmp.agree()) << "step " << step;
+        all.add(c, out.plain);
+    });
+    EXPECT_EQ(all.value(), 18250989203855874000u);
 }
 
 TEST(WaveletSmooth, ConstantPlaneStays) {

@@ -7,13 +7,13 @@ namespace eis {
 
 namespace {
 
-uint16_t maskMapSample(uint8_t edge, const EdgeWindow& window) {
-    return static_cast<uint16_t>(4096 - window.step * edgeStrength(edge, window));
+uint16_t maskMapSample(uint8_t edge, const EdgeRamp& ramp) {
+    return static_cast<uint16_t>(4096 - ramp.step * edgeStrength(edge, ramp));
 }
 
-uint16_t motionMapBlock(uint8_t edge, uint8_t mask, int levelShift, const EdgeWindow& window) {
-    const uint32_t step = (window.step - motionRelief(mask, levelShift, window)) & 0xffff;
-    return static_cast<uint16_t>(4096 - step * edgeStrength(edge, window));
+uint16_t motionMapBlock(uint8_t edge, uint8_t mask, int levelShift, const EdgeRamp& ramp) {
+    const uint32_t step = (ramp.step - motionRelief(mask, levelShift, ramp)) & 0xffff;
+    return static_cast<uint16_t>(4096 - step * edgeStrength(edge, ramp));
 }
 
 int16_t shrinkBlock(int16_t high, int16_t low, uint16_t map, const ShrinkCurve& curve) {
@@ -44,17 +44,17 @@ void forEachSample(const ST_WAVELET_DN_PARAMS& params, Sample sample) {
 }  // namespace
 
 void WaveletMaskMap_plain(const ST_WAVELET_DN_PARAMS& params) {
-    const EdgeWindow window = edgeWindowOf(params);
+    const EdgeRamp ramp = edgeRampOf(params);
     forEachSample(params, [&](int64_t i, int64_t /*sample*/, bool /*block*/) {
-        params.pThresholds[i] = maskMapSample(params.pEdgeMap[i], window);
+        params.pThresholds[i] = maskMapSample(params.pEdgeMap[i], ramp);
     });
 }
 
 void WaveletMotionMap_plain(const ST_WAVELET_DN_PARAMS& params) {
-    const EdgeWindow window = edgeWindowOf(params);
+    const EdgeRamp ramp = edgeRampOf(params);
     forEachSample(params, [&](int64_t i, int64_t /*sample*/, bool block) {
         const auto form = block ? motionMapBlock : motionMapTail;
-        params.pThresholds[i] = form(params.pEdgeMap[i], params.pMaskQuarter[i], params.levelShift, window);
+        params.pThresholds[i] = form(params.pEdgeMap[i], params.pMaskQuarter[i], params.levelShift, ramp);
     });
 }
 

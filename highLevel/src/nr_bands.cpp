@@ -1,0 +1,77 @@
+#include "highLevel/src/nr_bands.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "libCore/core/source/neon/resample_down.h"
+
+namespace eis {
+
+namespace {
+
+// How many rows of a band start before its plane.
+int64_t rowsAbovePlane(const BandSource& source) {
+    return source.start < 0 ? (-source.start + source.pitch - 1) / source.pitch : 0;
+}
+
+// Boxes that reach above the plane are made from a copy of their rows, all others straight from the plane.
+template <int box, class DownScale>
+void downScaleBand(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare, DownScale downScale) {
+    const auto above = static_cast<int>(std::min<int64_t>((rowsAbovePlane(source) + box - 1) / box * box, height));
+    const int64_t dstPitch = width / box;
+    for (int row = 0; row < above; row += box) {
+        const BandSource rows{source.plane, source.start + int64_t{row} * source.pitch, source.pitch};
+        CopyBand(rows, width, box, spare, source.pitch);
+        downScale(spare, dst + row / box * dstPitch, box);
+    }
+    if (above < height) {
+        downScale(source.plane + (source.start + int64_t{above} * source.pitch), dst + above / box * dstPitch,
+                  height - above);
+    }
+}
+
+}  // namespace
+
+int64_t NrBandGeometry::lumaStart(int band, int32_t pitch) const {
+    return band * ((int64_t{pitch} * pictureHeight) >> 2) - int64_t{bands[band].bandTopOverlap} * pitch;
+}
+
+int64_t NrBandGeometry::chromaStart(int band, int32_t pitch) const {
+    return band * ((int64_t{pictureHeight >> 1} * pitch) >> 2) - ((int64_t{bands[band].bandTopOverlap} * pitch) >> 1);
+}
+
+int64_t NrBandGeometry::maskStart(int band, int32_t pitch) const {
+    return (int64_t{band} * (pictureHeight >> 2) - bands[band].bandTopOverlap) * pitch;
+}
+
+NrBandGeometry ComputeNrBands(int32_t height) {
+    // What a middle band adds below its core; the sums round band heights up to multiples of 16.
+    constexpr int32_t kMiddleBelow = 64;
+    const int32_t quarter = height >> 2;
+    const int32_t hEdge = (quarter + 79) & ~15;
+    const int32_t hMid = (quarter + 143) & ~15;
+    const int32_t ovEdge = hEdge - quarter;
+    const int32_t ovMid = hMid - quarter - kMiddleBelow;
+    return {height, {{hEdge, 0, ovEdge}, {hMid, ovMid, kMiddleBelow}, {hMid, ovMid, kMiddleBelow}, {hEdge, ovEdge, 0}}};
+}
+
+void CopyBand(const BandSource& source, int width, int height, uint8_t* dst, int64_t dstPitch) {
+    for (int row = 0; row < height; ++row) {
+        const int64_t start = std::max<int64_t>(source.start + int64_t{row} * source.pitch, 0);
+        std::memcpy(dst + row * dstPitch, source.plane + start, width);
+    }
+}
+
+void DownScaleBand2x2(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare) {
+    downScaleBand<2>(source, width, height, dst, spare, [&](const uint8_t* rows, uint8_t* out, int count) {
+        DownScaleBox2x2_neon(rows, source.pitch, out, width, count);
+    });
+}
+
+void DownScaleBand4x4(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare) {
+    downScaleBand<4>(source, width, height, dst, spare, [&](const uint8_t* rows, uint8_t* out, int count) {
+        DownScaleBox4x4_neon(rows, count, width, out);
+    });
+}
+
+}  // namespace eis

@@ -1,0 +1,89 @@
+/* Parameter blocks of the denoise entries. */
+#ifndef DENOISE_BLOCKS_H
+#define DENOISE_BLOCKS_H
+
+#include "acore_types.h"
+
+/* The records are packed: no field is aligned. */
+#pragma pack(push, 1)
+
+/* What all three entries take: 72 bytes. The reserved fields, and those said to be carried, change nothing. */
+typedef struct ST_DN_PARAMS_NEW {
+    uint8_t dnReserved0;
+    DeviceAddress pMaskIIR; /* motion mask: a byte for each luma pixel, rows (width + 127) & ~127 bytes apart. At its top
+                               value chroma edges are guarded in full, at 0 by half. Only ChromaLowLevelMainCall_2 reads
+                               it, but it must convert for all */
+    uint8_t iirImgCount;    /* images in the recursive average: 2, 3 to 4 (also 0 and 1), 5 to 8, 9 and more stand for a
+                               mask of 5, 6, 7, 8 bits */
+    int32_t lumaMed;        /* non-zero: a 3x3 median at the start of the luma pass, and on the texture map */
+    int32_t lumaLF;         /* strength of low-frequency luma smoothing, from -100 (none) */
+    int32_t lumaHF1;        /* strength of luma detail shrinkage, -128 (none) to 0 */
+    int32_t lumaHF2;        /* carried */
+    int32_t lumaHF3;        /* carried */
+    int32_t chromaS;        /* chroma strength, about -100 (none) up */
+    int32_t detail;         /* how much luma texture comes back, from about -100 (most) to 0 (least) */
+    DeviceAddress pSpatialChromaNrLUT; /* 256 bytes, of which 160 are read: 32-bit words by plane (2), wavelet level (5)
+                                          and class of the plane's values (4). A word of 512 * T / (0.4 * (chromaS +
+                                          100)) is a threshold of T levels off edges */
+    DeviceAddress pIIRImgNum;          /* logged */
+    int32_t lumaNrEnable;              /* non-zero: write the denoised luma back */
+    int32_t chromaNrEnable;            /* non-zero: denoise chroma */
+    int32_t dnReserved50;
+    int32_t dnReserved54;
+    int32_t dnReserved58;
+    uint8_t chromaEdgeLevel; /* above 64: luma edges guard chroma, too (high level with luma only); from 201 on: the gain
+                                index falls by one */
+    uint8_t dnReserved63;
+    int32_t chromaGainIndex; /* 1 (mild) to 9 (strong): saturation gain; any other: none */
+    int32_t chromaEdgeAlpha; /* 0 to 255: weight of the denoised chroma on edges against its low-pass */
+} ST_DN_PARAMS_NEW;
+
+/* inPara of SpatialNrHLMain_ACoreApi. */
+typedef struct ST_MULTIDENOISE_PARAMS_IN_DEV {
+    uint8_t reserved0[140];
+    ST_DN_PARAMS_NEW stDNParams;
+    int32_t globalMotionState; /* logged */
+    uint8_t reserved216[120];
+    int32_t waitApFlag; /* logged */
+} ST_MULTIDENOISE_PARAMS_IN_DEV;
+
+/* outPara of SpatialNrHLMain_ACoreApi: the picture, denoised in place. Its width and height are at least 128 and even;
+   a height of 256 or more is a multiple of 4, best of 16. Rows of luma lie (width + 127) & ~127 bytes apart, rows of
+   chroma (width / 2 + 127) & ~127; stride plays no part. */
+typedef struct ST_MULTIDENOISE_PARAMS_OUT_DEV {
+    ST_PICTURE_DEV stPicOut;
+} ST_MULTIDENOISE_PARAMS_OUT_DEV;
+
+#pragma pack(pop)
+
+/* Call block of SpatialNrHLMain_ACoreApi: two 32-bit words. */
+typedef struct ST_SPATIAL_NR_CALL_BLOCK {
+    DeviceAddress inPara;  /* an ST_MULTIDENOISE_PARAMS_IN_DEV */
+    DeviceAddress outPara; /* an ST_MULTIDENOISE_PARAMS_OUT_DEV */
+} ST_SPATIAL_NR_CALL_BLOCK;
+
+/* Call block of ChromaLowLevelMainCall_2 and ChromaHighLevelMainCall_2: eight 32-bit words. Chroma planes have height /
+   2 rows, (stride / 2 + 127) & ~127 bytes apart. */
+typedef struct ST_CHROMA_CALL_BLOCK {
+    DeviceAddress stDNParams;        /* an ST_DN_PARAMS_NEW */
+    DeviceAddress pMemoryManagement; /* scratch memory, aligned to 2 bytes, chromaScratchSize(width, height) bytes at
+                                        least: a smaller block is overrun */
+    int32_t memSize;                 /* bytes of it, all of which are zeroed first */
+    int32_t width;                   /* luma pixels */
+    int32_t height;                  /* luma pixels */
+    int32_t stride;                  /* luma bytes a row */
+    DeviceAddress pData1;            /* chroma planes, denoised in place */
+    DeviceAddress pData2;
+} ST_CHROMA_CALL_BLOCK;
+
+/* The memSize of a chroma call on a picture of width x height luma pixels. */
+static inline int64_t chromaScratchSize(int32_t width, int32_t height) {
+    const int64_t columns = width >> 2;
+    const int32_t quarter = height >> 2;
+    if (height < 256 || width < 128) return 28 * columns * quarter;
+    const int64_t edgeBand = ((quarter + 79) & ~15) >> 2;
+    const int64_t middleBand = ((quarter + 143) & ~15) >> 2;
+    return 56 * columns * (edgeBand + middleBand);
+}
+
+#endif
