@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "highLevel/src/gauss_weight.h"
+#include "highLevel/src/median_of_three.h"
 #include "highLevel/src/second_sweep.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -15,20 +16,9 @@ HWY_BEFORE_NAMESPACE();
 namespace eis {
 namespace HWY_NAMESPACE {
 
-HWY_INLINE uint8_t Lower(uint8_t a, uint8_t b) {
-    return a < b ? a : b;
-}
-HWY_INLINE uint8_t Higher(uint8_t a, uint8_t b) {
-    return a > b ? a : b;
-}
-
 // Medians of three samples that stand `step` apart, for `count` samples.
 void MedianRun(const uint8_t* HWY_RESTRICT src, int64_t step, int count, uint8_t* HWY_RESTRICT dst) {
-    for (int x = 0; x < count; ++x) {
-        const uint8_t before = src[x - step];
-        const uint8_t after = src[x + step];
-        dst[x] = Higher(Lower(before, after), Lower(Higher(before, after), src[x]));
-    }
+    for (int x = 0; x < count; ++x) dst[x] = medianOfThree(src[x - step], src[x], src[x + step]);
 }
 
 // The weight is at most 32768, so that the product's upper half is the scaled sample.

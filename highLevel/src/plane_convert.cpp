@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "highLevel/src/median_of_three.h"
 #include "libCore/core/source/arithmetic.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -12,16 +13,6 @@
 HWY_BEFORE_NAMESPACE();
 namespace eis {
 namespace HWY_NAMESPACE {
-
-HWY_INLINE uint8_t Least(uint8_t a, uint8_t b) {
-    return a < b ? a : b;
-}
-HWY_INLINE uint8_t Most(uint8_t a, uint8_t b) {
-    return a > b ? a : b;
-}
-HWY_INLINE uint8_t Middle(uint8_t a, uint8_t b, uint8_t c) {
-    return Most(Least(a, b), Least(Most(a, b), c));
-}
 
 void WidenRow(const uint8_t* HWY_RESTRICT src, int count, int16_t* HWY_RESTRICT dst) {
     for (int x = 0; x < count; ++x) dst[x] = src[x];
@@ -36,15 +27,15 @@ void NarrowRun(const int16_t* HWY_RESTRICT src, int64_t count, uint8_t* HWY_REST
 
 // Medians along a row, without its first and last sample.
 void MedianRow(const uint8_t* HWY_RESTRICT src, int width, uint8_t* HWY_RESTRICT dst) {
-    for (int x = 1; x < width - 1; ++x) dst[x] = Middle(src[x - 1], src[x], src[x + 1]);
+    for (int x = 1; x < width - 1; ++x) dst[x] = medianOfThree(src[x - 1], src[x], src[x + 1]);
 }
 
 // `above` and `here` hold the medians of the two rows before `below`; those of `below` take the place of `above`.
 void MedianOfMediansRow(uint8_t* HWY_RESTRICT above, const uint8_t* HWY_RESTRICT here,
                         const uint8_t* HWY_RESTRICT below, int width, int16_t* HWY_RESTRICT dst) {
     for (int x = 1; x < width - 1; ++x) {
-        const uint8_t median = Middle(below[x - 1], below[x], below[x + 1]);
-        dst[x] = Middle(above[x], here[x], median);
+        const uint8_t median = medianOfThree(below[x - 1], below[x], below[x + 1]);
+        dst[x] = medianOfThree(above[x], here[x], median);
         above[x] = median;
     }
 }
