@@ -20,10 +20,10 @@ constexpr int kEnough = 30;
 struct Eigen {
     explicit Eigen(std::array<float, 81> matrix, int iterFactor = kEnough, int misalignment = 0) {
         uint8_t workspace[kJacobiWorkspaceBytes + 3];
-        EXPECT_EQ(JacobiEigen9(matrix.data(), values, vectors, iterFactor, workspace + misalignment), 0);
+        EXPECT_EQ(JacobiEigen9(matrix.data(), values.data(), vectors.data(), iterFactor, workspace + misalignment), 0);
     }
-    float values[9];
-    float vectors[81];
+    std::array<float, 9> values;
+    std::array<float, 81> vectors;
 };
 
 // Products of random rows, as the fit makes them: from well conditioned to nearly singular.
@@ -43,7 +43,7 @@ TEST(JacobiEigen9, SolvesToSinglePrecision) {
         const std::array<float, 81> matrix = gramMatrix(rows, random);
         const Eigen eigen(matrix);
         const double tolerance = 5e-6 * eigen.values[0];
-        EXPECT_TRUE(std::is_sorted(eigen.values, eigen.values + 9, std::greater<>())) << rows;
+        EXPECT_TRUE(std::is_sorted(eigen.values.begin(), eigen.values.end(), std::greater<>())) << rows;
         for (int v = 0; v < 9; ++v) {
             const float* vector = &eigen.vectors[9 * v];
             for (int i = 0; i < 9; ++i) {
@@ -75,18 +75,19 @@ TEST(JacobiEigen9, SpecialMatrices) {
     std::array<float, 9> start;
     for (int i = 0; i < 9; ++i) start[i] = matrix[10 * i];
     std::sort(start.begin(), start.end(), std::greater<>());
-    EXPECT_TRUE(std::equal(start.begin(), start.end(), none.values));
+    EXPECT_EQ(start, none.values);
     // Vectors are optional and the workspace's alignment does not matter.
     const Eigen all(matrix);
     for (int misalignment = 0; misalignment < 4; ++misalignment) {
         const Eigen again(matrix, kEnough, misalignment);
-        EXPECT_EQ(std::memcmp(&again, &all, sizeof all), 0);
+        EXPECT_EQ(again.values, all.values);
+        EXPECT_EQ(again.vectors, all.vectors);
     }
     std::array<float, 81> destroyed = matrix;
-    float values[9];
+    std::array<float, 9> values;
     uint8_t workspace[kJacobiWorkspaceBytes];
-    EXPECT_EQ(JacobiEigen9(destroyed.data(), values, nullptr, kEnough, workspace), 0);
-    EXPECT_TRUE(std::equal(values, values + 9, all.values));
+    EXPECT_EQ(JacobiEigen9(destroyed.data(), values.data(), nullptr, kEnough, workspace), 0);
+    EXPECT_EQ(values, all.values);
 }
 
 struct Fit {
@@ -96,16 +97,16 @@ struct Fit {
         const GuardedMemory cur(bytes, {Placement::kAtEnd, misalignment});
         if (bytes != 0) std::memcpy(ref.data(), list.ref.data(), bytes);
         if (bytes != 0) std::memcpy(cur.data(), list.cur.data(), bytes);
-        std::fill(h, h + 9, -7.0F);
+        h.fill(-7);
         uint8_t workspace[kJacobiWorkspaceBytes];
         EXPECT_EQ(CalcHomography(reinterpret_cast<const float*>(ref.data()), reinterpret_cast<const float*>(cur.data()),
-                                 static_cast<int>(list.ref.size()), h, kEnough, workspace),
+                                 static_cast<int>(list.ref.size()), h.data(), kEnough, workspace),
                   0);
     }
     bool isUntouched() const {
-        return std::all_of(h, h + 9, [](float element) { return element == -7; });
+        return std::all_of(h.begin(), h.end(), [](float element) { return element == -7; });
     }
-    float h[9];
+    std::array<float, 9> h;
 };
 
 TEST(CalcHomography, RecoversExactOnes) {
@@ -137,7 +138,7 @@ TEST(CalcHomography, RecoversExactOnes) {
                 EXPECT_NEAR(at.x, expected.x, 0.02) << c.name << ", " << list->ref.size() << " pairs";
                 EXPECT_NEAR(at.y, expected.y, 0.02) << c.name << ", " << list->ref.size() << " pairs";
             }
-            EXPECT_EQ(std::memcmp(Fit(*list, 1).h, fit.h, sizeof fit.h), 0) << "points at odd addresses";
+            EXPECT_EQ(Fit(*list, 1).h, fit.h) << "points at odd addresses";
         }
     }
 }

@@ -69,7 +69,7 @@ TEST(MatchPairs, FilterOfRepeatedPoints) {
         PairList list;
         // Numbers 0 and 1, 2 and 3, ... share their x; 0 and 2, 1 and 3, ... their y.
         for (size_t i = 0; i < c.refs.size(); ++i) {
-            list.add({static_cast<float>(c.refs[i] / 2), static_cast<float>(c.refs[i] % 2)},
+            list.add({static_cast<float>(c.refs[i] >> 1), static_cast<float>(c.refs[i] & 1)},
                      {static_cast<float>(i), 0.5F});
         }
         const std::vector<Point> refs = list.ref;

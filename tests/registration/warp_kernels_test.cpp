@@ -33,8 +33,8 @@ struct From {
 };
 
 std::vector<From> run(int first, int count, int weight = 0) {
-    std::vector<From> all;
-    for (int i = 0; i < count; ++i) all.push_back({first + i, weight});
+    std::vector<From> all(count);
+    for (int i = 0; i < count; ++i) all[i] = {first + i, weight};
     return all;
 }
 std::vector<From> operator+(std::vector<From> a, const std::vector<From>& b) {
@@ -107,14 +107,14 @@ TEST(WarpKernels, ByHand) {
             EXPECT_EQ(kernel(record, 4, false), c.contiguous);
             for (int y = 0; y < 2; ++y) {
                 for (int x = 0; x < 16; ++x) {
-                    const auto [column, fx] = c.columns[x];
-                    const auto [row, fy] = c.rows[y];
+                    const From across = c.columns[x];
+                    const From down = c.rows[y];
                     const auto blend = [&](int r) {
-                        const uint8_t* pair = source.planes[0].row(r) + column;
-                        return (pair[0] * (128 - fx) + pair[1] * fx + 32) / 64;
+                        const uint8_t* pair = source.planes[0].row(r) + across.position;
+                        return (pair[0] * (128 - across.weight) + pair[1] * across.weight + 32) / 64;
                     };
-                    EXPECT_EQ(out.planes[0].at(x, 4 + y), (blend(row) * (128 - fy) + blend(row + 1) * fy + 128) / 256)
-                        << x << ", " << y;
+                    const int sum = blend(down.position) * (128 - down.weight) + blend(down.position + 1) * down.weight;
+                    EXPECT_EQ(out.planes[0].at(x, 4 + y), (sum + 128) / 256) << x << ", " << y;
                 }
             }
             for (int plane = 1; plane < 3; ++plane) {
