@@ -94,6 +94,26 @@ TEST(Ransac, EndsWhenAllAreInliers) {
     EXPECT_NE(most.h, Estimate(list, once).h);
 }
 
+// A model with many inliers cuts the iterations that are left; one wanted with certainty does not.
+TEST(Ransac, IterationsFollowTheInliers) {
+    Random random(26);
+    const PairList list = randomPairs(kShake, 100, 1280, 960, 2, 0.2, random);
+    const std::array<float, 9> adapted = Estimate(list).h;
+    EXPECT_EQ(adapted, Estimate(list, {1000, 15.0F, 0.9995F}).h);
+    EXPECT_NE(adapted, Estimate(list, {150, 15.0F, 1.0F}).h);
+}
+
+// Samples are spread out by the distance from a reference point to another one's partner: a far shift spreads a
+// cluster.
+TEST(Ransac, DistanceFromReferenceToCurrent) {
+    PairList list;
+    for (int i = 0; i < 20; ++i) {
+        const Point ref{static_cast<float>(i % 5 * 25), static_cast<float>(i * i % 7 * 15)};
+        list.add(ref, {ref.x + 500, ref.y});
+    }
+    EXPECT_EQ(Estimate(list).status, 0);
+}
+
 TEST(Ransac, FiveInliersAtLeast) {
     PairList list;
     for (const auto& [x, y] : {std::pair{0, 0}, {900, 40}, {930, 700}, {20, 660}, {480, 300}}) {
@@ -146,6 +166,13 @@ TEST(Ransac, NoUsableSample) {
          },
          [](int i) {
              return Point{102.0F + i * 2, 99.0F + i % 7 * 9};
+         }},
+        {"one point", 40,
+         [](int /*i*/) {
+             return Point{0, 0};
+         },
+         [](int i) {
+             return Point{200.0F + i * i % 9 * 90, 200.0F + i % 7 * 90};
          }},
         {"one column", 40,
          [](int i) {
@@ -200,6 +227,7 @@ TEST(Reprojection, FormsAgree) {
     const float homographies[][9] = {
         {1, 0, 0, 0, 1, 0, 0, 0, 1},
         {0.9998F, -0.0087F, 14.5F, 0.0087F, 0.9998F, -9.25F, 4e-6F, -6e-6F, 1},
+        {1.1F, 0.3F, -7, 0.2F, 0.9F, 3, 0.37F, -0.53F, 1},
         {0, 0, 0, 0, 0, 0, 0, 0, 0},
         {1, 0, 0, 0, 1, 0, -1.0F / 64, 0, 1},
         {1e30F, 1, -kInfinity, 0, -1e38F, 0, 0, std::numeric_limits<float>::quiet_NaN(), 1},

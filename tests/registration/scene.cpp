@@ -1,0 +1,141 @@
+#include "tests/registration/scene.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace eis::test {
+
+namespace {
+
+bool isWrong(int match) {
+    return match % 8 == 5;
+}
+
+}  // namespace
+
+Events upTo(const Events& events, const std::string& event) {
+    const auto found = std::find(events.begin(), events.end(), event);
+    EXPECT_NE(found, events.end()) << event;
+    return {events.begin(), found};
+}
+
+Events through(const Events& events, const std::string& event) {
+    return joined({upTo(events, event), {event}});
+}
+
+Events forPlanes(const std::string& what, const std::string& picture) {
+    Events events;
+    for (int i = 0; i < 3; ++i) events.push_back((what + " ").append(picture).append(std::to_string(i)));
+    return events;
+}
+
+Events cleaningEvents(int pointNum) {
+    const std::string number = std::to_string(pointNum);
+    const Events events = {"info enter func RansacEst_AcoreAPI_EIS\n",
+                           "invalidate context",
+                           "info ransac FunInvalidBuff done",
+                           "convert curPoints",
+                           "convert refPoints",
+                           "invalidate refPoints",
+                           "info ransac received match point num = " + number};
+    if (pointNum < 5) {
+        return joined({events, {"error ransac RansacEstimation: not enough keypoints = " + number + "\n"}});
+    }
+    return joined(
+        {events, {"convert distance", "convert curIndex", "convert refIndex", "convert refTable", "convert curTable"}});
+}
+
+Scene::Scene(const SceneOptions& sceneOptions)
+    : options(sceneOptions),
+      refTable(12 * static_cast<size_t>(options.matches)),
+      curTable(refTable.size()),
+      refIndex(2 * static_cast<size_t>(options.matches)),
+      curIndex(refIndex.size()),
+      distance(4 * static_cast<size_t>(options.matches)),
+      refPoints(8 * static_cast<size_t>(options.matches)),
+      curPoints(refPoints.size()),
+      reference(options.width, options.height),
+      frame(options.width, options.height),
+      output(options.width, options.height),
+      before(options.width, options.height) {
+    Random random(41);
+    for (int i = 0; i < options.matches; ++i) {
+        const int64_t x = random.in(64 * 10, 64 * (options.width - 10));
+        const int64_t y = random.in(64 * 10, 64 * (options.height - 10));
+        const int64_t error = isWrong(i) ? 64 * random.in(50, 90) : 0;
+        // The current table stands in another order.
+        const int row = (i * 7 + 3) % options.matches;
+        const int64_t words[2][3] = {{x, y, -1}, {x + static_cast<int64_t>(options.shift * 64), y + error, -1}};
+        for (int k = 0; k < 3; ++k) {
+            refTable.put(3 * i + k, static_cast<int32_t>(words[0][k]));
+            curTable.put(3 * row + k, static_cast<int32_t>(words[1][k]));
+        }
+        refIndex.put(i, static_cast<int16_t>(i));
+        curIndex.put(i, static_cast<int16_t>(row));
+        distance.put(i, 10 + i);
+    }
+    reference.fillAll(Content::kNatural, 43);
+    frame.fillAll(Content::kNatural, 47);
+    before.fillAll(Content::kRandom, 53);
+
+    context.stMatchPairs = {space.add("refPoints", refPoints.data(), refPoints.size()),
+                            space.add("curPoints", curPoints.data(), curPoints.size()), options.matches};
+    context.pCurIndex = space.add("curIndex", curIndex.data(), curIndex.size());
+    context.pRefIndex = space.add("refIndex", refIndex.data(), refIndex.size());
+    context.pDistance = space.add("distance", distance.data(), distance.size());
+    context.matchNum = options.matches;
+    context.coordScale = 1;
+    context.ratio = 0.8F;
+    context.pRefKeypoints = space.add("refTable", refTable.data(), refTable.size());
+    context.pCurKeypoints = space.add("curTable", curTable.data(), curTable.size());
+
+    // What the entry is not to read of the blocks would take it astray.
+    std::memset(&in, 0xEE, sizeof in);
+    std::memset(&out, 0xEE, sizeof out);
+    in.astInImg[0].width = options.width;
+    in.astInImg[0].height = options.height;
+    in.astInImg[0].format = 2;
+    const auto place = [&](const std::string& name, const YuvPicture& picture, ST_PICTURE_DEV& record) {
+        for (int i = 0; i < 3; ++i) {
+            const Plane<uint8_t>& plane = picture.planes[i];
+            record.pData[i] = space.add(name + std::to_string(i), plane.data(), plane.size());
+        }
+    };
+    place("ref", reference, in.astInImg[0]);
+    place("cur", frame, in.astInImg[options.idx]);
+    place("out", output, out.astOutImg[options.idx]);
+    in.astPairs[options.idx - 1].pRefPoints = context.stMatchPairs.pRefPoints;
+    in.astPairs[options.idx - 1].pCurPoints = context.stMatchPairs.pCurPoints;
+    out.pStatus = space.add("status", status.data(), status.size());
+    block = {space.addObject("context", context),
+             space.addObject("in", in),
+             space.addObject("out", out),
+             options.idx,
+             0,
+             space.add("homography", homography.data(), homography.size())};
+    reset();
+}
+
+void Scene::reset() {
+    context.stMatchPairs.pointNum = options.matches;
+    std::memset(refPoints.data(), 0xEE, refPoints.size());
+    std::memset(curPoints.data(), 0xEE, curPoints.size());
+    std::memset(homography.data(), 0xEE, homography.size());
+    status.put(0, kNoStatus);
+    output.copyFrom(before);
+}
+
+bool Scene::homographyIsIdentity() const {
+    for (int i = 0; i < 9; ++i) {
+        if (homography.at<float>(i) != (i % 4 == 0 ? 1.0F : 0.0F)) return false;
+    }
+    return true;
+}
+
+int Scene::inliers() const {
+    int count = 0;
+    for (int i = 0; i < options.matches; ++i) count += isWrong(i) ? 0 : 1;
+    return count;
+}
+
+}  // namespace eis::test
