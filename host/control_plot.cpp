@@ -104,7 +104,8 @@ Chart controlChart(const std::vector<PlottedTables>& plotted) {
         for (const PanelPlan& plan : kShrinkPanels) chart.panels.push_back(tablePanel(plan, plotted));
     }
     for (const PlottedTables& each : plotted) {
-        chart.notes.push_back((each.name.empty() ? "" : each.name + ": ") + describeSettings(each.settings));
+        chart.notes.push_back((each.name.empty() ? "" : each.name + ": ") +
+                              (each.source.empty() ? "" : each.source + ": ") + describeSettings(each.settings));
     }
     return chart;
 }

@@ -10,7 +10,8 @@
 namespace eishost {
 
 struct PlottedTables {
-    std::string name;  // in the legend, when there is more than one
+    std::string name;    // in the legend, when there is more than one
+    std::string source;  // where the settings come from; may be empty
     ControlSettings settings;
     ControlTables tables;
 };

@@ -98,7 +98,7 @@ void runTables(TableKind kind, const TablesArguments& arguments) {
     } else if (arguments.csv) {
         printCsv(kind, tables);
     } else if (!arguments.plot.empty()) {
-        saveChart(arguments.plot, controlChart({{"", settings, tables}}));
+        saveChart(arguments.plot, controlChart({{"", "", settings, tables}}));
         std::cout << arguments.plot << '\n';
     } else {
         printSummary(settings, tables);

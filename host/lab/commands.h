@@ -1,0 +1,13 @@
+// The subcommands of eis-lab. Each function adds one group to the command line, with callbacks that run it; a callback
+// reports failure by throwing HostError, or CLI::RuntimeError for an exit code without a message.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace eislab {
+
+void addTablesCommand(CLI::App& app);
+
+}  // namespace eislab

@@ -1,0 +1,24 @@
+// Settings of the strength tables as words of a command line.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/control_settings.h"
+
+namespace eislab {
+
+struct NamedSettings {
+    eishost::ControlSettings settings;
+    std::string source;  // the file and the row that they come from; empty without one
+};
+
+// The kind of tables that the keys among some words belong to; fast when there are none. HostError(kExitUsage) for a
+// key of neither kind, or keys of both.
+eishost::TableKind kindOfWords(const std::vector<std::string>& words);
+
+// Takes words one after the other: KEY=VALUE sets a strength, FILE takes strengths from a row of a tuning file, iso=N
+// (1 to 8, 1 when not given) chooses the row of all files among the words.
+NamedSettings settingsFromWords(eishost::TableKind kind, const std::vector<std::string>& words);
+
+}  // namespace eislab
