@@ -130,7 +130,12 @@ class PanelDrawing {
           left_(corner.x + 88),
           right_(corner.x + kPanelWidth - kMargin),
           top_(corner.y + 44),
-          bottom_(corner.y + kPanelHeight - 62) {}
+          bottom_(corner.y + kPanelHeight - 62),
+          maxY_(panel.maxY) {
+        // Room above the curves for the legend, where it would cover one in every corner.
+        measureLegend();
+        for (int i = 0; i < 10 && covered(legendCorner()) > 0; ++i) maxY_ *= 1.07;
+    }
 
     void draw() {
         axes();
@@ -142,7 +147,7 @@ class PanelDrawing {
 
   private:
     cv::Point2d place(cv::Point2d value) const {
-        return {left_ + (right_ - left_) * value.x / panel_.maxX, bottom_ - (bottom_ - top_) * value.y / panel_.maxY};
+        return {left_ + (right_ - left_) * value.x / panel_.maxX, bottom_ - (bottom_ - top_) * value.y / maxY_};
     }
 
     void axes() {
@@ -154,8 +159,8 @@ class PanelDrawing {
             canvas_.line({column, top_}, {column, bottom_}, kPale, 1);
             canvas_.text(tickText(x), {column, bottom_ + 20}, 11, Align::kCentre);
         }
-        const double stepY = tickStep(panel_.maxY, 6);
-        for (int tick = 0; tick * stepY <= panel_.maxY * 1.0001; ++tick) {
+        const double stepY = tickStep(maxY_, 6);
+        for (int tick = 0; tick * stepY <= maxY_ * 1.0001; ++tick) {
             const double y = tick * stepY;
             const double row = place({0, y}).y;
             canvas_.line({left_, row}, {right_, row}, kPale, 1);
@@ -177,10 +182,10 @@ class PanelDrawing {
             double last = 1;
             if (step.y != 0) {
                 const double atBottom = -from.y / step.y;
-                const double atTop = (panel_.maxY - from.y) / step.y;
+                const double atTop = (maxY_ - from.y) / step.y;
                 first = std::max(first, std::min(atBottom, atTop));
                 last = std::min(last, std::max(atBottom, atTop));
-            } else if (from.y < 0 || from.y > panel_.maxY) {
+            } else if (from.y < 0 || from.y > maxY_) {
                 continue;
             }
             if (first > last) continue;
@@ -193,46 +198,51 @@ class PanelDrawing {
         canvas_.path(inside, series.color, thickness, series.style);
     }
 
-    // In whichever corner covers the fewest points.
-    void legend() {
-        constexpr double kRow = 21;
-        constexpr double kSample = 34;
-        std::vector<const Series*> named;
+    void measureLegend() {
         double width = 0;
         for (const auto* list : {&panel_.series, &panel_.guides}) {
             for (const Series& series : *list) {
                 if (series.name.empty()) continue;
-                named.push_back(&series);
+                named_.push_back(&series);
                 width = std::max(width, Canvas::textSize(series.name, 11).width);
             }
         }
-        if (named.empty()) return;
-        width += kSample + 26;
-        const double height = kRow * static_cast<double>(named.size()) + 10;
+        legendSize_ = {width + kLegendSample + 26, kLegendRow * static_cast<double>(named_.size()) + 10};
+    }
+
+    // The corner that covers the fewest points.
+    cv::Point2d legendCorner() const {
+        const double right = right_ - 12 - legendSize_.width;
         const cv::Point2d corners[] = {
-            {left_ + 12, top_ + 8}, {right_ - 12 - width, top_ + 8}, {right_ - 12 - width, bottom_ - 10 - height}};
-        const cv::Point2d corner = *std::min_element(std::begin(corners), std::end(corners), [&](auto a, auto b) {
-            return covered(a, width, height) < covered(b, width, height);
-        });
-        canvas_.box(corner, corner + cv::Point2d(width, height), cv::Scalar::all(255), kPale);
-        double row = corner.y + 5 + kRow / 2;
-        for (const Series* series : named) {
-            canvas_.path({{corner.x + 8, row}, {corner.x + 8 + kSample, row}}, series->color, 2.2, series->style);
-            canvas_.text(series->name, {corner.x + kSample + 18, row + 5}, 11);
-            row += kRow;
+            {left_ + 12, top_ + 8}, {right, top_ + 8}, {right, bottom_ - 10 - legendSize_.height}};
+        return *std::min_element(std::begin(corners), std::end(corners),
+                                 [&](auto a, auto b) { return covered(a) < covered(b); });
+    }
+
+    void legend() {
+        if (named_.empty()) return;
+        const cv::Point2d corner = legendCorner();
+        canvas_.box(corner, corner + cv::Point2d(legendSize_.width, legendSize_.height), cv::Scalar::all(255), kPale);
+        double row = corner.y + 5 + kLegendRow / 2;
+        for (const Series* series : named_) {
+            canvas_.path({{corner.x + 8, row}, {corner.x + 8 + kLegendSample, row}}, series->color, 2.2, series->style);
+            canvas_.text(series->name, {corner.x + kLegendSample + 18, row + 5}, 11);
+            row += kLegendRow;
         }
     }
 
-    int covered(cv::Point2d corner, double width, double height) const {
+    // Points under a legend at this corner.
+    int covered(cv::Point2d corner) const {
+        const cv::Rect2d area(corner, legendSize_);
         int count = 0;
         for (const Series& series : panel_.series) {
-            for (const cv::Point2d& point : series.points) {
-                const cv::Point2d at = place(point);
-                count += at.x >= corner.x && at.x <= corner.x + width && at.y >= corner.y && at.y <= corner.y + height;
-            }
+            for (const cv::Point2d& point : series.points) count += area.contains(place(point));
         }
         return count;
     }
+
+    static constexpr double kLegendRow = 21;
+    static constexpr double kLegendSample = 34;
 
     Canvas& canvas_;
     const Panel& panel_;
@@ -240,6 +250,9 @@ class PanelDrawing {
     double right_;
     double top_;
     double bottom_;
+    double maxY_;  // the panel's, raised where the legend needs room
+    std::vector<const Series*> named_;
+    cv::Size2d legendSize_;
 };
 
 }  // namespace

@@ -13,5 +13,6 @@ void addRegisterCommand(CLI::App& app);
 void addScaleCommand(CLI::App& app);
 void addSynthCommand(CLI::App& app);
 void addTablesCommand(CLI::App& app);
+void addTuningCommand(CLI::App& app);
 
 }  // namespace eishost

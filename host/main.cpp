@@ -9,7 +9,7 @@
 namespace {
 
 int run(int argc, char** argv) {
-    CLI::App app{"Plays the vision DSP for libkelvane_eis_ap: registers and scales pictures, makes test bursts."};
+    CLI::App app{"Plays the vision DSP for libkelvane_eis_ap: pictures, strength tables, tuning files, test bursts."};
     app.name("eis-host");
     app.require_subcommand(1);
     app.footer(
@@ -20,6 +20,7 @@ int run(int argc, char** argv) {
     eishost::addScaleCommand(app);
     eishost::addSynthCommand(app);
     eishost::addTablesCommand(app);
+    eishost::addTuningCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::RuntimeError& error) {

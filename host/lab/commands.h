@@ -9,5 +9,6 @@ class App;
 namespace eislab {
 
 void addTablesCommand(CLI::App& app);
+void addTuningCommand(CLI::App& app);
 
 }  // namespace eislab

@@ -16,6 +16,7 @@ int run(int argc, char** argv) {
         "Exit codes: 0 done and nothing found, 1 findings, 2 a file that the library refuses,\n"
         "            64 usage, 65 unwritable output, 70 internal error.");
     eislab::addTablesCommand(app);
+    eislab::addTuningCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::RuntimeError& error) {

@@ -1,0 +1,159 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <string_view>
+
+#include "host/lab/exit_codes.h"
+#include "host/lab/lint.h"
+#include "host/lab/setting_words.h"
+#include "host/lab/tuning_template.h"
+#include "tests/hostcli/cli.h"
+#include "tests/hosttools/scratch_folder.h"
+
+namespace eislab {
+namespace {
+
+using eishost::CliResult;
+using eishost::runCli;
+using eishost::ScratchFolder;
+
+// A file of some keys, with a comment that makes it long enough for the reader.
+std::string fileOf(const std::string& content) {
+    return "<?xml version='1.0'?>\n<Config>\n<!--" + std::string(200, '.') + "-->\n" + content + "\n</Config>\n";
+}
+
+std::string_view bytesOf(const ST_CONFIG_XML& record) {
+    return {reinterpret_cast<const char*>(&record), sizeof record};
+}
+
+TEST(Template, LoadsCleanAndYieldsTheRecordOfDefaults) {
+    const ScratchFolder folder;
+    const CliResult written = runCli("tuning template --out '" + folder.file("multiframe.xml") + "'");
+    ASSERT_EQ(written.exitCode, kLabClean) << written.err;
+    const TuningFile file = loadTuningFile(folder.file("multiframe.xml"));
+    ASSERT_FALSE(file.refused());
+    EXPECT_TRUE(lintTuning(file).empty());
+    for (const KeyReading& reading : readKeys(file)) {
+        EXPECT_EQ(reading.origin.source, eis::TuningSource::file) << reading.key->path;
+    }
+    const TuningFile empty = loadTuningFile(folder.write("empty.xml", fileOf("")));
+    EXPECT_EQ(bytesOf(file.record), bytesOf(empty.record));
+    EXPECT_EQ(file.record.astIso[7].isovalue, 4950);
+    EXPECT_EQ(runCli("tuning template").out, folder.read("multiframe.xml"));
+    EXPECT_EQ(runCli("tuning template --out /nowhere/file.xml").exitCode, kLabUnwritable);
+}
+
+// Readers that hold 50 items of a kind in one element and 150 in all take the template too.
+TEST(Template, StaysSmallInEveryElement) {
+    const ScratchFolder folder;
+    const TuningFile file = loadTuningFile(folder.write("multiframe.xml", tuningTemplate()));
+    std::vector<eis::XmlNode> open = {file.root};
+    while (!open.empty()) {
+        const eis::XmlNode node = open.back();
+        open.pop_back();
+        const eis::XmlNodeBody& body = *node.body();
+        EXPECT_LE(std::max({body.childCount, body.textCount, body.clearCount, body.attributeCount}), 50);
+        EXPECT_LE(body.orderCount(), 150);
+        for (int i = 0; i < body.childCount; ++i) open.push_back(body.children[i]);
+    }
+}
+
+TEST(Explain, TellsValueAndOrigin) {
+    const ScratchFolder folder;
+    const std::string file = folder.write(
+        "multiframe.xml", fileOf("<Global><ExposureFusionFlag>1</ExposureFusionFlag></Global>\n"
+                                 "<SFNoiseReduction><ISO2><luma>-300</luma><shading>dim</shading>\n"
+                                 "<percentLow>0.1</percentLow><alphaLUT>7 8</alphaLUT></ISO2></SFNoiseReduction>"));
+    const CliResult all = runCli("tuning explain --json '" + file + "'");
+    ASSERT_EQ(all.exitCode, kLabClean) << all.err;
+    const auto json = nlohmann::json::parse(all.out);
+    ASSERT_EQ(json.size(), 376u);
+    const auto of = [&](const std::string& key) {
+        for (const auto& entry : json) {
+            if (entry["key"] == key) return entry["value"].dump() + ", " + entry["origin"].get<std::string>();
+        }
+        return std::string("missing");
+    };
+    EXPECT_EQ(of("Global/ExposureFusionFlag"), "1, line 4");
+    EXPECT_EQ(of("SFNoiseReduction/ISO2/luma"), "-100, line 5 says -300: clamped");
+    EXPECT_EQ(of("SFNoiseReduction/ISO2/shading"), "1, line 5 has no number: default");
+    EXPECT_EQ(of("SFNoiseReduction/ISO2/percentLow"), "0.1, line 6");
+    EXPECT_EQ(of("SFNoiseReduction/ISO2/alphaLUT"), "[7,8,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0], line 6, in part");
+    EXPECT_EQ(of("NoiseReduction/ISO8/isovalue"), "4950, default");
+    const CliResult given = runCli("tuning explain --given '" + file + "'");
+    EXPECT_EQ(std::count(given.out.begin(), given.out.end(), '\n'), 5) << given.out;
+    EXPECT_EQ(runCli("tuning explain /nowhere").exitCode, kLabRefused);
+}
+
+TEST(Diff, ComparesEffectiveValues) {
+    const ScratchFolder folder;
+    // A spelled-out default, a clamped value and another case of letters make no difference.
+    const std::string a = folder.write(
+        "a.xml", fileOf("<NoiseReduction><ISO1><chromaS>-90</chromaS><lumaLF>-20</lumaLF></ISO1></NoiseReduction>"
+                        "<SFNoiseReduction><ISO1><luma>-400</luma></ISO1></SFNoiseReduction>"));
+    const std::string b =
+        folder.write("b.xml", fileOf("<noisereduction><iso1><LUMALF>-20</LUMALF></iso1></noisereduction>"
+                                     "<SFNoiseReduction><ISO1><luma>-100</luma></ISO1></SFNoiseReduction>"));
+    const CliResult same = runCli("tuning diff '" + a + "' '" + b + "'");
+    EXPECT_EQ(same.exitCode, kLabClean) << same.out;
+    EXPECT_EQ(same.out, "same values\n");
+
+    const std::string c = folder.write(
+        "c.xml",
+        fileOf("<NoiseReduction><ISO1><lumaLF>-30</lumaLF><chromaNrLUT>5</chromaNrLUT></ISO1></NoiseReduction>"));
+    const CliResult other = runCli("tuning diff --json '" + a + "' '" + c + "'");
+    EXPECT_EQ(other.exitCode, kLabFindings);
+    const auto json = nlohmann::json::parse(other.out);
+    ASSERT_EQ(json.size(), 2u) << other.out;
+    EXPECT_EQ(json[0]["key"], "NoiseReduction/ISO1/lumaLF");
+    EXPECT_EQ(json[0]["a"], -20);
+    EXPECT_EQ(json[0]["b"], -30);
+    EXPECT_EQ(json[1]["key"], "NoiseReduction/ISO1/chromaNrLUT");
+    // Nothing of one file shows in the other, which a load in one process would leave in a short table.
+    EXPECT_EQ(nlohmann::json::parse(runCli("tuning diff --json '" + c + "' '" + a + "'").out)[1]["b"][0], 0);
+    EXPECT_EQ(runCli("tuning diff '" + a + "' /nowhere").exitCode, kLabRefused);
+}
+
+TEST(Plot, TakesStrengthsFromWordsAndFiles) {
+    const ScratchFolder folder;
+    const std::string file = folder.write(
+        "multiframe.xml",
+        fileOf("<SFNoiseReduction><ISO3><isovalue>400</isovalue><luma>-30</luma><chroma>-20</chroma>"
+               "<detail>-50</detail><shading>1.5</shading></ISO3></SFNoiseReduction>"
+               "<NoiseReduction><ISO3><lumaLF>-10</lumaLF><lumaHF2>-64</lumaHF2></ISO3></NoiseReduction>"));
+    using eishost::TableKind;
+    const NamedSettings fast = settingsFromWords(TableKind::kFast, {file, "iso=3", "nrTH=40", "nrUVRatio=-5"});
+    EXPECT_EQ(describeSettings(fast.settings),
+              "nrLumaDetail -50, nrLumaRatio -30, nrUVRatio -5, nrTH 40, nrShadingStrength 1.5");
+    EXPECT_EQ(fast.source, "multiframe.xml, SFNoiseReduction/ISO3 (400)");
+    const NamedSettings shrink = settingsFromWords(TableKind::kShrink, {"iso=3", file});
+    EXPECT_EQ(describeSettings(shrink.settings),
+              "lumaRatio -10, shrinkRatio0 0, shrinkRatio1 -64, shrinkRatio2 0, lumaDetail -128");
+
+    EXPECT_EQ(kindOfWords({file, "iso=3"}), TableKind::kFast);
+    EXPECT_EQ(kindOfWords({file, "shrinkRatio1=3"}), TableKind::kShrink);
+
+    const std::string png = folder.file("both.png");
+    const CliResult drawn = runCli("tables plot '" + file + "' iso=3 --against nrTH=90 --out '" + png + "'");
+    ASSERT_EQ(drawn.exitCode, kLabClean) << drawn.err;
+    EXPECT_FALSE(cv::imread(png).empty());
+    const struct {
+        const char* arguments;
+        int exitCode;
+    } cases[] = {{"iso=9 --out x.png", kLabUsage},
+                 {"nrTHH=3 --out x.png", kLabUsage},
+                 {"nrTH=3 --against lumaRatio=5 --out x.png", kLabUsage},
+                 {"nrTH=3 --out x.gif", kLabUsage},
+                 {"/nowhere --out x.png", kLabRefused},
+                 {"nrTH=3 --out /nowhere/x.png", kLabUnwritable}};
+    for (const auto& c : cases) {
+        const CliResult result = runCli(std::string("tables plot ") + c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
+        EXPECT_EQ(result.errorLines(), 1) << result.err;
+    }
+}
+
+}  // namespace
+}  // namespace eislab
