@@ -8,6 +8,7 @@ class App;
 
 namespace eislab {
 
+void addGpuCommand(CLI::App& app);
 void addTablesCommand(CLI::App& app);
 void addTuningCommand(CLI::App& app);
 

@@ -43,10 +43,16 @@ std::string buildBinary(const char* options) {
 
 }  // namespace
 
-void setAccessResult(bool present) { g_accessResult = present; }
-void setEglFault(int fault) { g_eglFault = fault; }
+void setAccessResult(bool present) {
+    g_accessResult = present;
+}
+void setEglFault(int fault) {
+    g_eglFault = fault;
+}
 
-std::string programSource() { return readFile(std::string(EIS_TEST_FOLDER) + "/program_fixture.cl"); }
+std::string programSource() {
+    return readFile(std::string(EIS_TEST_FOLDER) + "/program_fixture.cl");
+}
 
 std::string programBinary(const char* options) {
     static std::map<std::string, std::string> built;

@@ -50,9 +50,10 @@ TEST_F(Lifecycle, ComesUpOnceAndGoesOnce) {
 TEST_F(Lifecycle, TheArchitectureKeyChoosesTheProgram) {
     placeFile(test::kArchitectureKey, "");
     EXPECT_EQ(SetUpOpenclMFNR(nullptr), retStsThreadError) << "the second program is not there";
-    EXPECT_TRUE(logWas({"info loadV2 = true", "error ERROR: Failed to open file '/system/etc/camera/libcl/mfnr_v2.cl'\n",
-                        "error [GPU]: clCreateProgramWithBinary fail to create program, status = *",
-                        "info[MFNR_AP] *", "info[MFNR_AP] *"}));
+    EXPECT_TRUE(
+        logWas({"info loadV2 = true", "error ERROR: Failed to open file '/system/etc/camera/libcl/mfnr_v2.cl'\n",
+                "error [GPU]: clCreateProgramWithBinary fail to create program, status = *", "info[MFNR_AP] *",
+                "info[MFNR_AP] *"}));
     placeFile(test::kProgramPathV2, test::programBinary(""));
     EXPECT_EQ(SetUpOpenclMFNR(nullptr), retStsOK);
     clearEvents();

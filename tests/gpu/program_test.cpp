@@ -109,7 +109,8 @@ TEST(ProgramFile, IsReadWholeOrNotAtAll) {
     const std::string path = folder.path("bytes");
     test::writeFile(path, std::string("a\0b\n", 4));
     size_t size = 0;
-    const std::unique_ptr<unsigned char, decltype(&std::free)> binary(ReadProgramBinary(path.c_str(), &size), std::free);
+    const std::unique_ptr<unsigned char, decltype(&std::free)> binary(ReadProgramBinary(path.c_str(), &size),
+                                                                      std::free);
     ASSERT_NE(binary, nullptr);
     EXPECT_EQ(size, 4u);
     EXPECT_EQ(std::memcmp(binary.get(), "a\0b\n", 5), 0);
@@ -120,8 +121,8 @@ TEST(ProgramFile, IsReadWholeOrNotAtAll) {
         test::Call fails;
         const char* what;
     };
-    for (const Case& c : {Case{test::kFopen, "open"}, Case{test::kMalloc, "allocate memory for"},
-                          Case{test::kFread, "read"}}) {
+    for (const Case& c :
+         {Case{test::kFopen, "open"}, Case{test::kMalloc, "allocate memory for"}, Case{test::kFread, "read"}}) {
         test::clearEvents();
         const test::ResourceWatch watch;
         const test::FailNth fail(c.fails, 1);

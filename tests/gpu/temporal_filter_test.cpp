@@ -31,7 +31,9 @@ struct BufferObject {
 };
 std::vector<BufferObject> g_objects;
 
-int handleOf(void* object) { return static_cast<BufferObject*>(object)->handle; }
+int handleOf(void* object) {
+    return static_cast<BufferObject*>(object)->handle;
+}
 void* lookup(void* base) {
     const auto found = std::find_if(g_objects.begin(), g_objects.end(), [=](const auto& o) { return o.base == base; });
     return found != g_objects.end() ? &*found : nullptr;
@@ -67,7 +69,8 @@ class TemporalFilter : public test::GpuTest {
         g_objects.clear();
         int handle = 0;
         for (Allocation* a : {&src1_, &src2_, &mask_, &out_}) {
-            BufferObject object{{nullptr, nullptr, nullptr, reinterpret_cast<void*>(handleOf)}, a->memory.data(), handle};
+            BufferObject object{
+                {nullptr, nullptr, nullptr, reinterpret_cast<void*>(handleOf)}, a->memory.data(), handle};
             g_objects.push_back(object);
             eisLayerSetHandle(handle++, a->memory.data());
         }
@@ -134,9 +137,10 @@ TEST_F(TemporalFilter, ImportsSharedMemory) {
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 96; x < kStride; ++x) ASSERT_EQ(out_.plane()[y * kStride + x], 0xEE) << "not dispatched";
     }
-    EXPECT_TRUE(test::eventsWere({"info [GPU]: stride=128, strideUV=64, width=100, height=10, alpha=77, ", "convert src1",
-                                  "convert src2", "convert mask", "convert out", "info memShift1=64, memShift2=64",
-                                  "info pSrc2_org=*, pMask_org=*", "info [GPU]: kernel_temporalfilter use:* us"}));
+    EXPECT_TRUE(
+        test::eventsWere({"info [GPU]: stride=128, strideUV=64, width=100, height=10, alpha=77, ", "convert src1",
+                          "convert src2", "convert mask", "convert out", "info memShift1=64, memShift2=64",
+                          "info pSrc2_org=*, pMask_org=*", "info [GPU]: kernel_temporalfilter use:* us"}));
 }
 
 TEST_F(TemporalFilter, WithoutAContextOrABufferObjectThereIsNothingToDo) {
@@ -186,14 +190,17 @@ TEST_F(TemporalFilter, EventTimesAreReported) {
         ReportEventProfile(event, "a fill");
         clReleaseMemObject(buffer);
         clReleaseCommandQueue(queue);
-        test::Events expected = {"info[MFNR_AP] /=====\nTune system performance: a fill\n", "info[MFNR_AP] Event finish.\n"};
+        test::Events expected = {"info[MFNR_AP] /=====\nTune system performance: a fill\n",
+                                 "info[MFNR_AP] Event finish.\n"};
         if (profiling) {
-            expected.insert(expected.end(), {"info[MFNR_AP] Time used for transferring commands to device: *ns\n",
-                                             "info[MFNR_AP] Time used on device for waiting commands to run: *ns\n",
-                                             "info[MFNR_AP] Time used on device for executing commands: *ns\n=====/\n"});
+            expected.insert(expected.end(),
+                            {"info[MFNR_AP] Time used for transferring commands to device: *ns\n",
+                             "info[MFNR_AP] Time used on device for waiting commands to run: *ns\n",
+                             "info[MFNR_AP] Time used on device for executing commands: *ns\n=====/\n"});
         } else {
-            expected.push_back("error[MFNR_AP] Error: Fail to get profiling data CL_PROFILING_COMMAND_QUEUED "
-                               "(clGetEventProfilingInfo return error code -7)\n");
+            expected.push_back(
+                "error[MFNR_AP] Error: Fail to get profiling data CL_PROFILING_COMMAND_QUEUED "
+                "(clGetEventProfilingInfo return error code -7)\n");
         }
         EXPECT_TRUE(logWas(expected));
     }

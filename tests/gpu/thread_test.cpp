@@ -19,7 +19,9 @@ void* look(void* param) {
     return nullptr;
 }
 
-void* fail(void* param) { return param; }
+void* fail(void* param) {
+    return param;
+}
 
 TEST(GpuThread, SeesACopyOfItsParameters) {
     std::vector<char> param(kGpuThreadParamSize + 1, 'p');
