@@ -13,7 +13,7 @@ namespace {
 
 TEST(MatchPairs, BuiltFromTables) {
     const int32_t tables[2][9] = {{64, 128, -1, 100, -32, -1, INT_MAX, 3, -1}, {-64, 32, -1, 7, 9, -1, 5, 16, -1}};
-    const int16_t curIndex[] = {2, -1, 0};
+    const int16_t curIndex[] = {1, -1, 0};
     const int16_t refIndex[] = {0, 1, 2};
     const auto build = [&](int32_t coordScale, int32_t matchNum) {
         PairList list;
@@ -25,8 +25,7 @@ TEST(MatchPairs, BuiltFromTables) {
     // The reference table begins at its first row, the current one at its second: a negative index reaches before it.
     const PairList once = build(1, 2);
     EXPECT_EQ(once.ref, (std::vector<Point>{{1, 2}, {1.5625F, -0.5F}, {-9, -9}}));
-    EXPECT_EQ(once.cur[1], (Point{-1, 0.5F}));
-    EXPECT_EQ(once.cur[2], (Point{-9, -9}));
+    EXPECT_EQ(once.cur, (std::vector<Point>{{5 / 64.0F, 16 / 64.0F}, {-1, 0.5F}, {-9, -9}}));
     // Products wrap before they become floats.
     const PairList scaled = build(2, 3);
     EXPECT_EQ(scaled.ref, (std::vector<Point>{{2, 4}, {3.125F, -1}, {-2 / 64.0F, 6 / 64.0F}}));
