@@ -68,7 +68,7 @@ void makeFolder(const std::string& folder) {
 
 void saveResult(const std::string& path, const nlohmann::json& result) {
     std::ofstream file(path);
-    file << result.dump(2) << '\n';
+    file << jsonText(result, 2) << '\n';
     file.close();
     if (!file) throw HostError(kExitUnwritable, path + ": cannot be written");
 }

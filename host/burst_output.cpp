@@ -37,7 +37,7 @@ void BurstOutput::clearBar() {
 
 void BurstOutput::frame(const FrameReport& report) {
     if (json_) {
-        std::printf("%s\n", nlohmann::json(report).dump().c_str());
+        std::printf("%s\n", jsonText(report).c_str());
         std::fflush(stdout);
         return;
     }

@@ -146,4 +146,8 @@ void to_json(nlohmann::json& json, const FrameReport& report) {
     }
 }
 
+std::string jsonText(const nlohmann::json& json, int indent) {
+    return json.dump(indent, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
 }  // namespace eishost

@@ -60,4 +60,7 @@ void scoreFrame(FrameReport& report, const Picture& frame, const Picture& clean,
 
 void to_json(nlohmann::json& json, const FrameReport& report);
 
+// As text, on one line unless indented. Bytes of file names that are not UTF-8 are replaced.
+std::string jsonText(const nlohmann::json& json, int indent = -1);
+
 }  // namespace eishost

@@ -56,12 +56,14 @@ std::optional<double> loggedMilliseconds(const std::vector<LogLine>& lines, cons
 extern "C" __attribute__((visibility("default"), format(printf, 3, 4))) int __android_log_print(int prio,
                                                                                                 const char* tag,
                                                                                                 const char* fmt, ...) {
-    char text[1024];
     va_list arguments;
     va_start(arguments, fmt);
-    const int length = std::vsnprintf(text, sizeof text, fmt, arguments);
+    char* text = nullptr;
+    const int length = vasprintf(&text, fmt, arguments);
     va_end(arguments);
+    if (length < 0) return length;
     eishost::LogLine line{prio, tag != nullptr ? tag : "", text};
+    std::free(text);
     while (!line.text.empty() && line.text.back() == '\n') line.text.pop_back();
     eishost::Record& record = eishost::record();
     const std::lock_guard<std::mutex> lock(record.mutex);

@@ -99,7 +99,7 @@ void runRegister(const RegisterArguments& arguments) {
     }
     std::FILE* const to = arguments.aligned == "-" ? stderr : stdout;
     if (arguments.json) {
-        std::fprintf(to, "%s\n", nlohmann::json(report).dump(2).c_str());
+        std::fprintf(to, "%s\n", jsonText(report, 2).c_str());
     } else {
         printReport(to, report);
     }
@@ -117,7 +117,9 @@ void addRegisterCommand(CLI::App& app) {
         app.add_subcommand("register", "Aligns one frame with a reference through Ransac_Regis_AcoreAPI_EIS");
     command->add_option("REF", arguments->reference, "Reference: PNG, JPEG, Y4M, raw I420 with --raw-size")->required();
     command->add_option("FRAME", arguments->frame, "Frame to align, of the same size")->required();
-    command->add_option("--out", arguments->aligned, "Write the aligned picture: .png, .jpg, .y4m, .yuv, - for Y4M");
+    command->add_option(
+        "--out", arguments->aligned,
+        "Write the aligned picture: .png, .jpg, .y4m, .yuv; - for Y4M to a pipe, the report then goes to stderr");
     command->add_option("--overlay", arguments->overlay,
                         "Write a picture of the matches, the filled rectangle and the mirrored margin: .png, .jpg");
     command->add_flag("--luma-only", arguments->lumaOnly, "Align luma alone; chroma of the result is grey");

@@ -62,7 +62,7 @@ TEST_F(RegisterCommand, KeepsAPictureThatDidNotMove) {
     savePicture(folder.file("frame_01.png"), picture);
     const Picture stored = loadPicture(folder.file("frame_00.png"));
     const nlohmann::json report = registerJson("--out " + folder.file("aligned.y4m"));
-    const nlohmann::json rectangle = report["rectangle"];
+    const nlohmann::json& rectangle = report["rectangle"];
     const cv::Rect inside(rectangle["x"], rectangle["y"], rectangle["width"], rectangle["height"]);
     EXPECT_GE(inside.width, 624);  // some samples go to the fit's noise and to whole groups of 8
     EXPECT_GE(inside.height, 464);
