@@ -4,6 +4,7 @@
 #include <string>
 
 #include "config/xml_encoding.h"
+#include "tests/config/full_file.h"
 #include "tests/config/load_fixture.h"
 #include "tests/harness/calls.h"
 
@@ -28,7 +29,7 @@ void parseAndRead(const std::string& content) {
 class TuningDamage : public TuningLoad {};
 
 TEST_F(TuningDamage, EveryPrefix) {
-    const std::string full = readFile(EIS_TEST_FOLDER "/full.xml");
+    const std::string full = fullFile();
     const ResourceWatch watch;
     for (size_t length = 0; length < full.size(); length += 7) parseAndRead(full.substr(0, length));
     for (size_t length = 0; length < sizeof kSmallFile; ++length) {

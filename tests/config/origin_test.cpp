@@ -6,6 +6,7 @@
 #include <string>
 
 #include "config/tuning_origin.h"
+#include "tests/config/full_file.h"
 #include "tests/config/load_fixture.h"
 
 namespace eis::test {
@@ -22,50 +23,54 @@ class TuningOrigins : public TuningLoad {
     TuningOrigin trace(const std::string& path) { return traceTuningKey(g_xmlConfig.root(), keyAt(path)); }
 };
 
-TEST_F(TuningOrigins, Numbers) {
+// The key stands alone in level 4; stored and end are those of a table.
+TEST_F(TuningOrigins, Values) {
+    using enum TuningSource;
+    const std::string seventeen = "1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17";
     const struct {
-        const char* text;
-        TuningSource luma;      // of a key in -100..0
-        TuningSource lumaFlag;  // of an integer
-        TuningSource shading;   // of a float
-        bool lumaClamped, flagClamped;
-        const char* restOfInteger;
-        const char* restOfFloat;
+        const char*
+            key;  // luma: an integer in -100..0; NoiseReducFlag: any integer; shading: a float; alphaLUT: a table
+        std::string text;
+        TuningSource source;
+        bool isClamped;
+        const char* rest;
+        int32_t stored = 0;
+        StreamEnd end = StreamEnd::ranOut;
     } cases[] = {
-        {"-5", TuningSource::file, TuningSource::file, TuningSource::file, false, false, "", ""},
-        {" -101\n", TuningSource::file, TuningSource::file, TuningSource::file, true, false, "", ""},
-        {"1", TuningSource::file, TuningSource::file, TuningSource::file, true, false, "", ""},
-        {"-9999999999", TuningSource::file, TuningSource::file, TuningSource::file, true, true, "", ""},
-        {"-1.5 x", TuningSource::file, TuningSource::file, TuningSource::file, false, false, ".5 x", "x"},
-        {".5", TuningSource::notNumber, TuningSource::notNumber, TuningSource::file, false, false, ".5", ""},
-        {"off", TuningSource::notNumber, TuningSource::notNumber, TuningSource::notNumber, false, false, "off", "off"},
-        {"", TuningSource::noText, TuningSource::noText, TuningSource::noText, false, false, nullptr, nullptr},
+        {"luma", "-5", file, false, ""},
+        {"luma", " -101\n", file, true, ""},
+        {"luma", "1", file, true, ""},
+        {"luma", "-1.5 x", file, false, ".5 x"},
+        {"luma", "off", notNumber, false, "off"},
+        {"luma", "", noText, false, nullptr},
+        {"NoiseReducFlag", "-101", file, false, ""},
+        {"NoiseReducFlag", "-9999999999", file, true, ""},
+        {"NoiseReducFlag", ".5", notNumber, false, ".5"},
+        {"shading", "-1.5 x", file, false, "x"},
+        {"shading", ".5", file, false, ""},
+        {"shading", "off", notNumber, false, "off"},
+        {"alphaLUT", "1 2 3", file, false, "", 3},
+        {"alphaLUT", "1 2 40000 4", file, true, "4", 3, StreamEnd::outOfRange},
+        {"alphaLUT", "1 2 x 4", file, false, "x 4", 3, StreamEnd::notNumber},
+        {"alphaLUT", seventeen, file, false, "", 17, StreamEnd::full},
+        {"alphaLUT", seventeen + " 18", file, false, "18", 17, StreamEnd::full},
     };
+    constexpr size_t kLevel = 2320 + 3 * 90;
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
-        std::string keys = "\n<SFNoiseReduction><ISO1>";
-        for (const char* name : {"luma", "NoiseReducFlag", "shading"}) {
-            keys.append("\n<").append(name).append(">").append(c.text).append("</").append(name).append(">");
-        }
-        write(keys + "</ISO1></SFNoiseReduction>");
+        SCOPED_TRACE(c.key + (" " + c.text));
+        write(element("SFNoiseReduction", element("ISO4", element(c.key, c.text))));
         forget();
         ASSERT_EQ(load(), retStsOK);
-        const std::string level = "/Config/SFNoiseReduction/ISO1/";
-        const TuningOrigin luma = trace(level + "luma");
-        const TuningOrigin flag = trace(level + "NoiseReducFlag");
-        const TuningOrigin shading = trace(level + "shading");
-        EXPECT_EQ(luma.source, c.luma);
-        EXPECT_EQ(flag.source, c.lumaFlag);
-        EXPECT_EQ(shading.source, c.shading);
-        EXPECT_EQ(luma.isClamped, c.lumaClamped);
-        EXPECT_EQ(flag.isClamped, c.flagClamped);
-        EXPECT_STREQ(luma.rest, c.restOfInteger);
-        EXPECT_STREQ(shading.rest, c.restOfFloat);
-        if (c.lumaFlag != TuningSource::file) {
-            EXPECT_EQ(word(2288 + 32 + 4), 1);
-        }
-        if (c.shading != TuningSource::file) {
-            EXPECT_EQ(at<float>(2288 + 32 + 40), 1.F);
+        const TuningOrigin origin = trace(std::string("/Config/SFNoiseReduction/ISO4/") + c.key);
+        EXPECT_EQ(origin.source, c.source);
+        EXPECT_EQ(origin.isClamped, c.isClamped);
+        EXPECT_STREQ(origin.rest, c.rest);
+        if (std::strcmp(c.key, "alphaLUT") == 0) {
+            EXPECT_EQ(origin.stored, c.stored);
+            EXPECT_EQ(origin.end, c.end);
+        } else if (c.source != file) {
+            EXPECT_EQ(word(kLevel + 4), 1) << "the default";
+            EXPECT_EQ(at<float>(kLevel + 40), 1.F);
         }
     }
 }
@@ -83,33 +88,6 @@ TEST_F(TuningOrigins, Places) {
     EXPECT_EQ(absent.source, TuningSource::missing);
     EXPECT_EQ(absent.line(), 0);
     EXPECT_FALSE(absent.hasRest());
-}
-
-TEST_F(TuningOrigins, Tables) {
-    const struct {
-        const char* text;
-        int32_t stored;
-        StreamEnd end;
-        const char* rest;
-    } cases[] = {
-        {"1 2 3", 3, StreamEnd::ranOut, ""},
-        {"1 2 40000 4", 3, StreamEnd::outOfRange, "4"},
-        {"1 2 x 4", 3, StreamEnd::notNumber, "x 4"},
-        {"1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17", 17, StreamEnd::full, ""},
-        {"1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18", 17, StreamEnd::full, "18"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
-        write(std::string("<SFNoiseReduction><ISO4><alphaLUT>") + c.text + "</alphaLUT></ISO4></SFNoiseReduction>");
-        forget();
-        ASSERT_EQ(load(), retStsOK);
-        const TuningOrigin table = trace("/Config/SFNoiseReduction/ISO4/alphaLUT");
-        EXPECT_EQ(table.source, TuningSource::file);
-        EXPECT_EQ(table.stored, c.stored);
-        EXPECT_EQ(table.end, c.end);
-        EXPECT_EQ(table.isClamped, c.end == StreamEnd::outOfRange);
-        EXPECT_STREQ(table.rest, c.rest);
-    }
 }
 
 }  // namespace

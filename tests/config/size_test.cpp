@@ -22,12 +22,6 @@ std::string repeated(const std::string& piece, int times) {
     return text;
 }
 
-int depthOf(const XmlNode& root) {
-    int depth = 0;
-    for (const XmlNodeBody* body = root.body(); body->childCount > 0; body = body->children[0].body()) ++depth;
-    return depth;
-}
-
 // On a thread with a stack of 64 KiB, so that a recursion would show.
 void* parseDeep(void* failure) {
     const struct {
@@ -43,11 +37,14 @@ void* parseDeep(void* failure) {
     for (const auto& c : cases) {
         XmlResults results;
         XmlNode root = ParseXmlText(c.source.c_str(), &results);
-        if (IsNull(root) || results.code != c.code || depthOf(root) != c.depth) return failure;
-        // The tree dies from its middle, while its two halves are held.
-        const XmlNodeBody* middle = root.body();
-        for (int i = 0; i < c.depth / 2; ++i) middle = middle->children[0].body();
-        const XmlNode half(middle->children[0]);
+        if (IsNull(root) || results.code != c.code) return failure;
+        // The tree dies from its middle, while its lower half is held.
+        XmlNode half;
+        int depth = 0;
+        for (const XmlNodeBody* body = root.body(); body->childCount > 0; body = body->children[0].body()) {
+            if (++depth == c.depth / 2) half = body->children[0];
+        }
+        if (depth != c.depth) return failure;
         root = XmlNode();
         if (half.body()->parent != nullptr) return failure;
     }
