@@ -35,39 +35,6 @@ TEST(Lifting, FormsAgreeAndTheInverseRestores) {
     EXPECT_EQ(all.value(), 0x92ef3f6c3e789044u);
 }
 
-TEST(Lifting, PairsOfALine) {
-    // d: 20 - (10 + 30) / 2, 27 - (30 + 6) / 2, 1 - 6; s: 10 + 0 / 2, 30 + (0 + 9) / 4, 6 + (9 - 5) / 4.
-    const Samples line{10, 20, 30, 27, 6, 1};
-    Samples rows;
-    for (int y = 0; y < 4; ++y) rows.insert(rows.end(), line.begin(), line.end());
-    Samples tmp(24);
-    Lifting53Forward(rows.data(), 6, 4, 6, tmp.data());
-    EXPECT_EQ(Samples(rows.begin(), rows.begin() + 6), (Samples{10, 32, 7, 0, 9, -5}));
-    EXPECT_EQ(Samples(rows.begin() + 6, rows.begin() + 12), (Samples{10, 32, 7, 0, 9, -5}));
-    EXPECT_EQ(Samples(rows.begin() + 12, rows.end()), Samples(12, 0));
-    // The same down the columns.
-    Samples columns;
-    for (const int16_t value : line) columns.insert(columns.end(), 4, value);
-    Lifting53Forward(columns.data(), 4, 6, 4, tmp.data());
-    const int16_t expected[] = {10, 32, 7, 0, 9, -5};
-    for (int y = 0; y < 6; ++y) {
-        EXPECT_EQ(Samples(&columns[4 * y], &columns[4 * y] + 4), (Samples{expected[y], expected[y], 0, 0})) << y;
-    }
-    // Halves and quarters are floors, below zero too: d 0 - (5 + 0) / 2, 0; s 5 - 2 / 2, 0 - 2 / 4.
-    Samples floors{5, 0, 0, 0, 5, 0, 0, 0, 5, 0, 0, 0, 5, 0, 0, 0};
-    Lifting53Forward(floors.data(), 4, 4, 4, tmp.data());
-    EXPECT_EQ(Samples(floors.begin(), floors.begin() + 4), (Samples{4, -1, -2, 0}));
-}
-
-TEST(Lifting, AConstantHasNoDetail) {
-    for (const int16_t value : {-32768, 0, 255, 32767}) {
-        Samples plane(10 * 6, value);
-        Samples tmp(10 * 6);
-        Lifting53Forward(plane.data(), 10, 6, 10, tmp.data());
-        for (int i = 0; i < 60; ++i) EXPECT_EQ(plane[i], i / 10 < 3 && i % 10 < 5 ? value : 0) << i;
-    }
-}
-
 TEST(Lifting, LinesOfOnePairStay) {
     Samples tmp(100);
     for (const int size : {0, 1, 2, 3}) {

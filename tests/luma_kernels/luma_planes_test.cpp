@@ -1,5 +1,5 @@
 // The digests were computed apart from this code.
-#include <algorithm>
+#include <numeric>
 #include <vector>
 
 #include "highLevel/src/detail_map.h"
@@ -34,10 +34,6 @@ TEST(PlaneConvert, FormsAgree) {
         all.add(c, plain);
     });
     EXPECT_EQ(all.value(), 0x36ef762b9290e97bu);
-    const int16_t samples[] = {-32768, -1, 0, 1, 254, 255, 256, 32767};
-    Bytes out(8);
-    NarrowPlaneSat(samples, out.data(), 4, 2);
-    EXPECT_EQ(out, (Bytes{0, 0, 0, 1, 254, 255, 255, 255}));
 }
 
 TEST(Medians, FormsAgree) {
@@ -95,26 +91,14 @@ TEST(GaussRemap, FormsAgree) {
     EXPECT_EQ(all.value(), 0xb4a443e54b52aabeu);
 }
 
-Bytes remapped(int sigma, int centre) {
-    Bytes plane;
-    for (int i = 0; i < 256; ++i) plane.push_back(static_cast<uint8_t>(i));
-    GaussRemapPlane(plane.data(), 64, 64, 4, sigma, centre);
-    return plane;
-}
-
 TEST(GaussRemap, TablesOfTheSettings) {
-    const Bytes table = remapped(100, 130);
-    EXPECT_EQ(table[130], 130);
-    EXPECT_EQ(table[30], 18);
-    EXPECT_EQ(table[0], 0);
-    EXPECT_EQ(remapped(0, 130), Bytes(256, 0));
-    const Bytes identity = remapped(-1, 130);
-    EXPECT_EQ(identity[77], 77);
     Bytes all;
     for (int sigma = 100; sigma <= 3200; sigma += 25) {
         for (const int centre : {130, 150, 200}) {
-            const Bytes one = remapped(sigma, centre);
-            all.insert(all.end(), one.begin(), one.end());
+            Bytes plane(256);
+            std::iota(plane.begin(), plane.end(), uint8_t{0});
+            GaussRemapPlane(plane.data(), 64, 64, 4, sigma, centre);
+            all.insert(all.end(), plane.begin(), plane.end());
         }
     }
     EXPECT_EQ(digest(all.data(), all.size()), 0xa26adf166e4dc0e5u);
@@ -161,22 +145,6 @@ TEST(ScaleByLuma, FormsAgree) {
     EXPECT_EQ(all.value(), 0x5253e5a3c8ec84bau);
 }
 
-TEST(ScaleByLuma, DarkPlacesLose) {
-    const auto scaled = [](Bytes map, const Bytes& luma, int limit) {
-        ScaleByLuma(map.data(), luma.data(), static_cast<int>(map.size()), 1, limit);
-        return map;
-    };
-    const Bytes luma{0, 1, 90, 179, 180, 181, 200, 255};
-    // 32768 / 180 is 182, so that 180 stays just below the whole.
-    EXPECT_EQ(scaled(Bytes(8, 100), luma, 180), (Bytes{0, 0, 49, 99, 99, 100, 100, 100}));
-    EXPECT_EQ(scaled(Bytes(8, 255), luma, 255), (Bytes{0, 0, 89, 178, 179, 180, 199, 254}));
-    EXPECT_EQ(scaled(Bytes(8, 255), luma, 127), Bytes(8, 255));
-    EXPECT_EQ(scaled(Bytes(8, 255), luma, 128)[2], 179);
-    // A second sweep halves again.
-    EXPECT_EQ(scaled(Bytes(11, 80), Bytes(11, 64), 128), (Bytes{40, 40, 40, 20, 20, 20, 20, 20, 40, 40, 40}));
-    EXPECT_EQ(scaled(Bytes(7, 80), Bytes(7, 64), 128), Bytes(7, 40));
-}
-
 TEST(RemixDetail, FormsAgree) {
     constexpr int kCentres[] = {130, 150, 200, 0, 1, 255, 300, -9};
     constexpr uint16_t kGains[] = {76, 102, 128, 0, 65535};
@@ -201,30 +169,6 @@ TEST(RemixDetail, FormsAgree) {
         all.add(c, plain);
     });
     EXPECT_EQ(all.value(), 0x6a08833353b12f52u);
-}
-
-// White input over black, by the map.
-Bytes remixed(const Bytes& map, int centre, uint16_t gain) {
-    Bytes luma(map.size(), 255);
-    const Bytes denoised(map.size(), 0);
-    const auto width = static_cast<int32_t>(map.size());
-    const RemixDetailArgs args{luma.data(), denoised.data(), map.data(), width, 1, width, centre, gain};
-    RemixDetail(&args);
-    return luma;
-}
-
-TEST(RemixDetail, ShareIsATriangleOfTheMap) {
-    // At 200: w 60 * 252 = 15120, a 8978, 69.87 of 255; the peak gives 130 * 252 and 59 per cent.
-    EXPECT_EQ(remixed({0, 1, 65, 129, 130, 131, 200, 255}, 130, 76), (Bytes{0, 1, 76, 150, 151, 150, 70, 6}));
-    EXPECT_EQ(remixed({0, 200, 255, 100, 50, 1, 2, 3}, 200, 128), (Bytes{0, 254, 184, 127, 63, 1, 3, 4}));
-    EXPECT_EQ(remixed({0, 1, 2, 128, 255, 3, 4, 5}, 0, 128), Bytes(8, 0));
-}
-
-TEST(RemixDetail, SecondSweepMixesTwice) {
-    for (const int width : {5, 8, 10}) {
-        const Bytes row = remixed(Bytes(width, 100), 200, 128);
-        for (int x = 0; x < width; ++x) EXPECT_EQ(row[x], width == 10 && x >= 2 && x < 8 ? 63 : 127) << width;
-    }
 }
 
 }  // namespace
