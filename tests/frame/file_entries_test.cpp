@@ -28,6 +28,8 @@ Events after(Events start, const Events& rest) {
     return start;
 }
 
+enum Entry { kRead, kWrite, kReadRows, kWriteRows };
+
 class FileEntries : public testing::Test {
   protected:
     FileEntries() : filePath_(folder_.path("plane.bin")), buffer_(64, '.') {
@@ -45,21 +47,21 @@ class FileEntries : public testing::Test {
         return text.substr(0, text.find_last_not_of('.') + 1);
     }
 
-    ret_status read(uint32_t size, uint32_t count, int32_t offset) {
-        const ST_FILE_BLOCK block{path_, data_, size, count, offset};
-        return ivp_fread(&block);
-    }
-    ret_status write(uint32_t size, uint32_t count, int32_t append) {
-        const ST_FILE_BLOCK block{path_, data_, size, count, append};
-        return ivp_fwrite(&block);
-    }
-    ret_status readRows(uint32_t rowBytes, uint32_t pitch, int32_t rows, int32_t offset) {
-        const ST_FILE_ALIGN_BLOCK block{path_, data_, 77, rowBytes, pitch, rows, offset};
-        return ivp_fread_align(&block);
-    }
-    ret_status writeRows(uint32_t rowBytes, uint32_t pitch, int32_t rows, int32_t append) {
-        const ST_FILE_ALIGN_BLOCK block{path_, data_, 77, rowBytes, pitch, rows, append};
-        return ivp_fwrite_align(&block);
+    // Plain entries take a size and a count, those of rows a row's bytes, the pitch and the rows; then the offset of a
+    // read or the append flag of a write.
+    ret_status call(Entry entry, uint32_t size, uint32_t count, int32_t rows, int32_t last) {
+        const ST_FILE_BLOCK plain{path_, data_, size, count, last};
+        const ST_FILE_ALIGN_BLOCK aligned{path_, data_, 77, size, count, rows, last};
+        switch (entry) {
+            case kRead:
+                return ivp_fread(&plain);
+            case kWrite:
+                return ivp_fwrite(&plain);
+            case kReadRows:
+                return ivp_fread_align(&aligned);
+            default:
+                return ivp_fwrite_align(&aligned);
+        }
     }
 
     test::TempFolder folder_;
@@ -70,90 +72,62 @@ class FileEntries : public testing::Test {
     DeviceAddress data_;
 };
 
-TEST_F(FileEntries, Read) {
+TEST_F(FileEntries, Reads) {
     const struct {
+        Entry entry;
         uint32_t size, count;
-        int32_t offset;
-        const char* expected;
-    } cases[] = {
-        {1, 20, 0, "0123456789abcdefghij"},
-        {4, 3, 2, "23456789abcd"},
-        {8, 9, 15, "fghij"},     // short: what there is
-        {4, 2, 20, ""},          // from the end
-        {4, 2, 500, ""},         // past it
-        {4, 2, -1, "01234567"},  // a seek that fails changes nothing
-        {0, 5, 0, ""},
-        {5, 0, 0, ""},
-    };
-    writeFile(filePath_, kText);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.offset);
-        test::clearEvents();
-        fillBuffer("");
-        EXPECT_EQ(read(c.size, c.count, c.offset), 0);
-        EXPECT_EQ(bufferText(), c.expected);
-        const std::string position = "info File Position [" + std::to_string(c.offset) + "]\n";
-        EXPECT_TRUE(test::eventsWere(after(kStart, {position, "flush buffer"})));
-    }
-}
-
-TEST_F(FileEntries, Write) {
-    const struct {
-        uint32_t size, count;
-        int32_t append;
-        const char* expected;
-    } steps[] = {{2, 5, 0, "0123456789"},
-                 {1, 3, 1, "0123456789012"},
-                 {3, 1, -5, "0123456789012012"},
-                 {4, 1, 0, "0123"},
-                 {4, 0, 0, ""}};
-    fillBuffer(kText);
-    for (const auto& step : steps) {
-        test::clearEvents();
-        EXPECT_EQ(write(step.size, step.count, step.append), 0);
-        EXPECT_EQ(readFile(filePath_), step.expected);
-        EXPECT_TRUE(test::eventsWere(after(kStart, {"flush buffer"})));
-    }
-}
-
-TEST_F(FileEntries, ReadRows) {
-    const struct {
-        uint32_t rowBytes, pitch;
         int32_t rows, offset;
         const char* expected;
     } cases[] = {
-        {4, 6, 3, 0, "0123..4567..89ab"},
-        {5, 5, 2, 1, "123456789a"},
-        {6, 2, 3, 0, "0167cdefgh"},
-        {8, 10, 4, 8, "89abcdef..ghij"},  // a short row, then none
-        {4, 6, 0, 3, ""},
-        {4, 6, -2, 3, ""},
+        {kRead, 1, 20, 0, 0, "0123456789abcdefghij"},
+        {kRead, 4, 3, 0, 2, "23456789abcd"},
+        {kRead, 8, 9, 0, 15, "fghij"},     // short: what there is
+        {kRead, 4, 2, 0, 20, ""},          // from the end
+        {kRead, 4, 2, 0, 500, ""},         // past it
+        {kRead, 4, 2, 0, -1, "01234567"},  // a seek that fails changes nothing
+        {kRead, 0, 5, 0, 0, ""},
+        {kRead, 5, 0, 0, 0, ""},
+        {kReadRows, 4, 6, 3, 0, "0123..4567..89ab"},
+        {kReadRows, 5, 5, 2, 1, "123456789a"},
+        {kReadRows, 6, 2, 3, 0, "0167cdefgh"},
+        {kReadRows, 8, 10, 4, 8, "89abcdef..ghij"},  // a short row, then none
+        {kReadRows, 4, 6, 0, 3, ""},
+        {kReadRows, 4, 6, -2, 3, ""},
     };
     writeFile(filePath_, kText);
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.rowBytes << " bytes of " << c.pitch << ", rows " << c.rows);
+        SCOPED_TRACE(testing::Message() << c.entry << ": " << c.size << ", " << c.count << " from " << c.offset);
         test::clearEvents();
         fillBuffer("");
-        EXPECT_EQ(readRows(c.rowBytes, c.pitch, c.rows, c.offset), 0);
+        EXPECT_EQ(call(c.entry, c.size, c.count, c.rows, c.offset), 0);
         EXPECT_EQ(bufferText(), c.expected);
         const std::string position = "info File Position [" + std::to_string(c.offset) + "]\n";
         EXPECT_TRUE(test::eventsWere(after(kStart, {position, "flush buffer"})));
     }
 }
 
-TEST_F(FileEntries, WriteRows) {
+TEST_F(FileEntries, Writes) {
     const struct {
-        uint32_t rowBytes, pitch;
+        Entry entry;
+        uint32_t size, count;
         int32_t rows, append;
         const char* expected;
-    } steps[] = {{3, 5, 2, 0, "012567"}, {2, 1, 3, 9, "012567011223"}, {4, 4, -1, 1, "012567011223"}, {4, 4, 0, 0, ""}};
+    } steps[] = {{kWrite, 2, 5, 0, 0, "0123456789"},
+                 {kWrite, 1, 3, 0, 1, "0123456789012"},
+                 {kWrite, 3, 1, 0, -5, "0123456789012012"},
+                 {kWrite, 4, 1, 0, 0, "0123"},
+                 {kWrite, 4, 0, 0, 0, ""},
+                 {kWriteRows, 3, 5, 2, 0, "012567"},
+                 {kWriteRows, 2, 1, 3, 9, "012567011223"},
+                 {kWriteRows, 4, 4, -1, 1, "012567011223"},
+                 {kWriteRows, 4, 4, 0, 0, ""}};
     fillBuffer(kText);
     for (const auto& step : steps) {
         test::clearEvents();
-        EXPECT_EQ(writeRows(step.rowBytes, step.pitch, step.rows, step.append), 0);
+        EXPECT_EQ(call(step.entry, step.size, step.count, step.rows, step.append), 0);
         EXPECT_EQ(readFile(filePath_), step.expected);
-        // No flush: the buffer was only read.
-        EXPECT_TRUE(test::eventsWere(kStart));
+        // Rows are written without a flush: the buffer was only read.
+        EXPECT_TRUE(test::eventsWere(step.entry == kWrite ? after(kStart, {"flush buffer"}) : kStart));
     }
 }
 
@@ -166,34 +140,31 @@ TEST_F(FileEntries, RowOffsetWraps) {
     auto* bytes = static_cast<char*>(memory);
     data_ = space_.add("wide", memory, 4096);
     writeFile(filePath_, kText);
-    EXPECT_EQ(readRows(5, kHalf, 3, 0), 0);
+    EXPECT_EQ(call(kReadRows, 5, kHalf, 3, 0), 0);
     EXPECT_EQ(std::string(bytes, 6), std::string("abcde\0", 6));
     EXPECT_EQ(std::string(bytes + kHalf, 6), std::string("56789\0", 6));
-    EXPECT_EQ(writeRows(5, kHalf, 3, 0), 0);
+    EXPECT_EQ(call(kWriteRows, 5, kHalf, 3, 0), 0);
     EXPECT_EQ(readFile(filePath_), "abcde56789abcde");
     munmap(memory, kHalf + 4096);
 }
 
 TEST_F(FileEntries, AddressesThatDoNotConvert) {
-    const std::function<int()> entries[] = {[&] { return read(1, 20, 3); }, [&] { return write(1, 20, 0); },
-                                            [&] { return readRows(4, 4, 2, 3); },
-                                            [&] { return writeRows(4, 4, 2, 0); }};
     const struct {
         const char* refused;
-        int entry;
+        Entry entry;
         int status;
         Events rest;
         const char* fileAfter;
     } cases[] = {
-        {"path", 0, retStsFileError, {"info Can not open (null) file!\n"}, kText},
-        {"path", 1, retStsFileError, {"info Can not open (null) file!"}, kText},
-        {"path", 2, retStsFileError, {"info Can not open (null) file!\n"}, kText},
-        {"path", 3, retStsFileError, {"info Can not open (null) file!"}, kText},
+        {"path", kRead, retStsFileError, {"info Can not open (null) file!\n"}, kText},
+        {"path", kWrite, retStsFileError, {"info Can not open (null) file!"}, kText},
+        {"path", kReadRows, retStsFileError, {"info Can not open (null) file!\n"}, kText},
+        {"path", kWriteRows, retStsFileError, {"info Can not open (null) file!"}, kText},
         // Without a buffer the transfer alone is left out.
-        {"buffer", 0, retStsOK, {"info File Position [3]\n", "flush null"}, kText},
-        {"buffer", 1, retStsOK, {"flush null"}, ""},
-        {"buffer", 2, retStsFileError, {"info Read Buf is NULL!\n"}, kText},
-        {"buffer", 3, retStsBadAddress, {"info Write Buf is NULL!\n"}, ""},
+        {"buffer", kRead, retStsOK, {"info File Position [3]\n", "flush null"}, kText},
+        {"buffer", kWrite, retStsOK, {"flush null"}, ""},
+        {"buffer", kReadRows, retStsFileError, {"info Read Buf is NULL!\n"}, kText},
+        {"buffer", kWriteRows, retStsBadAddress, {"info Write Buf is NULL!\n"}, ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.refused << " of entry " << c.entry);
@@ -201,7 +172,8 @@ TEST_F(FileEntries, AddressesThatDoNotConvert) {
         space_.refuse(c.refused);
         test::clearEvents();
         const test::ResourceWatch watch;
-        EXPECT_EQ(entries[c.entry](), c.status);
+        const bool isRead = c.entry == kRead || c.entry == kReadRows;
+        EXPECT_EQ(call(c.entry, 4, 5, 2, isRead ? 3 : 0), c.status);
         EXPECT_TRUE(watch.nothingLeft());
         const bool noPath = std::strcmp(c.refused, "path") == 0;
         EXPECT_TRUE(
@@ -215,18 +187,18 @@ TEST_F(FileEntries, AddressesThatDoNotConvert) {
 
 TEST_F(FileEntries, FileDoesNotOpen) {
     const struct {
-        std::function<int()> run;
+        Entry entry;
         const char* lineEnd;
         Events good;
-    } cases[] = {{[&] { return read(1, 4, 2); }, "\n", {"info File Position [2]\n", "flush buffer"}},
-                 {[&] { return write(1, 4, 0); }, "", {"flush buffer"}},
-                 {[&] { return readRows(4, 4, 1, 2); }, "\n", {"info File Position [2]\n", "flush buffer"}},
-                 {[&] { return writeRows(4, 4, 1, 1); }, "", {}}};
+    } cases[] = {{kRead, "\n", {"info File Position [2]\n", "flush buffer"}},
+                 {kWrite, "", {"flush buffer"}},
+                 {kReadRows, "\n", {"info File Position [2]\n", "flush buffer"}},
+                 {kWriteRows, "", {}}};
     for (const auto& c : cases) {
         const int failing =
             test::failEachInTurn({.calls = test::kFopen | test::kAllocation,
                                   .prepare = [&] { writeFile(filePath_, kText); },
-                                  .run = c.run,
+                                  .run = [&] { return call(c.entry, 1, 4, 1, 2); },
                                   .failed =
                                       [&](int result, int) {
                                           EXPECT_EQ(result, retStsFileError);
@@ -244,7 +216,7 @@ TEST_F(FileEntries, FileDoesNotOpen) {
     // The same for a folder that is not there, in its own words.
     path_ = space_.addText("path", folder_.path("none/plane.bin"));
     test::clearEvents();
-    EXPECT_EQ(write(1, 4, 1), retStsFileError);
+    EXPECT_EQ(call(kWrite, 1, 4, 0, 1), retStsFileError);
     EXPECT_TRUE(test::logWas({"info Can not open " + folder_.path("none/plane.bin") + " file!"}));
 }
 

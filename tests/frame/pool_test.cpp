@@ -9,6 +9,7 @@
 #include <atomic>
 #include <functional>
 #include <string>
+#include <thread>
 
 #include "tests/frame/trace_recorder.h"
 #include "tests/harness/calls.h"
@@ -54,6 +55,11 @@ void waitFor(const std::atomic<int>& counter, int value) {
     while (counter < value) usleep(200);
 }
 
+void runOnce(int slot, Job* job) {
+    EXPECT_EQ(MultiThread_set(slot, runJob, job), 0);
+    MultiThread_sync(slot);
+}
+
 class Pool : public testing::Test {
   protected:
     ~Pool() override {
@@ -95,8 +101,7 @@ TEST_F(Pool, BusySlotIsRefusedAtOnce) {
     MultiThread_start(1);
     waitFor(first.entered, 1);
     EXPECT_EQ(MultiThread_set(1, runJob, &second), -1);
-    EXPECT_EQ(MultiThread_set(0, runJob, &second), 0);
-    MultiThread_sync(0);
+    runOnce(0, &second);
     EXPECT_EQ(second.left, 1);
     EXPECT_EQ(second.index, 0);
     first.gate = true;
@@ -106,8 +111,7 @@ TEST_F(Pool, BusySlotIsRefusedAtOnce) {
     MultiThread_sync(1);
     EXPECT_EQ(second.left, 2);
     // A synchronous run leaves the slot idle.
-    EXPECT_EQ(MultiThread_set(1, runJob, &first), 0);
-    MultiThread_sync(1);
+    runOnce(1, &first);
     EXPECT_EQ(first.left, 2);
 }
 
@@ -119,8 +123,7 @@ TEST_F(Pool, WorkerWithoutAJobSaysSoAndParks) {
             MultiThread_wait(2);
             MultiThread_sync(2);
             // Idle again with its job forgotten.
-            EXPECT_EQ(MultiThread_set(2, runJob, &job), 0);
-            MultiThread_sync(2);
+            runOnce(2, &job);
             MultiThread_clear(2);
         }
         MultiThread_destory();
@@ -144,8 +147,7 @@ TEST_F(Pool, BadCounts) {
     // A live pool stays as it is.
     ASSERT_EQ(MultiThread_Init(1), 0);
     EXPECT_EQ(outputOf([&] { EXPECT_EQ(MultiThread_Init(9), -1); }), kBadCount);
-    EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
-    MultiThread_sync(0);
+    runOnce(0, &job);
     EXPECT_EQ(job.left, 1);
 }
 
@@ -157,19 +159,13 @@ TEST_F(Pool, ShutDownWaitsForJobsAndMayBeRepeated) {
     EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
     MultiThread_start(0);
     waitFor(job.entered, 1);
-    pthread_t opener{};
-    ASSERT_EQ(pthread_create(
-                  &opener, nullptr,
-                  [](void* gate) -> void* {
-                      usleep(20000);
-                      *static_cast<std::atomic<bool>*>(gate) = true;
-                      return nullptr;
-                  },
-                  &job.gate),
-              0);
+    std::thread opener([&] {
+        usleep(20000);
+        job.gate = true;
+    });
     MultiThread_destory();
     EXPECT_EQ(job.left, 1);
-    pthread_join(opener, nullptr);
+    opener.join();
     EXPECT_TRUE(watch.nothingLeft());
     MultiThread_destory();
 }
@@ -180,10 +176,7 @@ TEST_F(Pool, NewPoolRetiresTheOld) {
     Job job;
     for (const int count : {4, 8, 2, 0, 3}) {
         ASSERT_EQ(MultiThread_Init(count), 0);
-        for (int i = 0; i < count; ++i) {
-            EXPECT_EQ(MultiThread_set(i, runJob, &job), 0);
-            MultiThread_sync(i);
-        }
+        for (int i = 0; i < count; ++i) runOnce(i, &job);
     }
     EXPECT_EQ(job.left, 17);
     MultiThread_destory();
@@ -200,32 +193,29 @@ TEST_F(Pool, NewPoolRetiresTheOld) {
 
 TEST_F(Pool, FailedStartsCanBeRepeated) {
     std::string output;
+    const auto start = [&] {
+        int result = 0;
+        {
+            const test::OwnWork own;
+            testing::internal::CaptureStdout();
+        }
+        result = MultiThread_Init(3);
+        {
+            const test::OwnWork own;
+            output = testing::internal::GetCapturedStdout();
+        }
+        MultiThread_destory();
+        return result;
+    };
+    const auto failed = [&](int result, int nth) {
+        EXPECT_EQ(result, -1);
+        EXPECT_EQ(output, nth == 1 ? kAttributeFailed : kCreateFailed);
+    };
+    const auto succeeded = [&](int result) { EXPECT_EQ(result, 0) << output; };
     const int failing = test::failEachInTurn({.calls = test::kAttrInit | test::kThreadCreate | test::kAllocation,
-                                              .run =
-                                                  [&] {
-                                                      int result = 0;
-                                                      {
-                                                          const test::OwnWork own;
-                                                          testing::internal::CaptureStdout();
-                                                      }
-                                                      result = MultiThread_Init(3);
-                                                      {
-                                                          const test::OwnWork own;
-                                                          output = testing::internal::GetCapturedStdout();
-                                                      }
-                                                      MultiThread_destory();
-                                                      return result;
-                                                  },
-                                              .failed =
-                                                  [&](int result, int nth) {
-                                                      EXPECT_EQ(result, -1);
-                                                      EXPECT_EQ(output, nth == 1 ? kAttributeFailed : kCreateFailed);
-                                                  },
-                                              .succeeded =
-                                                  [&](int result) {
-                                                      EXPECT_EQ(result, 0);
-                                                      EXPECT_EQ(output, "");
-                                                  }});
+                                              .run = start,
+                                              .failed = failed,
+                                              .succeeded = succeeded});
     EXPECT_EQ(failing, 4);
 
     // A new pool straight after a failed one retires the workers that had started.
@@ -236,8 +226,7 @@ TEST_F(Pool, FailedStartsCanBeRepeated) {
     }
     Job job;
     ASSERT_EQ(MultiThread_Init(1), 0);
-    EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
-    MultiThread_sync(0);
+    runOnce(0, &job);
     EXPECT_EQ(job.left, 1);
     MultiThread_destory();
     EXPECT_TRUE(watch.nothingLeft());
@@ -249,8 +238,7 @@ TEST_F(Pool, FailedAttributeDestructionLeavesThePoolWorking) {
         const test::FailNth fail(test::kAttrDestroy, 1);
         EXPECT_EQ(outputOf([] { EXPECT_EQ(MultiThread_Init(2), -1); }), kCreateFailed);
     }
-    EXPECT_EQ(MultiThread_set(1, runJob, &job), 0);
-    MultiThread_sync(1);
+    runOnce(1, &job);
     EXPECT_EQ(job.left, 1);
 }
 
@@ -262,15 +250,13 @@ TEST_F(Pool, SignalsDoNotWakeAWorker) {
     ASSERT_EQ(sigaction(SIGUSR1, &action, &before), 0);
     Job job;
     ASSERT_EQ(MultiThread_Init(1), 0);
-    EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
-    MultiThread_sync(0);
+    runOnce(0, &job);
     for (int i = 0; i < 20; ++i) {
         pthread_kill(job.thread, SIGUSR1);
         usleep(500);
     }
     EXPECT_EQ(job.entered, 1);
-    EXPECT_EQ(MultiThread_set(0, runJob, &job), 0);
-    MultiThread_sync(0);
+    runOnce(0, &job);
     EXPECT_EQ(job.entered, 2);
     sigaction(SIGUSR1, &before, nullptr);
 }
