@@ -1,37 +1,15 @@
-// The table of keys: no two alike, none over another's bytes, and their rows in the documentation.
+// The table of keys beside its rows in the documentation.
 #include <gtest/gtest.h>
 
 #include <set>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "config/tuning_keys.h"
 #include "tests/harness/files.h"
 
 namespace eis::test {
 namespace {
-
-size_t bytesOf(const TuningKey& key) {
-    return key.count * (key.type == TuningType::int16Array ? sizeof(int16_t) : sizeof(int32_t));
-}
-
-TEST(TuningKeys, FillTheRecordOnce) {
-    std::set<std::string> paths;
-    std::vector<int> writers(sizeof(ST_CONFIG_XML), 0);
-    for (const TuningKey& key : kTuningKeys) {
-        EXPECT_TRUE(paths.insert(key.path).second) << key.path;
-        ASSERT_LE(key.offset + bytesOf(key), writers.size()) << key.path;
-        for (size_t i = 0; i < bytesOf(key); ++i) ++writers[key.offset + i];
-    }
-    size_t reserved = 0;
-    for (const int count : writers) {
-        EXPECT_LE(count, 1);
-        reserved += count == 0 ? 1 : 0;
-    }
-    EXPECT_EQ(reserved, 16u + 8 * 4);
-    EXPECT_EQ(stagedTuningKeys().size() + sfTuningKeys().size(), kTuningKeys.size());
-}
 
 constexpr const char* kTypeNames[] = {"signed 32-bit", "32-bit float", "unsigned 32-bit", "signed 16-bit"};
 

@@ -18,18 +18,15 @@ TEST(XmlNode, HandlesCount) {
     const ResourceWatch watch;
     {
         XmlNode root = ParseXmlText("<r><a>1<b/></a></r>", nullptr);
-        EXPECT_EQ(references(root), 1);
         XmlNode a = FindChild(root, "a");
-        EXPECT_EQ(references(a), 2) << "the tree's and this one";
         XmlNode& same = a;
         a = same;
-        EXPECT_EQ(references(a), 2);
+        EXPECT_EQ(references(a), 2) << "the tree's and this one";
         XmlNode other = root;
         other = a;
         EXPECT_EQ(references(root), 1);
         EXPECT_EQ(references(a), 3);
         other = g_emptyXmlNode;
-        EXPECT_EQ(references(a), 2);
         EXPECT_TRUE(IsNull(other));
 
         root = XmlNode();
