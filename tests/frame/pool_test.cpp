@@ -211,7 +211,10 @@ TEST_F(Pool, FailedStartsCanBeRepeated) {
         EXPECT_EQ(result, -1);
         EXPECT_EQ(output, nth == 1 ? kAttributeFailed : kCreateFailed);
     };
-    const auto succeeded = [&](int result) { EXPECT_EQ(result, 0) << output; };
+    const auto succeeded = [&](int result) {
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(output, "");
+    };
     const int failing = test::failEachInTurn({.calls = test::kAttrInit | test::kThreadCreate | test::kAllocation,
                                               .run = start,
                                               .failed = failed,
