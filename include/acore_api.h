@@ -54,6 +54,13 @@ ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK* block);
    0; -998 when an address does not convert; -1000 when there is no memory. */
 ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* block);
 
+/* Denoises a picture in place: luma by a 5/3 lifting split, edge-preserving recursive smoothing of its low band and
+   table shrinkage of its details under a gradient guard, chroma as ChromaHighLevelMainCall_2 does. The planes are
+   flushed. Calls must not overlap. 0; 0, too, when one of four bands found no memory: it stays as it came; -997 when a
+   thread did not start (the other bands may be written); -998 when an address does not convert (nothing is flushed
+   then) or the width or height is below 128; -1000. */
+ret_status SpatialNrHLMain_ACoreApi(const ST_SPATIAL_NR_CALL_BLOCK* block);
+
 /* Denoise the two chroma planes of a picture in place, at quarter scale: wavelet shrinkage (undecimated "a trous"
    transform, soft thresholds after Donoho and Johnstone) guarded by a map of chroma edges, then a saturation gain. The
    low level also follows the motion mask. Both planes are flushed. 0; 0 with nothing done when width, height or stride

@@ -1,15 +1,13 @@
 // A call of a chroma entry: planes, mask, table and scratch under device addresses, and what must come out.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <optional>
 
 #include "include/acore_api.h"
-#include "libCore/core/source/arithmetic.h"
 #include "tests/denoise/reference.h"
-#include "tests/denoise/settings.h"
+#include "tests/denoise/test_picture.h"
 #include "tests/harness/device_space.h"
-#include "tests/harness/planes.h"
 
 namespace eis::test {
 
@@ -21,35 +19,28 @@ struct ChromaShape {
     Placement::Side side = Placement::kAtEnd;
 
     int pitch() const { return stride != 0 ? stride : stride128(width); }
+    int chromaPitch() const { return stride128(pitch() >> 1); }
 };
 
-class ChromaCallFixture {
-  public:
+struct ChromaCallFixture {
     ChromaShape shape;
     ST_DN_PARAMS_NEW dn;
-    Plane<uint8_t> planes[2];
-    Plane<uint8_t> inputs[2];    // what the planes held before the call
-    Plane<uint8_t> expected[2];  // what they must hold after it
+    TestPicture picture;
     Plane<uint8_t> mask;
     ChromaTable table;
     GuardedMemory scratch;
     DeviceSpace space;
     ST_CHROMA_CALL_BLOCK block{};
 
+    // Bands start at mask rows of the stride and read rows of another pitch, so the plane has the wider one.
     ChromaCallFixture(const ChromaShape& s, uint64_t seed, Content content = Content::kNatural)
         : shape(s),
           dn(randomSettings(seed)),
-          planes{chromaPlane(), chromaPlane()},
-          inputs{chromaPlane(), chromaPlane()},
-          expected{chromaPlane(), chromaPlane()},
-          mask(s.width, s.height, maskPitch(), {s.side}, true),
+          picture(s.width, s.height, s.chromaPitch(), {s.side}, content, seed),
+          mask(s.width, s.height, std::max(s.pitch(), stride128(s.width)), {s.side}, true),
           table(seed),
           scratch(chromaScratchSize(s.width, s.height), {s.side}) {
-        fill(mask, Content::kNatural, seed + 2);
-        for (int i = 0; i < 2; ++i) {
-            fillPicture(planes[i], content, seed + i);
-            inputs[i].copyFrom(planes[i]);
-        }
+        fill(mask, Content::kNatural, seed + 3);
         dn.pMaskIIR = space.add("mask", mask.data(), mask.size());
         dn.pSpatialChromaNrLUT = space.add("table", table.memory.data(), 256);
         dn.pIIRImgNum = 0x1234;
@@ -59,68 +50,33 @@ class ChromaCallFixture {
         block.width = s.width;
         block.height = s.height;
         block.stride = s.pitch();
-        block.pData1 = space.add("pData1", planes[0].data(), planes[0].size());
-        block.pData2 = space.add("pData2", planes[1].data(), planes[1].size());
+        const Plane<uint8_t>& first = picture.planes[1].now;
+        const Plane<uint8_t>& second = picture.planes[2].now;
+        block.pData1 = space.add("pData1", first.data(), first.size());
+        block.pData2 = space.add("pData2", second.data(), second.size());
     }
 
     ret_status run() { return shape.low ? ChromaLowLevelMainCall_2(&block) : ChromaHighLevelMainCall_2(&block); }
 
-    // Puts the inputs back into the planes.
-    void restore() {
-        for (int i = 0; i < 2; ++i) planes[i].copyFrom(inputs[i]);
-    }
-
-    // Computes `expected` from the inputs.
+    // Computes what the picture must hold.
     void expect() {
-        for (int i = 0; i < 2; ++i) expected[i].copyFrom(inputs[i]);
+        picture.startExpected();
         ST_DN_PARAMS_VA params = DnParamsOf(dn);
         params.pSpatialChromaNrLUT = table.memory.data();
-        referenceDenoise(picture(), params);
+        referenceDenoise({shape.width,
+                          shape.height,
+                          nullptr,
+                          {picture.planes[1].expected.data(), picture.planes[2].expected.data()},
+                          shape.chromaPitch(),
+                          shape.low ? mask.data() : nullptr,
+                          shape.pitch()},
+                         params);
     }
 
     testing::AssertionResult asExpected() const {
-        for (int i = 0; i < 2; ++i) {
-            if (const auto same = samePlanes(expected[i], planes[i]); !same) return same;
-        }
-        return scratch.surroundingsIntact();
+        const auto same = picture.asExpected();
+        return same ? scratch.surroundingsIntact() : same;
     }
-    testing::AssertionResult untouched() const {
-        const auto first = samePlanes(inputs[0], planes[0]);
-        return first ? samePlanes(inputs[1], planes[1]) : first;
-    }
-
-    // Of the rows of band k's core: which of the two pictures they show.
-    enum class Core { kInput, kExpected, kMixed };
-    Core coreOf(int k) const {
-        const int rows = shape.height / 8;
-        bool isInput = true;
-        bool isExpected = true;
-        for (int i = 0; i < 2; ++i) {
-            for (int y = k * rows; y < (k + 1) * rows; ++y) {
-                const size_t bytes = planes[i].width();
-                isInput = isInput && std::memcmp(planes[i].row(y), inputs[i].row(y), bytes) == 0;
-                isExpected = isExpected && std::memcmp(planes[i].row(y), expected[i].row(y), bytes) == 0;
-            }
-        }
-        return isInput ? Core::kInput : isExpected ? Core::kExpected : Core::kMixed;
-    }
-
-    ReferencePicture picture() {
-        return {shape.width,
-                shape.height,
-                nullptr,
-                {expected[0].data(), expected[1].data()},
-                stride128(shape.pitch() >> 1),
-                shape.low ? mask.data() : nullptr,
-                shape.pitch()};
-    }
-
-  private:
-    Plane<uint8_t> chromaPlane() const {
-        return Plane<uint8_t>(shape.width / 2, shape.height / 2, stride128(shape.pitch() >> 1), {shape.side}, true);
-    }
-    // Bands start at rows of the stride and read rows of another pitch, so the plane has the wider one.
-    int maskPitch() const { return std::max(shape.pitch(), stride128(shape.width)); }
 };
 
 }  // namespace eis::test

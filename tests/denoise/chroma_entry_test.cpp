@@ -68,7 +68,7 @@ TEST(ChromaEntries, ChromaOff) {
         EXPECT_EQ(call.run(), retStsOK);
         EXPECT_TRUE(watch.nothingLeft());
         EXPECT_TRUE(eventsWere(callWith(shape, finished(shape, isBanded(shape)))));
-        EXPECT_TRUE(call.untouched());
+        EXPECT_TRUE(call.picture.untouched());
     }
 }
 
@@ -93,7 +93,7 @@ TEST(ChromaEntries, EachAddressNull) {
             EXPECT_TRUE(watch.nothingLeft());
             EXPECT_TRUE(eventsWere(callWith(shape, {kAddressLine})));
         }
-        EXPECT_TRUE(call.untouched());
+        EXPECT_TRUE(call.picture.untouched());
     }
 }
 
@@ -106,7 +106,7 @@ TEST(ChromaEntries, SmallPicturesAreLeftAlone) {
             clearEvents();
             EXPECT_EQ(call.run(), retStsOK);
             EXPECT_TRUE(eventsWere({"convert dn", "convert scratch", "info PJ_ ARM width height failed.\n"}));
-            EXPECT_TRUE(call.untouched());
+            EXPECT_TRUE(call.picture.untouched());
             EXPECT_TRUE(call.scratch.isCanary(0, call.scratch.size()));
         }
     }
@@ -143,26 +143,27 @@ TEST(ChromaEntries, EachAllocationFailing) {
             if (shape.low && nth == 1) {
                 EXPECT_EQ(result, retStsNoMemory);
                 EXPECT_TRUE(eventsWere(callWith(shape, {kTableLine})));
-                EXPECT_TRUE(call.untouched());
+                EXPECT_TRUE(call.picture.untouched());
             } else if (!isBanded(shape)) {
                 EXPECT_EQ(result, retStsNoMemory);
                 EXPECT_TRUE(eventsWere(callWith(shape, {kMaskLine})));
-                EXPECT_TRUE(call.untouched());
+                EXPECT_TRUE(call.picture.untouched());
             } else {
                 // One band, whichever it was, stays as it came.
                 EXPECT_EQ(result, retStsOK);
                 EXPECT_TRUE(eventsWere(callWith(shape, {kMaskLine, kFlushed[0], kFlushed[1]})));
                 int untouched = 0;
                 for (int k = 0; k < 4; ++k) {
-                    const auto core = call.coreOf(k);
-                    EXPECT_NE(core, ChromaCallFixture::Core::kMixed) << k;
-                    untouched += core == ChromaCallFixture::Core::kInput;
+                    const auto core = call.picture.coreOf(1, k);
+                    EXPECT_NE(core, TestPicture::Core::kMixed) << k;
+                    EXPECT_EQ(call.picture.coreOf(2, k), core) << k;
+                    untouched += core == TestPicture::Core::kInput;
                 }
                 EXPECT_EQ(untouched, 1);
             }
         };
         const int faults = failEachInTurn({.calls = kAllocation,
-                                           .prepare = [&] { call.restore(); },
+                                           .prepare = [&] { call.picture.restore(); },
                                            .run = [&] { return call.run(); },
                                            .failed = failed,
                                            .succeeded =
@@ -181,25 +182,25 @@ TEST(ChromaEntries, EachThreadStartFailing) {
     for (const ChromaShape& shape : {kShapes[2], kShapes[3]}) {
         ChromaCallFixture call(shape, 8);
         call.expect();
-        const int faults =
-            failEachInTurn({.calls = kThreadCreate,
-                            .prepare = [&] { call.restore(); },
-                            .run = [&] { return call.run(); },
-                            .failed =
-                                [&](int result, int nth) {
-                                    EXPECT_EQ(result, retStsThreadError);
-                                    EXPECT_TRUE(eventsWere(callWith(shape, {kThreadLine})));
-                                    for (int k = 0; k < 4; ++k) {
-                                        EXPECT_EQ(call.coreOf(k), k == nth - 1 ? ChromaCallFixture::Core::kInput
-                                                                               : ChromaCallFixture::Core::kExpected)
-                                            << k;
-                                    }
-                                },
-                            .succeeded =
-                                [&](int result) {
-                                    EXPECT_EQ(result, retStsOK);
-                                    EXPECT_TRUE(call.asExpected());
-                                }});
+        const int faults = failEachInTurn({.calls = kThreadCreate,
+                                           .prepare = [&] { call.picture.restore(); },
+                                           .run = [&] { return call.run(); },
+                                           .failed =
+                                               [&](int result, int nth) {
+                                                   EXPECT_EQ(result, retStsThreadError);
+                                                   EXPECT_TRUE(eventsWere(callWith(shape, {kThreadLine})));
+                                                   for (int k = 0; k < 4; ++k) {
+                                                       const auto core = k == nth - 1 ? TestPicture::Core::kInput
+                                                                                      : TestPicture::Core::kExpected;
+                                                       EXPECT_EQ(call.picture.coreOf(1, k), core) << k;
+                                                       EXPECT_EQ(call.picture.coreOf(2, k), core) << k;
+                                                   }
+                                               },
+                                           .succeeded =
+                                               [&](int result) {
+                                                   EXPECT_EQ(result, retStsOK);
+                                                   EXPECT_TRUE(call.asExpected());
+                                               }});
         EXPECT_EQ(faults, 4);
     }
 }

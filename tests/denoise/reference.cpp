@@ -4,6 +4,7 @@
 
 #include "libCore/core/source/arithmetic.h"
 #include "tests/denoise/reference_chroma.h"
+#include "tests/denoise/reference_luma.h"
 
 namespace eis::test {
 
@@ -30,22 +31,27 @@ std::vector<ReferenceBand> referenceBands(const ReferencePicture& picture) {
     return bands;
 }
 
-Bytes referenceRows(const uint8_t* plane, int64_t start, int pitch, int width, int height) {
-    Bytes rows;
+Bytes referenceRows(const uint8_t* plane, int64_t start, int pitch, int width, int height, int outPitch) {
+    Bytes rows(static_cast<size_t>(outPitch) * height);
     for (int y = 0; y < height; ++y) {
-        const uint8_t* row = plane + std::max<int64_t>(start + int64_t{y} * pitch, 0);
-        rows.insert(rows.end(), row, row + width);
+        std::copy_n(plane + std::max<int64_t>(start + int64_t{y} * pitch, 0), width,
+                    rows.begin() + int64_t{y} * outPitch);
     }
     return rows;
 }
 
 void referenceDenoise(const ReferencePicture& picture, const ST_DN_PARAMS_VA& dn) {
     const std::vector<ReferenceBand> bands = referenceBands(picture);
-    if (dn.chromaNrEnable == 0) return;
-    std::vector<QuarterChroma> filtered;
-    filtered.reserve(bands.size());
-    for (const ReferenceBand& band : bands) filtered.push_back(referenceFilterChroma(picture, band, dn, {}));
-    for (size_t k = 0; k < bands.size(); ++k) referenceWriteChroma(picture, bands[k], filtered[k]);
+    std::vector<ReferenceLuma> luma(bands.size());
+    std::vector<QuarterChroma> chroma(bands.size());
+    for (size_t k = 0; k < bands.size(); ++k) {
+        if (picture.luma != nullptr) luma[k] = referenceFilterLuma(picture, bands[k], dn);
+        if (dn.chromaNrEnable != 0) chroma[k] = referenceFilterChroma(picture, bands[k], dn, luma[k].gradQuarter);
+    }
+    for (size_t k = 0; k < bands.size(); ++k) {
+        if (dn.chromaNrEnable != 0) referenceWriteChroma(picture, bands[k], chroma[k]);
+        if (picture.luma != nullptr && dn.lumaNrEnable != 0) referenceWriteLuma(picture, bands[k], dn, luma[k]);
+    }
 }
 
 }  // namespace eis::test

@@ -33,8 +33,8 @@ struct ReferenceBand {
 };
 std::vector<ReferenceBand> referenceBands(const ReferencePicture& picture);
 
-// `height` rows of a band, the plane's first row where one would start before the plane.
-Bytes referenceRows(const uint8_t* plane, int64_t start, int pitch, int width, int height);
+// `height` rows of a band, the plane's first row where one would start before the plane; outPitch bytes apart.
+Bytes referenceRows(const uint8_t* plane, int64_t start, int pitch, int width, int height, int outPitch);
 
 // Denoises the picture in place.
 void referenceDenoise(const ReferencePicture& picture, const ST_DN_PARAMS_VA& dn);

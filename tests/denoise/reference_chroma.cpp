@@ -49,8 +49,8 @@ QuarterChroma referenceFilterChroma(const ReferencePicture& picture, const Refer
     const size_t plane = static_cast<size_t>(qW) * qH;
     Bytes quarter[2];
     for (int i = 0; i < 2; ++i) {
-        const Bytes rows =
-            referenceRows(picture.chroma[i], band.chromaStart, picture.chromaPitch, width / 2, band.height / 2);
+        const Bytes rows = referenceRows(picture.chroma[i], band.chromaStart, picture.chromaPitch, width / 2,
+                                         band.height / 2, width / 2);
         quarter[i].resize(plane);
         DownScaleBox2x2_plain(rows.data(), width / 2, quarter[i].data(), width / 2, band.height / 2);
     }
@@ -66,10 +66,7 @@ QuarterChroma referenceFilterChroma(const ReferencePicture& picture, const Refer
     Bytes mask(plane);
     if (picture.mask != nullptr) {
         const int pitch = stride128(width);
-        // The down-scaler reads rows at that pitch; of the last one it needs the width alone.
-        Bytes rows(static_cast<size_t>(pitch) * band.height);
-        const Bytes tight = referenceRows(picture.mask, band.maskStart, pitch, width, band.height);
-        for (int y = 0; y < band.height; ++y) std::copy_n(&tight[y * width], width, &rows[y * pitch]);
+        const Bytes rows = referenceRows(picture.mask, band.maskStart, pitch, width, band.height, pitch);
         DownScaleBox4x4_plain(rows.data(), band.height, width, mask.data());
     }
 
