@@ -24,6 +24,11 @@ using nlohmann::ordered_json;
     throw CLI::RuntimeError(code);
 }
 
+// A file may be in any encoding, JSON is not.
+void printJson(const ordered_json& json) {
+    std::cout << json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+}
+
 std::string placeText(const TuningFile& file, int line, int column) {
     return line > 0 ? file.name + ":" + std::to_string(line) + ":" + std::to_string(column) : file.name;
 }
@@ -86,7 +91,7 @@ void runLint(const std::string& name, bool json) {
         const char* verdict = refused ? "refused" : findings.empty() ? "clean" : "warnings";
         const ordered_json all = {
             {"file", name}, {"verdict", verdict}, {"keysGiven", keysGiven(file)}, {"findings", list}};
-        std::cout << all.dump() << '\n';
+        printJson(all);
     } else if (refused) {
         std::cout << refusalText(file) << '\n';
     } else {
@@ -117,7 +122,7 @@ void runExplain(const std::string& name, bool given, bool json) {
             std::cout << key << " = " << recordText(file.record, *reading.key) << "  (" << originText(reading) << ")\n";
         }
     }
-    if (json) std::cout << list.dump() << '\n';
+    if (json) printJson(list);
 }
 
 void runDiff(const std::string& nameA, const std::string& nameB, bool json) {
@@ -140,7 +145,7 @@ void runDiff(const std::string& nameA, const std::string& nameB, bool json) {
         std::cout << shortPath(key) << ":\n  - " << valueA << "  (" << originText(fromA[i]) << ")\n  + " << valueB
                   << "  (" << originText(fromB[i]) << ")\n";
     }
-    if (json) std::cout << list.dump() << '\n';
+    if (json) printJson(list);
     if (!json) std::cout << (list.empty() ? "same values" : plural(list.size(), "key") + " differ") << '\n';
     if (!list.empty()) endWith(kLabFindings);
 }

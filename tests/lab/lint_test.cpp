@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "host/lab/exit_codes.h"
@@ -14,6 +17,11 @@ namespace {
 using eishost::CliResult;
 using eishost::runCli;
 using eishost::ScratchFolder;
+
+std::string readWhole(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 struct Expected {
     int line;
@@ -175,6 +183,43 @@ TEST(Lint, GivesFindingsAsJson) {
     const auto refused = nlohmann::json::parse(runCli("tuning lint --json /nowhere").out);
     EXPECT_EQ(refused["verdict"], "refused");
     EXPECT_EQ(refused["findings"][0]["message"], "cannot be opened");
+}
+
+TEST(Lint, TakesNamesInAnyEncoding) {
+    const ScratchFolder folder;
+    const std::string file = folder.write(
+        "multiframe.xml", padded("<?xml version='1.0' encoding='latin-1'?><Config><sch\xE4rfe></sch\xE4rfe></Config>"));
+    const CliResult result = runCli("tuning lint --json '" + file + "'");
+    ASSERT_EQ(result.exitCode, kLabFindings) << result.err;
+    EXPECT_EQ(nlohmann::json::parse(result.out)["findings"][0]["key"], "sch\uFFFDrfe");
+}
+
+// Every beginning of a file and changed bytes all over it: a verdict with its place in the file, always.
+TEST(Lint, HasAVerdictOnAnyDamage) {
+    const ScratchFolder folder;
+    const std::string whole = readWhole(std::string(EIS_TEST_FOLDER) + "/faults.xml");
+    const auto lines = std::count(whole.begin(), whole.end(), '\n') + 1;
+    const auto check = [&](const std::string& text) {
+        const TuningFile file = loadTuningFile(folder.write("multiframe.xml", text));
+        if (file.refused()) {
+            EXPECT_FALSE(refusalOf(file).reason.empty());
+            EXPECT_LE(refusalOf(file).line, lines);
+            return;
+        }
+        for (const Finding& finding : lintTuning(file)) {
+            EXPECT_FALSE(finding.message.empty());
+            EXPECT_GE(finding.line, 0);
+            EXPECT_LE(finding.line, lines);
+        }
+    };
+    for (std::size_t length = 0; length < whole.size(); length += 7) check(whole.substr(0, length));
+    for (const char byte : {'<', '>', '/', '\0', '&', '\xE4'}) {
+        for (std::size_t at = 0; at < whole.size(); at += 11) {
+            std::string damaged = whole;
+            damaged[at] = byte;
+            check(damaged);
+        }
+    }
 }
 
 }  // namespace
