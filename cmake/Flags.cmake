@@ -18,7 +18,7 @@ if(EIS_BUILD_FUZZ)
     target_compile_options(eis_common INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(EIS_COVERAGE)
-    target_compile_options(eis_common INTERFACE --coverage)
+    target_compile_options(eis_common INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(eis_common INTERFACE --coverage)
 endif()
 
