@@ -110,7 +110,7 @@ PictureSource::PictureSource(const std::string& path, std::optional<PictureSize>
         format_ = Format::kRaw;
         size_ = *rawSize;
     } else {
-        fail("is not PNG, JPEG or Y4M; for raw I420 give its size with --size WxH");
+        fail("is not PNG, JPEG or Y4M; for raw I420 give --raw-size WxH");
     }
 }
 

@@ -140,7 +140,9 @@ void addSynthCommand(CLI::App& app) {
     command->add_flag("--mover", options.mover, "an object that moves by itself");
     command->add_option("--size", arguments->size, "WxH of the frames; the photograph is made smaller to fit");
     command->add_option("--raw-size", arguments->rawSize, "WxH of the photograph if it is raw I420");
-    command->add_option("--seed", options.seed, "of all that is random")->capture_default_str();
+    command->add_option("--seed", options.seed, "of all that is random")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     command->callback([arguments] { runSynth(*arguments); });
 }
 
