@@ -35,14 +35,12 @@ const Events kEntered = {
     "info enter func SpatialNrHLMain_ACoreApi\n",
     "convert inPara",
 };
-const Events kInRead = {
-    "info SpatialNrHigh inPara->waitApFlag = -3\n",
-    "info SpatialNrHigh paramHighLevelIn.globalMotionState [71]\n",
+const char* const kDeviceAddressLine =
     "info SpatialNrHigh inPara->stDNParams.pMaskIIR [*],inPara->stDNParams.pSpatialChromaNrLUT "
-    "[*],inPara->stDNParams.pIIRImgNum [1234]\n",
-    "convert mask",
-    "convert table",
-};
+    "[*],inPara->stDNParams.pIIRImgNum [1234]\n";
+const Events kInRead = {"info SpatialNrHigh inPara->waitApFlag = -3\n",
+                        "info SpatialNrHigh paramHighLevelIn.globalMotionState [71]\n", kDeviceAddressLine,
+                        "convert mask", "convert table"};
 const Events kDnConverted = {
     "info SpatialNrHigh paramHighLevelIn.stDNParams.pMaskIIR [0x*],paramHighLevelIn.stDNParams.pSpatialChromaNrLUT "
     "[0x*],paramHighLevelIn.stDNParams.pIIRImgNum [(nil)]\n",
