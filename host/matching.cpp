@@ -5,6 +5,8 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
+#include "host/bands.h"
+
 namespace eishost {
 
 namespace {
@@ -71,8 +73,8 @@ MatchTables matchFrames(const MatchableFrame& ref, const MatchableFrame& cur) {
     cv::BFMatcher(cv::NORM_HAMMING).knnMatch(ref.keypoints.descriptors, cur.keypoints.descriptors, candidates, 2);
     std::vector<cv::Point2f> refined(candidates.size());
     std::vector<char> settled(candidates.size(), 0);
-    cv::parallel_for_(cv::Range(0, static_cast<int>(candidates.size())), [&](const cv::Range& range) {
-        for (int i = range.start; i < range.end; ++i) {
+    forBands(static_cast<int>(candidates.size()), [&](int first, int end) {
+        for (int i = first; i < end; ++i) {
             refined[i] = cur.keypoints.points[candidates[i][0].trainIdx];
             settled[i] = refine(ref.smooth, cur.smooth, ref.keypoints.points[i], refined[i]) ? 1 : 0;
         }

@@ -7,6 +7,7 @@
 #include <limits>
 #include <opencv2/imgproc.hpp>
 
+#include "host/bands.h"
 #include "host/exit_codes.h"
 #include "host/picture.h"
 #include "host/synth_seed.h"
@@ -82,8 +83,8 @@ cv::Mat mosaic(const cv::Mat& bgr) {
 }
 
 void exposeSensor(cv::Mat& samples, double electrons, std::uint64_t seed) {
-    cv::parallel_for_({0, samples.rows}, [&](const cv::Range& rows) {
-        for (int row = rows.start; row < rows.end; ++row) {
+    forBands(samples.rows, [&](int first, int end) {
+        for (int row = first; row < end; ++row) {
             cv::RNG random(mixSeed(seed, static_cast<std::uint64_t>(row)));
             auto* line = samples.ptr<float>(row);
             for (int column = 0; column < samples.cols; ++column) {
@@ -125,11 +126,11 @@ cv::Mat develop(const cv::Mat& samples) {
 cv::Mat addWhiteNoise(const cv::Mat& bgr, double sigma, std::uint64_t seed) {
     cv::Mat ycc;
     cv::cvtColor(bgr, ycc, cv::COLOR_BGR2YCrCb);
-    cv::parallel_for_({0, bgr.rows / 2}, [&](const cv::Range& pairs) {
+    forBands(bgr.rows / 2, [&](int first, int end) {
         const auto add = [](std::uint8_t& sample, double noise) {
             sample = cv::saturate_cast<std::uint8_t>(sample + noise);
         };
-        for (int pair = pairs.start; pair < pairs.end; ++pair) {
+        for (int pair = first; pair < end; ++pair) {
             cv::RNG random(mixSeed(seed, static_cast<std::uint64_t>(pair)));
             auto* upper = ycc.ptr<cv::Vec3b>(2 * pair);
             auto* lower = ycc.ptr<cv::Vec3b>(2 * pair + 1);

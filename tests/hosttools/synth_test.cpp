@@ -128,13 +128,6 @@ TEST(Synth, SeedsDecideEverything) {
         EXPECT_NE(first.homography(3), other.homography(3));
         EXPECT_NE(first.homography(1), first.homography(2));
     }
-    // Whatever the number of threads.
-    const BurstSynthesiser burst(photo, options);
-    const int threads = cv::getNumThreads();
-    cv::setNumThreads(1);
-    const cv::Mat alone = burst.frame(1).noisy;
-    cv::setNumThreads(threads);
-    EXPECT_TRUE(same(alone, burst.frame(1).noisy));
 }
 
 TEST(Synth, TheMoverMovesInsideItsBoxesAlone) {
