@@ -39,12 +39,13 @@ TEST(TuningKeys, PageIsCurrent) {
     size_t place = 0;
     for (const TuningKey& key : kTuningKeys) {
         if (key.iso > 1) continue;
-        std::string expected = rowOf(key);
+        std::string expected;
         if (section != key.section) {
             section = key.section;
-            expected = "\n## /Config/" + section + (key.iso > 0 ? "/ISOn" : "") +
-                       "\n\n| Key | Type | Offset | Default | Range |\n|---|---|---|---|---|\n" + expected;
+            expected.append("\n## /Config/").append(section).append(key.iso > 0 ? "/ISOn" : "");
+            expected += "\n\n| Key | Type | Offset | Default | Range |\n|---|---|---|---|---|\n";
         }
+        expected += rowOf(key);
         const size_t found = page.find(expected, place);
         ASSERT_NE(found, std::string::npos) << "docs/tuning-keys.md lacks, after the key before: " << expected;
         place = found + expected.size();
