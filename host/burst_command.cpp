@@ -11,6 +11,7 @@
 #include "host/exit_codes.h"
 #include "host/overlay.h"
 #include "host/truth_scores.h"
+#include "host/tuning_record.h"
 
 namespace eishost {
 
@@ -20,6 +21,9 @@ struct BurstArguments {
     std::vector<std::string> inputs;
     std::string folder;
     std::string rawSize;
+    bool denoise = false;
+    int isoRow = 5;
+    std::string tuning;
     bool json = false;
     bool trace = false;
     bool log = false;
@@ -79,6 +83,17 @@ std::string numbered(const std::string& folder, const char* what, int number) {
     return (std::filesystem::path(folder) / name).string();
 }
 
+std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const Picture* clean) {
+    if (!arguments.denoise) return std::nullopt;
+    DenoiseOptions options;
+    if (arguments.trace) options.trace = &std::cerr;
+    if (arguments.log) options.log = &std::cerr;
+    const std::string file = arguments.tuning.empty() ? shippedTuningFile() : arguments.tuning;
+    DenoiseSettings settings;
+    assignRow(settings, loadTuningRecord(file, options.trace, options.log), arguments.isoRow);
+    return BurstDenoiser(settings, options, clean);
+}
+
 void runBurst(const BurstArguments& arguments) {
     std::optional<PictureSize> rawSize;
     if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
@@ -93,6 +108,7 @@ void runBurst(const BurstArguments& arguments) {
     const PreparedFrame reference(first->name, std::move(first->picture));
     const TruthScorer truth(reference.name, source);
     if (source.cutRows() > 0) std::cerr << "eis-host: note: " << source.note() << '\n';
+    const std::optional<BurstDenoiser> denoiser = makeDenoiser(arguments, truth.clean());
     makeFolder(arguments.folder);
 
     BurstOutput output(arguments.json, arguments.inputs.size());
@@ -101,6 +117,12 @@ void runBurst(const BurstArguments& arguments) {
                              {"height", reference.picture.height},
                              {"rowsCut", source.cutRows()},
                              {"frames", nlohmann::json::array()}};
+    if (denoiser) {
+        const DenoiseReport denoised =
+            denoiser->run(reference.picture, std::nullopt, numbered(arguments.folder, "denoised", 0));
+        result["referenceDenoised"] = denoised;
+        output.reference(reference.name, denoised);
+    }
     int number = 0;
     output.progress(1, arguments.inputs.size() > 1 ? arguments.inputs[1] : reference.name);
     while (std::optional<NamedPicture> next = reader.next()) {
@@ -113,6 +135,10 @@ void runBurst(const BurstArguments& arguments) {
         report.overlayFile = numbered(arguments.folder, "overlay", number);
         savePicture(report.alignedFile, report.outcome.aligned);
         saveOverlay(report.overlayFile, report, std::filesystem::path(reference.name).filename().string());
+        if (denoiser) {
+            report.denoised =
+                denoiser->run(report.outcome.aligned, report.area, numbered(arguments.folder, "denoised", number));
+        }
         result["frames"].push_back(report);
         output.frame(report);
     }
@@ -134,6 +160,14 @@ void addBurstCommand(CLI::App& app) {
     command->add_option("--out", arguments->folder, "Folder for aligned_NN.png, overlay_NN.png and result.json")
         ->required();
     command->add_option("--raw-size", arguments->rawSize, "Inputs are raw I420 of this size, WxH");
+    CLI::Option* denoise = command->add_flag("--denoise", arguments->denoise,
+                                             "Then denoise each frame, to denoised_NN.png, 00 the reference");
+    command->add_option("--iso-row", arguments->isoRow, "Row of the tuning file to denoise with, 1 to 8")
+        ->check(CLI::Range(1, int{kTuningIsoLevels}))
+        ->needs(denoise)
+        ->capture_default_str();
+    command->add_option("--tuning", arguments->tuning, "Tuning file; the default is the one that comes with the tools")
+        ->needs(denoise);
     command->add_flag("--json", arguments->json, "Print one line of JSON a frame instead of the table");
     command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");

@@ -61,7 +61,15 @@ void BurstOutput::frame(const FrameReport& report) {
         std::printf("    kept pairs cover %ld%% of the frame; under half of it the corners are not held\n",
                     std::lround(100 * report.coverage));
     }
+    if (report.denoised) std::printf("    denoised: %s\n", describe(*report.denoised).c_str());
     std::fflush(stdout);
+}
+
+void BurstOutput::reference(const std::string& name, const DenoiseReport& denoised) {
+    if (json_) return;
+    clearBar();
+    std::printf("%s, the reference, denoised: %s\n", std::filesystem::path(name).filename().c_str(),
+                describe(denoised).c_str());
 }
 
 void BurstOutput::finish(const std::string& folder) {

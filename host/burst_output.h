@@ -16,6 +16,7 @@ class BurstOutput {
 
     void progress(std::size_t filesDone, const std::string& current);
     void frame(const FrameReport& report);
+    void reference(const std::string& name, const DenoiseReport& denoised);
     void finish(const std::string& folder);
 
   private:

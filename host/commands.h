@@ -9,8 +9,10 @@ class App;
 namespace eishost {
 
 void addBurstCommand(CLI::App& app);
+void addDenoiseCommand(CLI::App& app);
 void addRegisterCommand(CLI::App& app);
 void addScaleCommand(CLI::App& app);
+void addSearchCommand(CLI::App& app);
 void addSynthCommand(CLI::App& app);
 void addTablesCommand(CLI::App& app);
 void addTuningCommand(CLI::App& app);

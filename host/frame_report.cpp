@@ -137,6 +137,7 @@ void to_json(nlohmann::json& json, const FrameReport& report) {
                             {"flush", orNull(outcome.flushMs)}};
     json["files"] = {{"aligned", report.alignedFile.empty() ? nlohmann::json() : nlohmann::json(report.alignedFile)},
                      {"overlay", report.overlayFile.empty() ? nlohmann::json() : nlohmann::json(report.overlayFile)}};
+    if (report.denoised) json["denoised"] = *report.denoised;
     if (report.truth) {
         json["truth"] = {{"cornerError", orNull(report.truth->corners)},
                          {"psnrY",

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "host/burst_denoise.h"
 #include "host/matching.h"
 #include "host/metrics.h"
 #include "host/refusal.h"
@@ -37,6 +38,7 @@ struct FrameReport {
     std::optional<TruthScores> truth;
     std::string alignedFile;  // empty when not written
     std::string overlayFile;
+    std::optional<DenoiseReport> denoised;
 
     bool cornersHeld() const;  // false when kept pairs cover less than half of the frame
 };

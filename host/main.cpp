@@ -17,7 +17,9 @@ int run(int argc, char** argv) {
         "            5 error status from the library, 6 internal error.");
     eishost::addRegisterCommand(app);
     eishost::addBurstCommand(app);
+    eishost::addDenoiseCommand(app);
     eishost::addScaleCommand(app);
+    eishost::addSearchCommand(app);
     eishost::addSynthCommand(app);
     eishost::addTablesCommand(app);
     eishost::addTuningCommand(app);

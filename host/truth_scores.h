@@ -20,6 +20,9 @@ class TruthScorer {
     // Scores a frame that the truth knows; others stay as they are.
     void score(FrameReport& report, const std::string& framePath, const Picture& frame) const;
 
+    // The clean reference, or null.
+    const Picture* clean() const { return reference_ != nullptr ? &clean_ : nullptr; }
+
   private:
     std::optional<BurstTruth> truth_;
     const FrameTruth* reference_ = nullptr;

@@ -1,0 +1,67 @@
+#include "host/burst_denoise.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "host/metrics.h"
+
+namespace eishost {
+
+namespace {
+
+// Without the last rows and columns that make no group of 8.
+cv::Vec3d psnr(const Picture& picture, const Picture& clean, const cv::Rect& area) {
+    cv::Vec3d values;
+    for (int plane = 0; plane < 3; ++plane) {
+        const int part = plane == 0 ? 1 : 2;
+        const cv::Rect planeArea(area.x / part, area.y / part, (area.width & ~7) / part, (area.height & ~7) / part);
+        values[plane] = planePsnr(picture.mat(plane), clean.mat(plane), planeArea);
+    }
+    return values;
+}
+
+nlohmann::json threePlanes(const cv::Vec3d& values) {
+    nlohmann::json json;
+    const char* const names[] = {"y", "u", "v"};
+    for (int plane = 0; plane < 3; ++plane) {
+        json[names[plane]] = std::isfinite(values[plane]) ? nlohmann::json(values[plane]) : nlohmann::json();
+    }
+    return json;
+}
+
+}  // namespace
+
+DenoiseReport BurstDenoiser::run(const Picture& picture, const std::optional<cv::Rect>& area,
+                                 const std::string& file) const {
+    const DenoiseOutcome outcome = denoisePicture(picture, settings_, options_);
+    savePicture(file, outcome.picture);
+    DenoiseReport report{file, outcome.milliseconds, std::nullopt, std::nullopt};
+    if (clean_ != nullptr) {
+        const cv::Rect scored = area.value_or(cv::Rect(0, 0, picture.width, picture.height));
+        report.psnrBefore = psnr(picture, *clean_, scored);
+        report.psnrAfter = psnr(outcome.picture, *clean_, scored);
+    }
+    return report;
+}
+
+std::string describe(const DenoiseReport& report) {
+    char text[160];
+    std::string all;
+    if (report.psnrBefore && report.psnrAfter) {
+        const cv::Vec3d& from = *report.psnrBefore;
+        const cv::Vec3d& to = *report.psnrAfter;
+        std::snprintf(text, sizeof text, "PSNR Y %.2f > %.2f, U %.2f > %.2f, V %.2f > %.2f, ", from[0], to[0], from[1],
+                      to[1], from[2], to[2]);
+        all = text;
+    }
+    std::snprintf(text, sizeof text, "%.0f ms", report.milliseconds);
+    return all + text;
+}
+
+void to_json(nlohmann::json& json, const DenoiseReport& report) {
+    json = {{"file", report.file}, {"milliseconds", report.milliseconds}};
+    if (report.psnrBefore) json["psnrBefore"] = threePlanes(*report.psnrBefore);
+    if (report.psnrAfter) json["psnrAfter"] = threePlanes(*report.psnrAfter);
+}
+
+}  // namespace eishost

@@ -1,0 +1,176 @@
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "host/before_after.h"
+#include "host/commands.h"
+#include "host/denoise_call.h"
+#include "host/exit_codes.h"
+#include "host/metrics.h"
+#include "host/tuning_record.h"
+
+namespace eishost {
+
+namespace {
+
+struct DenoiseArguments {
+    std::string input;
+    std::string output;
+    std::vector<std::string> assignments;
+    std::optional<int> isoRow;
+    std::string tuning;
+    std::string chromaOnly;
+    std::string mask;
+    std::string beforeAfter;
+    std::string truth;
+    std::string rawSize;
+    bool json = false;
+    bool trace = false;
+    bool log = false;
+};
+
+DenoiseSettings completeSettings(const DenoiseArguments& arguments, const DenoiseOptions& options) {
+    DenoiseSettings settings;
+    if (arguments.isoRow) {
+        const std::string file = arguments.tuning.empty() ? shippedTuningFile() : arguments.tuning;
+        assignRow(settings, loadTuningRecord(file, options.trace, options.log), *arguments.isoRow);
+    } else if (!arguments.tuning.empty()) {
+        throw HostError(kExitUsage, "--tuning needs --iso-row: which of its rows?");
+    } else if (arguments.assignments.empty()) {
+        throw HostError(kExitUsage, "what strength? Give --iso-row N or KEY=VALUE");
+    }
+    for (const std::string& assignment : arguments.assignments) assignSetting(settings, assignment);
+    return settings;
+}
+
+DenoiseOptions completeOptions(const DenoiseArguments& arguments) {
+    DenoiseOptions options;
+    if (arguments.chromaOnly == "high") options.entry = DenoiseEntry::kChromaHigh;
+    if (arguments.chromaOnly == "low") options.entry = DenoiseEntry::kChromaLow;
+    if (!arguments.mask.empty()) {
+        if (options.entry != DenoiseEntry::kChromaLow) {
+            throw HostError(kExitUsage, "--mask: only --chroma-only low follows a motion mask");
+        }
+        cv::extractChannel(loadBgr(arguments.mask), options.mask, 0);
+    }
+    if (arguments.trace) options.trace = &std::cerr;
+    if (arguments.log) options.log = &std::cerr;
+    return options;
+}
+
+struct Gain {
+    PictureQuality before;
+    PictureQuality after;
+};
+
+Gain measure(const Picture& before, const Picture& after, const Picture& truth, const std::string& truthName) {
+    if (truth.width != before.width || truth.height != before.height) {
+        throw HostError(kExitUnsuitable, truthName + ": has " + std::to_string(truth.width) + "x" +
+                                             std::to_string(truth.height) + ", the picture " +
+                                             std::to_string(before.width) + "x" + std::to_string(before.height));
+    }
+    const cv::Rect all(0, 0, before.width, before.height);
+    return {pictureQuality(before, truth, all), pictureQuality(after, truth, all)};
+}
+
+void printGain(std::FILE* to, const Gain& gain) {
+    std::fprintf(to, "%-8s %26s %24s\n", "", "PSNR before > after, dB", "SSIM before > after");
+    for (int plane = 0; plane < 3; ++plane) {
+        std::fprintf(to, "%-8c %9.2f > %6.2f (%+.2f) %14.4f > %.4f\n", "YUV"[plane], gain.before.psnr[plane],
+                     gain.after.psnr[plane], gain.after.psnr[plane] - gain.before.psnr[plane], gain.before.ssim[plane],
+                     gain.after.ssim[plane]);
+    }
+}
+
+void report(const DenoiseArguments& arguments, const DenoiseSettings& settings, const DenoiseOptions& options,
+            const DenoiseOutcome& outcome, const std::optional<Gain>& gain) {
+    std::FILE* const to = arguments.output == "-" ? stderr : stdout;  // standard output may be the picture
+    if (!arguments.json) {
+        std::fprintf(to, "%dx%d, %s, %.1f ms\n", outcome.picture.width, outcome.picture.height,
+                     entryName(options.entry), outcome.milliseconds);
+        if (gain) printGain(to, *gain);
+        return;
+    }
+    nlohmann::ordered_json json = {{"input", arguments.input},
+                                   {"output", arguments.output},
+                                   {"width", outcome.picture.width},
+                                   {"height", outcome.picture.height},
+                                   {"entry", entryName(options.entry)},
+                                   {"milliseconds", outcome.milliseconds},
+                                   {"settings", settings}};
+    if (gain) json["truth"] = {{"before", nlohmann::json(gain->before)}, {"after", nlohmann::json(gain->after)}};
+    std::fprintf(to, "%s\n", json.dump().c_str());
+}
+
+void runDenoise(const DenoiseArguments& arguments) {
+    const DenoiseOptions options = completeOptions(arguments);
+    const DenoiseSettings settings = completeSettings(arguments, options);
+    std::optional<PictureSize> rawSize;
+    if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
+    std::optional<Picture> truth;
+    if (!arguments.truth.empty()) truth = loadPicture(arguments.truth, rawSize);
+
+    std::vector<Picture> denoised;
+    PictureReader reader(arguments.input, rawSize);
+    while (const std::optional<Picture> picture = reader.next()) {
+        DenoiseOutcome outcome = denoisePicture(*picture, settings, options);
+        std::optional<Gain> gain;
+        if (truth) gain = measure(*picture, outcome.picture, *truth, arguments.truth);
+        if (!arguments.beforeAfter.empty() && denoised.empty()) {
+            saveBgr(arguments.beforeAfter, beforeAfterSheet(*picture, outcome.picture));
+        }
+        report(arguments, settings, options, outcome, gain);
+        denoised.push_back(std::move(outcome.picture));
+    }
+    savePictures(arguments.output, denoised);
+}
+
+std::string keyList() {
+    std::string text = "Keys:";
+    for (const DenoiseKey& key : denoiseKeys()) {
+        text += "\n  " + std::string(key.name) + std::string(17 - std::strlen(key.name), ' ') + key.meaning;
+    }
+    return text +
+           "\n  chromaNrLUT      up to 40 words with commas between: by plane (2), wavelet level (5), class of value "
+           "(4);\n"
+           "                   a word of 512 * T / (0.4 * (chromaS + 100)) is a threshold of T levels; default 0\n";
+}
+
+}  // namespace
+
+void addDenoiseCommand(CLI::App& app) {
+    auto arguments = std::make_shared<DenoiseArguments>();
+    CLI::App* command = app.add_subcommand("denoise", "Denoises a picture's luma and chroma, or chroma alone");
+    command->add_option("IN", arguments->input, "Picture: PNG, JPEG, Y4M, raw I420 with --raw-size, - for a pipe")
+        ->required();
+    command->add_option("OUT", arguments->output, "Result: .png, .jpg, .y4m, .yuv; - for Y4M to a pipe")->required();
+    command->add_option("KEY=VALUE", arguments->assignments,
+                        "Settings, over those of the row or, without --iso-row, over ones that do nothing to luma");
+    command->add_option("--iso-row", arguments->isoRow, "Settings from this row of the tuning file, 1 to 8")
+        ->check(CLI::Range(1, int{kTuningIsoLevels}));
+    command->add_option("--tuning", arguments->tuning, "Tuning file; the default is the one that comes with the tools");
+    command
+        ->add_option("--chroma-only", arguments->chromaOnly,
+                     "high: ChromaHighLevelMainCall_2; low: ChromaLowLevelMainCall_2, which follows --mask")
+        ->check(CLI::IsMember({"high", "low"}));
+    command->add_option("--mask", arguments->mask, "Motion mask of the picture's size; all 0 when not given");
+    command->add_option("--before-after", arguments->beforeAfter,
+                        "A sheet (.png) of crops at true size: input, output and difference");
+    command->add_option("--truth", arguments->truth, "Clean picture of the same size: print PSNR and SSIM");
+    command->add_option("--raw-size", arguments->rawSize, "The input is raw I420 of this size, WxH");
+    command->add_flag("--json", arguments->json, "Print a line of JSON for each picture");
+    command->add_flag("--trace", arguments->trace, "Print each address conversion, sync and flush to stderr");
+    command->add_flag("--log", arguments->log, "Print the library's log to stderr");
+    command->footer(keyList() +
+                    "\nThe last five keys before chromaNrLUT are in no tuning file. Sides that the entries do not take "
+                    "as they are (height\nno multiple of 16, width no multiple of 4) are mirrored on, and cut off "
+                    "again.\n\n"
+                    "  eis-host denoise noisy.png clean.png --iso-row 4 --before-after sheet.png\n"
+                    "  eis-host denoise noisy.png clean.png lumaLF=-80 lumaHF1=0 detail=-60 --truth truth.png --json");
+    command->callback([arguments] { runDenoise(*arguments); });
+}
+
+}  // namespace eishost

@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "host/exit_codes.h"
+#include "host/picture.h"
+#include "tests/hostcli/cli.h"
+#include "tests/hostcli/test_pictures.h"
+#include "tests/hosttools/scratch_folder.h"
+
+namespace eishost {
+namespace {
+
+Picture noisy(const Picture& clean, double sigma) {
+    Picture picture = clean;
+    cv::RNG random(1);
+    for (int plane = 0; plane < 3; ++plane) {
+        cv::Mat samples = picture.mat(plane);
+        cv::Mat noise(samples.size(), CV_16S);
+        random.fill(noise, cv::RNG::NORMAL, 0, sigma);
+        cv::add(samples, noise, samples, cv::noArray(), CV_8U);
+    }
+    return picture;
+}
+
+Picture flatPicture(int width, int height) {
+    Picture picture(width, height);
+    for (std::vector<std::uint8_t>& plane : picture.planes) std::fill(plane.begin(), plane.end(), std::uint8_t{128});
+    return picture;
+}
+
+// Mean absolute step from row - 1 to row.
+double stepInto(const cv::Mat& plane, int row) {
+    return cv::norm(plane.row(row), plane.row(row - 1), cv::NORM_L1) / plane.cols;
+}
+
+TEST(DenoiseCommand, GainsOnTheTruthWithTheShippedRowsAndCallsTheEntriesCoherently) {
+    const ScratchFolder folder;
+    cv::Mat soft;
+    cv::GaussianBlur(collage(642, 470), soft, {}, 6);  // neither side as the entries want it
+    const Picture clean = pictureFromBgr(soft);
+    savePicture(folder.file("clean.y4m"), clean);
+    savePicture(folder.file("noisy.y4m"), noisy(clean, 8));
+    const std::string files = folder.file("noisy.y4m") + " " + folder.file("out.y4m") + " ";
+    const std::string truth = " --json --truth " + folder.file("clean.y4m");
+
+    const CliResult both =
+        runCli("denoise " + files + "--iso-row 5 --before-after " + folder.file("sheet.png") + truth);
+    ASSERT_EQ(both.exitCode, kExitOk) << both.err;
+    const nlohmann::json json = nlohmann::json::parse(both.out);
+    EXPECT_EQ(json["settings"]["lumaMed"], 0);
+    EXPECT_EQ(json["settings"]["chromaNrLUT"].size(), 40u);
+    for (const char* plane : {"y", "u", "v"}) {
+        EXPECT_GT(json["truth"]["after"]["psnr"][plane], json["truth"]["before"]["psnr"][plane].get<double>() + 3)
+            << plane;
+        EXPECT_GT(json["truth"]["after"]["ssim"][plane], json["truth"]["before"]["ssim"][plane]) << plane;
+    }
+    EXPECT_EQ(cv::imread(folder.file("sheet.png")).cols, 3 * 480 + 2 * 8);
+
+    cv::imwrite(folder.file("mask.png"), cv::Mat(470, 642, CV_8U, cv::Scalar(255)));
+    for (const char* level : {"high", "low"}) {
+        const std::string mask = level == std::string("low") ? " --mask " + folder.file("mask.png") : "";
+        const CliResult chroma =
+            runCli("denoise " + files + "--iso-row 5 --trace --chroma-only " + level + mask + truth);
+        ASSERT_EQ(chroma.exitCode, kExitOk) << chroma.err;
+        const nlohmann::json one = nlohmann::json::parse(chroma.out);
+        EXPECT_EQ(one["truth"]["after"]["psnr"]["y"], one["truth"]["before"]["psnr"]["y"]) << level;
+        EXPECT_GT(one["truth"]["after"]["psnr"]["u"], one["truth"]["before"]["psnr"]["u"].get<double>() + 3) << level;
+        for (const char* field : {"stPicOut.pData[1]", "stDNParams", "stDNParams.pSpatialChromaNrLUT"}) {
+            EXPECT_NE(chroma.err.find(std::string("host syncs to CPU ") + field + " "), std::string::npos) << field;
+        }
+    }
+}
+
+TEST(DenoiseCommand, TakesKeysOverARowAndOverNothing) {
+    const ScratchFolder folder;
+    const Picture clean = pictureFromBgr(collage(256, 256));
+    savePicture(folder.file("in.y4m"), clean);
+    const std::string files = folder.file("in.y4m") + " " + folder.file("out.y4m") + " ";
+    const CliResult off = runCli("denoise " + files + "--iso-row 8 LUMANRENABLE=0 chromaNrEnable=0");
+    ASSERT_EQ(off.exitCode, kExitOk) << off.err;
+    const Picture same = loadPicture(folder.file("out.y4m"));
+    for (int plane = 0; plane < 3; ++plane) EXPECT_EQ(same.planes[plane], clean.planes[plane]) << plane;
+
+    const CliResult keys = runCli("denoise " + files + "--json lumaLF=-80 chromaNrLUT=7,8");
+    ASSERT_EQ(keys.exitCode, kExitOk) << keys.err;
+    const nlohmann::json settings = nlohmann::json::parse(keys.out)["settings"];
+    EXPECT_EQ(settings["lumaLF"], -80);
+    EXPECT_EQ(settings["lumaHF1"], -128);
+    EXPECT_EQ(settings["chromaNrLUT"][1], 8);
+    EXPECT_EQ(settings["chromaNrLUT"][2], 0);
+}
+
+TEST(DenoiseCommand, LeavesNoSeamBetweenBands) {
+    const ScratchFolder folder;
+    savePicture(folder.file("in.y4m"), noisy(flatPicture(4096, 640), 6));
+    ASSERT_EQ(runCli("denoise " + folder.file("in.y4m") + " " + folder.file("out.y4m") + " --iso-row 5").exitCode,
+              kExitOk);
+    const Picture out = loadPicture(folder.file("out.y4m"));
+    for (int plane = 0; plane < 3; ++plane) {
+        const cv::Mat samples = out.mat(plane);
+        const int phases = plane == 0 ? 1 : 2;  // chroma is scaled up: its steps alternate from row to row
+        for (int band = 1; band < 4; ++band) {
+            const int seam = band * samples.rows / 4;
+            double around = 0;
+            for (int away = phases; away <= 8 * phases; away += phases) {
+                around += (stepInto(samples, seam - away) + stepInto(samples, seam + away)) / 16;
+            }
+            EXPECT_LE(stepInto(samples, seam), 1.1 * around) << "plane " << plane << " row " << seam;
+        }
+    }
+}
+
+TEST(DenoiseCommand, RefusesWhatItCannotDenoise) {
+    const ScratchFolder folder;
+    savePicture(folder.file("in.y4m"), Picture(256, 192));
+    savePicture(folder.file("small.y4m"), Picture(126, 128));
+    savePicture(folder.file("other.png"), Picture(192, 256));
+    const std::string files = folder.file("in.y4m") + " " + folder.file("out.y4m") + " ";
+    const std::string other = folder.file("other.png");
+    const struct {
+        std::string arguments;
+        int exitCode;
+        std::string said;
+    } cases[] = {
+        {files, kExitUsage, "--iso-row"},
+        {files + "lumaLFF=3", kExitUsage, "did you mean lumaLF"},
+        {files + "lumaLF=soft", kExitUsage, "whole number"},
+        {files + "chromaEdgeLevel=256", kExitUsage, "0 to 255"},
+        {files + "chromaNrLUT=1,,2", kExitUsage, "up to 40 numbers"},
+        {files + "--tuning x.xml lumaLF=3", kExitUsage, "needs --iso-row"},
+        {files + "--iso-row 1 --mask " + other, kExitUsage, "--chroma-only low"},
+        {files + "--iso-row 1 --tuning " + folder.file("none.xml"), kExitUnreadable, "no such file"},
+        {files + "--iso-row 1 --tuning " + folder.write("short.xml", "<Config/>"), kExitLibrary, "refuses"},
+        {files + "--iso-row 1 --chroma-only low --mask " + other, kExitUnsuitable, "the mask has 192x256"},
+        {files + "--iso-row 1 --truth " + other, kExitUnsuitable, "has 192x256"},
+        {folder.file("small.y4m") + " " + folder.file("out.y4m") + " --iso-row 1", kExitUnsuitable, "too small"},
+    };
+    for (const auto& [arguments, exitCode, said] : cases) {
+        const CliResult result = runCli("denoise " + arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << arguments << '\n' << result.err;
+        EXPECT_NE(result.err.find(said), std::string::npos) << arguments << '\n' << result.err;
+    }
+    EXPECT_EQ(runCli("denoise " + files + "--iso-row 9").exitCode, kExitUsage);
+    EXPECT_EQ(runCli("denoise " + files + "--iso-row 1 --chroma-only middle").exitCode, kExitUsage);
+}
+
+TEST(DenoiseCommand, DenoisesABurstAfterRegistration) {
+    const ScratchFolder folder;
+    cv::imwrite(folder.file("photo.png"), collage(800, 620));
+    ASSERT_EQ(runCli("synth " + folder.file("photo.png") +
+                     " --frames 2 --noise medium --shift 15 --size 640x480 --out " + folder.file("b"))
+                  .exitCode,
+              kExitOk);
+    const CliResult burst =
+        runCli("burst --json --denoise " + folder.file("b") + "/frame_*.png --out " + folder.file("out"));
+    ASSERT_EQ(burst.exitCode, kExitOk) << burst.err;
+    const nlohmann::json result = nlohmann::json::parse(folder.read("out/result.json"));
+    for (const nlohmann::json& denoised : {result["referenceDenoised"], result["frames"][0]["denoised"]}) {
+        EXPECT_TRUE(std::filesystem::exists(denoised["file"].get<std::string>())) << denoised;
+        EXPECT_GT(denoised["psnrAfter"]["y"], denoised["psnrBefore"]["y"]) << denoised;
+    }
+    EXPECT_EQ(runCli("burst --iso-row 3 a.png b.png --out " + folder.file("out")).exitCode, kExitUsage);
+}
+
+}  // namespace
+}  // namespace eishost
