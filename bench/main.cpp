@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
     eisbench::installCallbacks();
     eisbench::registerScaleWorks();
     eisbench::registerRegistrationWorks();
+    eisbench::registerDenoiseWorks();
     eisbench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.printRatios();

@@ -7,6 +7,7 @@
 
 namespace eisbench {
 
+void registerDenoiseWorks();
 void registerScaleWorks();
 void registerRegistrationWorks();
 

@@ -1,0 +1,218 @@
+#include <cstring>
+#include <memory>
+#include <opencv2/imgproc.hpp>
+#include <opencv2/photo.hpp>
+#include <vector>
+
+#include "bench/frame.h"
+#include "bench/works.h"
+#include "highLevel/src/denoise_params.h"
+#include "highLevel/src/gradient_planes.h"
+#include "highLevel/src/lifting53.h"
+#include "highLevel/src/recursive_filter.h"
+#include "highLevel/src/remix_detail.h"
+#include "highLevel/src/shrink_band.h"
+#include "include/acore_api.h"
+#include "libCore/core/source/neon/mask_morphology.h"
+#include "libCore/core/source/neon/wavelet_smooth.h"
+#include "libCore/core/source/shrink_lut.h"
+#include "tests/denoise/reference.h"
+
+namespace eisbench {
+
+namespace {
+
+ST_DN_PARAMS_NEW settings(DeviceAddress mask, DeviceAddress lut) {
+    ST_DN_PARAMS_NEW dn{};
+    dn.pMaskIIR = mask;
+    dn.pSpatialChromaNrLUT = lut;
+    dn.iirImgCount = 4;
+    dn.lumaLF = -80;
+    dn.detail = -60;
+    dn.chromaS = -61;
+    dn.lumaNrEnable = 1;
+    dn.chromaNrEnable = 1;
+    dn.chromaEdgeLevel = 65;
+    dn.chromaEdgeAlpha = 192;
+    return dn;
+}
+
+// One frame, its blocks and what its kernels need. Entries work in place, so each run denoises what the last one left.
+struct DenoiseWork {
+    DenoiseWork(int width, int height)
+        : frame(width, height),
+          copy(frame.bytes().size()),
+          mask(static_cast<size_t>(frame.stride()) * height, 128),
+          lut(256, 40),
+          scratch(static_cast<size_t>(chromaScratchSize(width, height))),
+          wide(static_cast<size_t>(width) * height),
+          wideTmp(wide.size()),
+          planes(wide.size()),
+          lineState(static_cast<size_t>(width)) {
+        frame.fill(4);
+        dn = settings(deviceAddress(mask.data()), deviceAddress(lut.data()));
+        in.stDNParams = dn;
+        out.stPicOut = {width,
+                        height,
+                        frame.stride(),
+                        {deviceAddress(frame.plane(0)), deviceAddress(frame.plane(1)), deviceAddress(frame.plane(2))},
+                        2};
+        for (size_t i = 0; i < wide.size(); ++i) wide[i] = frame.bytes()[i];
+        eis::BuildRecursiveLut(follow, 20, 5000);
+        eis::BuildShrinkLut(shrink, 128);
+    }
+
+    void highLevel() {
+        const ST_SPATIAL_NR_CALL_BLOCK block{deviceAddress(&in), deviceAddress(&out)};
+        benchmark::DoNotOptimize(SpatialNrHLMain_ACoreApi(&block));
+    }
+
+    template <class Entry>
+    void chroma(Entry entry) {
+        const ST_CHROMA_CALL_BLOCK block{deviceAddress(&dn),
+                                         deviceAddress(scratch.data()),
+                                         static_cast<int32_t>(scratch.size()),
+                                         frame.width(),
+                                         frame.height(),
+                                         frame.stride(),
+                                         deviceAddress(frame.plane(1)),
+                                         deviceAddress(frame.plane(2))};
+        benchmark::DoNotOptimize(entry(&block));
+    }
+
+    void plainComposition() {
+        eis::ST_DN_PARAMS_VA va = eis::DnParamsOf(dn);
+        va.pMaskIIR = mask.data();
+        va.pSpatialChromaNrLUT = lut.data();
+        const eis::test::ReferencePicture picture{
+            frame.width(),        frame.height(), frame.plane(0), {frame.plane(1), frame.plane(2)},
+            frame.chromaStride(), nullptr,        frame.stride()};
+        eis::test::referenceDenoise(picture, va);
+    }
+
+    void openCvDenoise() {
+        cv::Mat bgr(frame.height(), frame.width(), CV_8UC3, cv::Scalar(90, 120, 100));
+        cv::fastNlMeansDenoisingColored(bgr, bgr, 3, 3, 7, 21);
+    }
+
+    void recursion() {
+        const eis::RecursiveFilterArgs args{lineState.data(),
+                                            follow,
+                                            follow,
+                                            follow + eis::kRecursiveLutEntries,
+                                            wide.data(),
+                                            frame.width(),
+                                            wide.data(),
+                                            frame.width(),
+                                            frame.width() / 2,
+                                            frame.height() / 2};
+        eis::RecursiveLLForward(&args);
+        eis::RecursiveLLBackward(&args);
+    }
+
+    void shrinkBand() {
+        const eis::ShrinkBandArgs args{wide.data() + frame.width() / 2,
+                                       frame.width(),
+                                       planes.data(),
+                                       frame.width() / 2,
+                                       frame.width() / 2,
+                                       frame.height() / 2,
+                                       shrink,
+                                       50,
+                                       614};
+        eis::ShrinkDetailBand(&args);
+    }
+
+    void remix() {
+        const eis::RemixDetailArgs args{frame.plane(0), planes.data(),  planes.data(), frame.width(),
+                                        frame.height(), frame.stride(), 130,           76};
+        eis::RemixDetail(&args);
+    }
+
+    void waveletLevel(int step) {
+        const int width = frame.width() / 4;
+        eis::ST_WAVELET_LEVEL_PARAMS params{
+            wide.data(), width, wideTmp.data(),     width, wideTmp.data() + int64_t{width} * (frame.height() / 4),
+            width,       width, frame.height() / 4, step};
+        eis::WaveletSmooth_neon(&params);
+    }
+
+    Frame frame;
+    std::vector<uint8_t> copy;
+    std::vector<uint8_t> mask;
+    std::vector<uint8_t> lut;
+    std::vector<uint8_t> scratch;
+    std::vector<int16_t> wide;
+    std::vector<int16_t> wideTmp;
+    std::vector<uint8_t> planes;
+    std::vector<int32_t> lineState;
+    int16_t follow[2 * eis::kRecursiveLutEntries];
+    int16_t shrink[1024];
+    ST_DN_PARAMS_NEW dn{};
+    ST_MULTIDENOISE_PARAMS_IN_DEV in{};
+    ST_MULTIDENOISE_PARAMS_OUT_DEV out{};
+};
+
+void addEntries(int width, int height) {
+    const auto work = std::make_shared<DenoiseWork>(width, height);
+    const std::string size = std::to_string(width) + "x" + std::to_string(height);
+    const auto copyPlanes = [=] {
+        std::memcpy(work->copy.data(), work->frame.bytes().data(), work->copy.size());
+        benchmark::ClobberMemory();
+    };
+    addRow("denoise luma and chroma " + size, "eis", [=] { work->highLevel(); });
+    addRow("denoise luma and chroma " + size, "memcpy of the planes", copyPlanes);
+    addRow("denoise luma and chroma " + size, "composition of plain twins", [=] { work->plainComposition(); });
+    if (width <= 1920) {
+        addRow("denoise luma and chroma " + size, "OpenCV fastNlMeansDenoisingColored", [=] { work->openCvDenoise(); });
+    }
+    addRow("denoise chroma, high level " + size, "eis", [=] { work->chroma(ChromaHighLevelMainCall_2); });
+    addRow("denoise chroma, high level " + size, "memcpy of the planes", copyPlanes);
+    addRow("denoise chroma, low level " + size, "eis", [=] { work->chroma(ChromaLowLevelMainCall_2); });
+    addRow("denoise chroma, low level " + size, "memcpy of the planes", copyPlanes);
+}
+
+// The pieces, each beside a copy of the frame.
+void addPieces(int width, int height) {
+    const auto work = std::make_shared<DenoiseWork>(width, height);
+    const auto addPiece = [=](const std::string& piece, auto body) {
+        addRow(piece, "eis", body);
+        addRow(piece, "memcpy of the planes", [=] {
+            std::memcpy(work->copy.data(), work->frame.bytes().data(), work->copy.size());
+            benchmark::ClobberMemory();
+        });
+    };
+    addPiece("lifting split and inverse", [=] {
+        eis::Lifting53Forward(work->wide.data(), width, height, width, work->wideTmp.data());
+        eis::Lifting53Inverse(work->wide.data(), width, height, width, work->wideTmp.data());
+    });
+    addPiece("low-band recursion, both passes", [=] { work->recursion(); });
+    addPiece("gradient planes",
+             [=] { eis::GradientPlanes(work->wide.data(), work->planes.data(), width / 2, height / 2, width, 10); });
+    addPiece("shrink of a detail band", [=] { work->shrinkBand(); });
+    addPiece("detail re-mix", [=] { work->remix(); });
+    addPiece("wavelet level, step 4", [=] { work->waveletLevel(4); });
+    const auto dilated = std::make_shared<std::vector<uint8_t>>(work->planes.size() / 16);
+    const std::string dilation = "threshold and 7x7 dilation, quarter size";
+    addRow(dilation, "eis", [=] {
+        std::memcpy(work->planes.data(), work->frame.bytes().data(), dilated->size());
+        benchmark::DoNotOptimize(
+            eis::MaskBinarizeDilate_r3(work->planes.data(), width / 4, height / 4, 50, dilated->data()));
+    });
+    addRow(dilation, "OpenCV threshold and dilate", [=] {
+        cv::Mat mask(height / 4, width / 4, CV_8UC1, work->planes.data());
+        std::memcpy(work->planes.data(), work->frame.bytes().data(), dilated->size());
+        cv::threshold(mask, mask, 49, 255, cv::THRESH_BINARY);
+        cv::dilate(mask, mask, cv::Mat::ones(7, 7, CV_8UC1));
+    });
+}
+
+}  // namespace
+
+void registerDenoiseWorks() {
+    addEntries(1920, 1088);
+    addEntries(4000, 3008);
+    addPieces(4000, 3008);
+}
+
+}  // namespace eisbench
