@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "host/denoise_call.h"
 #include "host/denoise_settings.h"
@@ -21,7 +22,7 @@ class BurstDenoiser {
   public:
     // `clean`, when not null, is the clean reference, and outlives this.
     BurstDenoiser(DenoiseSettings settings, DenoiseOptions options, const Picture* clean)
-        : settings_(std::move(settings)), options_(options), clean_(clean) {}
+        : settings_(std::move(settings)), options_(std::move(options)), clean_(clean) {}
 
     // Denoises a registered picture and writes it to `file`; scores it inside `area`, or all of it.
     DenoiseReport run(const Picture& picture, const std::optional<cv::Rect>& area, const std::string& file) const;

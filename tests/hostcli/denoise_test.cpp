@@ -62,9 +62,10 @@ TEST(DenoiseCommand, GainsOnTheTruthWithTheShippedRowsAndCallsTheEntriesCoherent
 
     cv::imwrite(folder.file("mask.png"), cv::Mat(470, 642, CV_8U, cv::Scalar(255)));
     for (const char* level : {"high", "low"}) {
-        const std::string mask = level == std::string("low") ? " --mask " + folder.file("mask.png") : "";
-        const CliResult chroma =
-            runCli("denoise " + files + "--iso-row 5 --trace --chroma-only " + level + mask + truth);
+        std::string call = "denoise " + files;
+        call.append("--iso-row 5 --trace --chroma-only ").append(level).append(truth);
+        if (level == std::string("low")) call.append(" --mask ").append(folder.file("mask.png"));
+        const CliResult chroma = runCli(call);
         ASSERT_EQ(chroma.exitCode, kExitOk) << chroma.err;
         const nlohmann::json one = nlohmann::json::parse(chroma.out);
         EXPECT_EQ(one["truth"]["after"]["psnr"]["y"], one["truth"]["before"]["psnr"]["y"]) << level;
