@@ -109,10 +109,9 @@ void setUp(const GpuArguments& arguments) {
     eis::OpenCLFoundation* foundation = nullptr;
     requireOk(eis::setupOpencl(&foundation, kVendor), "set-up");
     const int mode = arguments.binary ? eis::kProgramBinary : 0;
-    const int status =
-        foundation->context == nullptr
-            ? -1
-            : eis::setupOpencl_algo(foundation, arguments.program.c_str(), mode, &eis::g_handleAlgoOpenCL);
+    const int status = foundation->context == nullptr ? -1
+                                                      : eis::setupOpencl_algo(foundation, arguments.program.c_str(),
+                                                                              mode, &eis::g_handleAlgoOpenCL);
     if (status != 0) eis::cleanOpencl(foundation);
     requireOk(status, "the program's build");
 }
@@ -135,9 +134,9 @@ void runGpu(const GpuArguments& arguments) {
     std::vector<uint8_t> src2 = frameMemory(reference, stride);
     std::vector<uint8_t> maskPlane = frameMemory(mask, stride);
     std::vector<uint8_t> filtered(static_cast<size_t>(stride) * static_cast<size_t>(frame.height));
-    eis::ST_TEMPORALFILTER_PARAMS params{nullptr,         nullptr,         src1.data(), src2.data(), maskPlane.data(),
-                                         filtered.data(), arguments.alpha, stride,      stride / 2,  frame.height,
-                                         frame.width};
+    eis::ST_TEMPORALFILTER_PARAMS params{nullptr,          nullptr,         src1.data(),     src2.data(),
+                                         maskPlane.data(), filtered.data(), arguments.alpha, stride,
+                                         stride / 2,       frame.height,    frame.width};
     const int status = eis::kernel_temporalfilter(&params);
     eis::CleanOpenclMFNR();
     requireOk(status, "the filter");
