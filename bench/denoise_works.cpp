@@ -2,6 +2,7 @@
 #include <memory>
 #include <opencv2/imgproc.hpp>
 #include <opencv2/photo.hpp>
+#include <thread>
 #include <vector>
 
 #include "bench/frame.h"
@@ -80,6 +81,8 @@ struct DenoiseWork {
         benchmark::DoNotOptimize(entry(&block));
     }
 
+    void chromaHighLevel() { chroma(ChromaHighLevelMainCall_2); }
+
     void plainComposition() {
         eis::ST_DN_PARAMS_VA va = eis::DnParamsOf(dn);
         va.pMaskIIR = mask.data();
@@ -153,9 +156,34 @@ struct DenoiseWork {
     ST_MULTIDENOISE_PARAMS_OUT_DEV out{};
 };
 
+// Works in place: each run begins with a copy of the picture, theirs too.
+struct DilationWork {
+    DilationWork(int w, int h) : frame(w, h), mask(h, w, CV_8UC1), scratch(mask.total()) { frame.fill(4); }
+
+    void fill() {
+        for (int y = 0; y < mask.rows; ++y) {
+            std::memcpy(mask.ptr(y), frame.plane(0) + int64_t{y} * frame.stride(), static_cast<size_t>(mask.cols));
+        }
+    }
+    void ours() {
+        fill();
+        benchmark::DoNotOptimize(eis::MaskBinarizeDilate_r3(mask.data, mask.cols, mask.rows, 150, scratch.data()));
+    }
+    void openCv() {
+        fill();
+        cv::threshold(mask, mask, 149, 255, cv::THRESH_BINARY);
+        cv::dilate(mask, mask, kernel);
+    }
+
+    Frame frame;
+    cv::Mat mask;
+    std::vector<uint8_t> scratch;
+    cv::Mat kernel = cv::Mat::ones(7, 7, CV_8UC1);
+};
+
 void addEntries(int width, int height) {
     const auto work = std::make_shared<DenoiseWork>(width, height);
-    const std::string size = std::to_string(width) + "x" + std::to_string(height);
+    const std::string size = sizeName(width, height);
     const auto copyPlanes = [=] {
         std::memcpy(work->copy.data(), work->frame.bytes().data(), work->copy.size());
         benchmark::ClobberMemory();
@@ -192,19 +220,9 @@ void addPieces(int width, int height) {
     addPiece("shrink of a detail band", [=] { work->shrinkBand(); });
     addPiece("detail re-mix", [=] { work->remix(); });
     addPiece("wavelet level, step 4", [=] { work->waveletLevel(4); });
-    const auto dilated = std::make_shared<std::vector<uint8_t>>(work->planes.size() / 16);
-    const std::string dilation = "threshold and 7x7 dilation, quarter size";
-    addRow(dilation, "eis", [=] {
-        std::memcpy(work->planes.data(), work->frame.bytes().data(), dilated->size());
-        benchmark::DoNotOptimize(
-            eis::MaskBinarizeDilate_r3(work->planes.data(), width / 4, height / 4, 50, dilated->data()));
-    });
-    addRow(dilation, "OpenCV threshold and dilate", [=] {
-        cv::Mat mask(height / 4, width / 4, CV_8UC1, work->planes.data());
-        std::memcpy(work->planes.data(), work->frame.bytes().data(), dilated->size());
-        cv::threshold(mask, mask, 49, 255, cv::THRESH_BINARY);
-        cv::dilate(mask, mask, cv::Mat::ones(7, 7, CV_8UC1));
-    });
+    const auto dilation = std::make_shared<DilationWork>(width / 4, height / 4);
+    addRow("threshold and 7x7 dilation, quarter size", "eis", [=] { dilation->ours(); });
+    addRow("threshold and 7x7 dilation, quarter size", "OpenCV threshold and dilate", [=] { dilation->openCv(); });
 }
 
 }  // namespace
@@ -213,6 +231,57 @@ void registerDenoiseWorks() {
     addEntries(1920, 1088);
     addEntries(4000, 3008);
     addPieces(4000, 3008);
+}
+
+std::string addFrameCopy(Goals& goals, int cores) {
+    const auto from = std::make_shared<Frame>(4000, 3000);
+    const auto to = std::make_shared<Frame>(4000, 3000);
+    const auto copyPart = [=](int part) {
+        const size_t bytes = from->bytes().size() / cores;
+        std::memcpy(to->bytes().data() + part * bytes, from->bytes().data() + part * bytes, bytes);
+        benchmark::ClobberMemory();
+    };
+    const std::string name = cores == 1 ? "copy of a 4000x3000 frame" : "copy of a 4000x3000 frame on two threads";
+    if (cores == 1) {
+        goals.addTiming(name, {[=] { copyPart(0); }});
+    } else {
+        goals.addTiming(name, {[=] {
+                                   std::thread other(copyPart, 1);
+                                   copyPart(0);
+                                   other.join();
+                               },
+                               Clock::kWall, cores});
+    }
+    return name;
+}
+
+void addDenoiseGoals(Goals& goals) {
+    const std::string dilation = "threshold and 7x7 dilation 1000x750";
+    if (goals.wanted(dilation)) {
+        const auto work = std::make_shared<DilationWork>(1000, 750);
+        goals.addTiming(dilation, {[=] { work->ours(); }});
+        goals.addTiming("OpenCV " + dilation, {[=] { work->openCv(); }});
+        goals.addGoal(dilation, {"OpenCV " + dilation}, {0.20, 0.30});
+    }
+    const auto addCopyGoal = [&](const std::string& name, int cores, void (DenoiseWork::*body)(), Limits limits) {
+        if (!goals.wanted(name)) return;
+        const auto work = std::make_shared<DenoiseWork>(4000, 3008);
+        const Clock clock = cores == 1 ? Clock::kProcessCpu : Clock::kWall;
+        goals.addTiming(name, {[=] { (*work.*body)(); }, clock, cores});
+        goals.addGoal(name, {addFrameCopy(goals, cores)}, limits);
+    };
+    addCopyGoal("denoise luma and chroma 4000x3008", 1, &DenoiseWork::highLevel, {13, 18});
+    addCopyGoal("denoise luma and chroma 4000x3008, two cores", 2, &DenoiseWork::highLevel, {15, 20});
+    addCopyGoal("denoise chroma, high level 4000x3008", 1, &DenoiseWork::chromaHighLevel, {3, 4});
+    const std::string large = "denoise at 108 MP, a pixel";
+    if (!goals.wanted(large)) return;
+    const std::string small = "denoise at 12 MP, a pixel";
+    for (const int times : {1, 3}) {
+        const auto work = std::make_shared<DenoiseWork>(4000 * times, times == 1 ? 3008 : 9008);
+        goals.addTiming(times == 1 ? small : large, {[=] { work->highLevel(); }, Clock::kProcessCpu, 1,
+                                                     work->frame.width() * 1e-6 * work->frame.height()});
+    }
+    goals.addGoal(large, {small}, {1.15, 1.15});
 }
 
 }  // namespace eisbench

@@ -1,4 +1,8 @@
 // Timings of the library's main work beside peers, in one process, single-threaded unless a row says otherwise.
+// --goals measures the speed goals instead: --only REGEX some of them, --rounds N, --target avx2 without AVX-512.
+#include <hwy/targets.h>
+
+#include <cstring>
 #include <opencv2/core.hpp>
 
 #include "bench/frame.h"
@@ -10,11 +14,50 @@ extern "C" int __android_log_print(int /*priority*/, const char* /*tag*/, const 
     return 0;
 }
 
+namespace {
+
+int goalsUsage() {
+    std::fprintf(stderr, "eis-bench --goals [--only REGEX] [--rounds N] [--target avx2]\n");
+    return 2;
+}
+
+int measureGoals(int argc, char** argv) {
+    eisbench::Goals::Options options;
+    for (int i = 0; i < argc; i += 2) {
+        const std::string name = argv[i];
+        if (i + 1 == argc) return goalsUsage();
+        const char* value = argv[i + 1];
+        if (name == "--only") {
+            options.only = value;
+        } else if (name == "--rounds" && std::atoi(value) > 0) {
+            options.rounds = std::atoi(value);
+        } else if (name == "--target" && std::strcmp(value, "avx2") == 0) {
+            hwy::DisableTargets(HWY_AVX3 | HWY_AVX3_DL);
+        } else {
+            return goalsUsage();
+        }
+    }
+    const int64_t targets = hwy::SupportedTargets();
+    options.avx3 = (targets & HWY_AVX3) != 0;
+    options.targetName = hwy::TargetName(targets & -targets);
+    eisbench::Goals goals(options);
+    eisbench::addScaleGoals(goals);
+    eisbench::addRegistrationGoals(goals);
+    eisbench::addDenoiseGoals(goals);
+    eisbench::addControlGoals(goals);
+    goals.measure();
+    goals.print();
+    return 0;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+    eisbench::installCallbacks();
+    if (argc > 1 && std::strcmp(argv[1], "--goals") == 0) return measureGoals(argc - 2, argv + 2);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     cv::setNumThreads(1);
-    eisbench::installCallbacks();
     eisbench::registerScaleWorks();
     eisbench::registerRegistrationWorks();
     eisbench::registerDenoiseWorks();

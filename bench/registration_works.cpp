@@ -72,7 +72,7 @@ struct WarpWork {
 
 void addWarp(int width, int height) {
     const auto warp = std::make_shared<WarpWork>(width, height);
-    const std::string size = std::to_string(width) + "x" + std::to_string(height);
+    const std::string size = sizeName(width, height);
     const auto openCv = [=] { warp->openCv(); };
     const auto copy = [=] { std::memcpy(warp->to.bytes().data(), warp->from.bytes().data(), warp->to.bytes().size()); };
     addRow("warp and fill " + size, "eis", [=] { warp->oneThread(); });
@@ -150,6 +150,37 @@ void registerRegistrationWorks() {
     addWarp(4000, 3000);
     addEstimation(500);
     addEstimation(2000);
+}
+
+void addRegistrationGoals(Goals& goals) {
+    const auto addWarpGoal = [&](const std::string& work, int cores, Limits limits) {
+        if (!goals.wanted(work)) return;
+        const auto warp = std::make_shared<WarpWork>(4000, 3000);
+        const Clock clock = cores == 1 ? Clock::kThreadCpu : Clock::kWall;
+        goals.addTiming(work, {[=] { cores == 1 ? warp->oneThread() : warp->fourThreads(); }, clock, cores});
+        goals.addTiming("OpenCV " + work, {[=] { warp->openCv(); }, clock, cores});
+        goals.addGoal(work, {"OpenCV " + work}, limits);
+    };
+    addWarpGoal("warp and fill 4000x3000", 1, {1.0 / 14, 1.0 / 10});
+    addWarpGoal("warp and fill 4000x3000, four threads on two cores", 2, {1.0 / 13, 1.0 / 9});
+    const std::string large = "warp and fill at 108 MP, a pixel";
+    if (goals.wanted(large)) {
+        const std::string small = "warp and fill at 12 MP, a pixel";
+        for (const int times : {1, 3}) {
+            const auto warp = std::make_shared<WarpWork>(4000 * times, 3000 * times);
+            goals.addTiming(times == 1 ? small : large,
+                            {.body = [=] { warp->oneThread(); }, .units = static_cast<double>(times * times)});
+        }
+        goals.addGoal(large, {small}, {1.15, 1.15});
+    }
+    for (const int pairs : {500, 2000}) {
+        const std::string work = "RansacEst of " + std::to_string(pairs) + " pairs, 30 % outliers";
+        if (!goals.wanted(work)) continue;
+        const auto estimation = std::make_shared<EstimationWork>(pairs);
+        goals.addTiming(work, {[=] { estimation->ours(); }});
+        goals.addTiming("OpenCV findHomography " + std::to_string(pairs), {[=] { estimation->openCv(); }});
+        goals.addGoal(work, {"OpenCV findHomography " + std::to_string(pairs)}, {0.15, 0.20});
+    }
 }
 
 }  // namespace eisbench
