@@ -4,15 +4,14 @@
 
 #include "highLevel/src/chroma_edges.h"
 #include "highLevel/src/chroma_gain.h"
-#include "highLevel/src/q7_convert.h"
 #include "libCore/core/source/arithmetic.h"
 #include "libCore/core/source/neon/mask_morphology.h"
 #include "libCore/core/source/neon/resample_up.h"
 
 namespace eis {
 
-const ChromaFamily kChromaHighLevel{2048, WaveletDenoiseDispatch_Mask, false};
-const ChromaFamily kChromaLowLevel{1228, WaveletDenoiseDispatch_Ghost, true};
+const ChromaFamily kChromaHighLevel{2048, WaveletMaskMap_neon, false};
+const ChromaFamily kChromaLowLevel{1228, WaveletMotionMap_neon, true};
 
 namespace {
 
@@ -121,10 +120,10 @@ ret_status RunChromaPass(const ChromaPassParams& params) {
     if (params.family->usesMask) DownScaleBand4x4(params.mask, params.width, params.height, s.maskQuarter, spare);
 
     const ST_WAVELET_DN_PARAMS wavelet = waveletParams(params, width, height);
+    params.family->buildMap(wavelet);
+    const WaveletWork rings{s.pSamples, int64_t{kWideSamplePlanes} * width * height};
     for (int i = 0; i < 2; ++i) {
-        WidenQ7(quarter[i], s.pSamples, width, height);
-        params.family->denoise(wavelet, i + 1);
-        NarrowQ7Round(s.pSamples, denoised[i], width, height);
+        WaveletDenoiseBytes_neon(wavelet, i + 1, {quarter[i], denoised[i], 0, height}, rings);
     }
 
     const ret_status status = MaskBinarizeDilate_r3(s.edgeMap, width, height, kEdgeThreshold, s.smoothing);

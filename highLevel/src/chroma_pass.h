@@ -5,14 +5,14 @@
 
 #include "highLevel/src/nr_bands.h"
 #include "include/acore_types.h"
-#include "libCore/core/source/neon/wavelet_dispatch.h"
+#include "libCore/core/source/neon/wavelet_sweep.h"
 
 namespace eis {
 
 // What the high level and the low level differ in.
 struct ChromaFamily {
     int32_t chromaBase;
-    decltype(&WaveletDenoiseDispatch_Mask) denoise;
+    decltype(&WaveletMaskMap_neon) buildMap;
     bool usesMask;
 };
 extern const ChromaFamily kChromaHighLevel;
@@ -38,9 +38,10 @@ struct ChromaScratch {
     uint8_t* vQuarterDn;
     uint8_t* pFirstLevel;  // two planes
     uint16_t* pThresholds;
-    int16_t* pSamples;
-    int16_t* pWork;  // three planes
+    int16_t* pSamples;  // kWideSamplePlanes planes, pWork among them
+    int16_t* pWork;     // three planes
 };
+inline constexpr int kWideSamplePlanes = 7;
 
 // Bytes of the block.
 inline int64_t chromaBandScratchSize(int32_t width, int32_t height) {

@@ -22,8 +22,10 @@ struct WaveletPlanes {
           work(c, c.width, 3 * c.height, c.width),
           firstLevel(c, c.width, 2 * c.height, c.width) {}
 
+    // All that is to be read afterwards; of the working memory that nothing but it was written.
     testing::AssertionResult agree() const {
-        for (const auto& result : {samples.agree(), thresholds.agree(), work.agree(), firstLevel.agree()}) {
+        for (const auto& result :
+             {samples.agree(), thresholds.agree(), firstLevel.agree(), work.vectors.paddingIntact()}) {
             if (!result) return result;
         }
         return testing::AssertionSuccess();

@@ -41,13 +41,10 @@ void WaveletMotionMap_plain(const ST_WAVELET_DN_PARAMS& params);
 
 // Shrinks the detail high - low of a level, 1 to 5, of pass 1 or 2. At level 1 high is pSamples, which takes the result
 // (the argument plays no part); at the others the result is added to pSamples, wrapping.
-void WaveletShrinkLevel_neon(const ST_WAVELET_DN_PARAMS& params, int pass, int level, const int16_t* high,
-                             const int16_t* low);
 void WaveletShrinkLevel_plain(const ST_WAVELET_DN_PARAMS& params, int pass, int level, const int16_t* high,
                               const int16_t* low);
 
 // Adds a plane to pSamples, wrapping.
-void WaveletAddPlane_neon(const ST_WAVELET_DN_PARAMS& params, const int16_t* plane);
 void WaveletAddPlane_plain(const ST_WAVELET_DN_PARAMS& params, const int16_t* plane);
 
 }  // namespace eis
