@@ -54,7 +54,14 @@ int measureGoals(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     eisbench::installCallbacks();
-    if (argc > 1 && std::strcmp(argv[1], "--goals") == 0) return measureGoals(argc - 2, argv + 2);
+    if (argc > 1 && std::strcmp(argv[1], "--goals") == 0) {
+        try {
+            return measureGoals(argc - 2, argv + 2);
+        } catch (const std::exception& fault) {  // of the regular expression
+            std::fprintf(stderr, "eis-bench: %s\n", fault.what());
+            return 2;
+        }
+    }
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     cv::setNumThreads(1);
