@@ -28,7 +28,7 @@ ChromaPassParams chromaParams(const ST_NR_BAND_PARAMS& band, const LumaScratch& 
     ChromaPassParams params{};
     params.family = &kChromaHighLevel;
     params.width = picture.width;
-    params.height = picture.height;
+    params.band = {picture.height, band.bandTopOverlap, band.bandBottomOverlap};
     params.planes[0] = {picture.pData[1], band.chromaStart, pitch};
     params.planes[1] = {picture.pData[2], band.chromaStart, pitch};
     params.gradQuarter = scratch.gradQuarter;
@@ -58,7 +58,7 @@ ret_status denoiseBand(const ST_NR_BAND_PARAMS& band, const LumaScratch& scratch
         }
         AwaitBands(g_nrBandDone);
         uint8_t* const planes[2] = {band.stPicOut.pData[1], band.stPicOut.pData[2]};
-        WriteChromaBand(chroma, luma.band, planes);
+        WriteChromaBand(chroma, planes);
     }
     if (dn.lumaNrEnable == 0) {
         CountBands(g_nrLumaDone);

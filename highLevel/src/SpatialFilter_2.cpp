@@ -20,7 +20,7 @@ ChromaPassParams passParams(const ST_NR_CHROMA_BAND_PARAMS& band, const ChromaFa
     ChromaPassParams params{};
     params.family = &family;
     params.width = band.width;
-    params.height = band.height;
+    params.band = {band.height, band.bandTopOverlap, band.bandBottomOverlap};
     params.planes[0] = {band.pData1, band.chromaStart, pitch};
     params.planes[1] = {band.pData2, band.chromaStart, pitch};
     params.mask = {band.pMaskIIR, band.maskStart, stride128(band.width)};
@@ -54,7 +54,7 @@ ret_status filterBand(const ST_NR_CHROMA_BAND_PARAMS& band, const ChromaFamily& 
     if (status != retStsOK) return status;
     while (band.bandDoneFlags->load(std::memory_order_acquire) != kAllBandsDone) usleep(1);
     uint8_t* const planes[2] = {band.pData1, band.pData2};
-    WriteChromaBand(params, {band.height, band.bandTopOverlap, band.bandBottomOverlap}, planes);
+    WriteChromaBand(params, planes);
     return retStsOK;
 }
 

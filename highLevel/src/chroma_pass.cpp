@@ -62,6 +62,15 @@ ST_WAVELET_DN_PARAMS waveletParams(const ChromaPassParams& params, int width, in
     return wavelet;
 }
 
+struct Rows {
+    int first;
+    int count;
+};
+// The core rows of a band at quarter scale.
+Rows coreRows(const NrBand& band) {
+    return {band.bandTopOverlap >> 2, band.coreHeight() >> 2};
+}
+
 }  // namespace
 
 EdgeWindow ComputeEdgeWindow(int32_t chromaS, int32_t chromaBase) {
@@ -108,52 +117,61 @@ void SetMotionMask(ChromaPassParams& params, uint8_t iirImgCount) {
 ret_status RunChromaPass(const ChromaPassParams& params) {
     const ChromaScratch& s = params.scratch;
     const int width = params.width >> 2;
-    const int height = params.height >> 2;
+    const int height = params.band.height >> 2;
+    const Rows core = coreRows(params.band);
+    const int rowFirst = std::max(core.first - 1, 0);
+    const int rowEnd = std::min(core.first + core.count + 1, height);
     uint8_t* quarter[2] = {s.uQuarter, s.vQuarter};
     uint8_t* denoised[2] = {s.uQuarterDn, s.vQuarterDn};
     // Until the wavelet runs, its planes are free.
     auto* spare = reinterpret_cast<uint8_t*>(s.pSamples);
     for (int i = 0; i < 2; ++i) {
-        DownScaleBand2x2(params.planes[i], params.width / 2, params.height / 2, quarter[i], spare);
+        DownScaleBand2x2(params.planes[i], params.width / 2, params.band.height / 2, quarter[i], spare);
     }
     buildEdgeMap(params, width, height);
-    if (params.family->usesMask) DownScaleBand4x4(params.mask, params.width, params.height, s.maskQuarter, spare);
+    if (params.family->usesMask) DownScaleBand4x4(params.mask, params.width, params.band.height, s.maskQuarter, spare);
 
     const ST_WAVELET_DN_PARAMS wavelet = waveletParams(params, width, height);
     params.family->buildMap(wavelet);
     const WaveletWork rings{s.pSamples, int64_t{kWideSamplePlanes} * width * height};
     for (int i = 0; i < 2; ++i) {
-        WaveletDenoiseBytes_neon(wavelet, i + 1, {quarter[i], denoised[i], 0, height}, rings);
+        WaveletDenoiseBytes_neon(wavelet, i + 1, {quarter[i], denoised[i], rowFirst, rowEnd}, rings);
     }
 
     const ret_status status = MaskBinarizeDilate_r3(s.edgeMap, width, height, kEdgeThreshold, s.smoothing);
     if (status != retStsOK) return status;
     const auto alpha = static_cast<uint8_t>(std::clamp(params.chromaEdgeAlpha, 0, 255));
-    EdgeBlendChroma({s.pFirstLevel, s.pFirstLevel + int64_t{width} * height, s.uQuarterDn, s.vQuarterDn, s.edgeMap,
-                     width, height, alpha});
+    const int64_t from = int64_t{width} * rowFirst;
+    const uint8_t* firstLevel = s.pFirstLevel + from;
+    uint8_t* u = s.uQuarterDn + from;
+    uint8_t* v = s.vQuarterDn + from;
+    const int rows = rowEnd - rowFirst;
+    EdgeBlendChroma({firstLevel, firstLevel + int64_t{width} * height, u, v, s.edgeMap + from, width, rows, alpha});
     const bool weaker = params.chromaEdgeLevel >= kWeakerGainFrom;
-    ChromaGainLut(s.uQuarterDn, s.vQuarterDn, width, height, wrapSub(params.chromaGainIndex, weaker ? 1 : 0));
+    ChromaGainLut(u, v, width, rows, wrapSub(params.chromaGainIndex, weaker ? 1 : 0));
     return retStsOK;
 }
 
 void WriteChroma(const ChromaPassParams& params, uint8_t* const planes[2]) {
     const uint8_t* denoised[2] = {params.scratch.uQuarterDn, params.scratch.vQuarterDn};
     for (int i = 0; i < 2; ++i) {
-        UpScaleX4_neon(denoised[i], params.height >> 2, params.width >> 2, params.planes[i].pitch, planes[i]);
+        UpScaleX4_neon(denoised[i], params.band.height >> 2, params.width >> 2, params.planes[i].pitch, planes[i]);
     }
 }
 
-void WriteChromaBand(const ChromaPassParams& params, const NrBand& band, uint8_t* const planes[2]) {
+void WriteChromaBand(const ChromaPassParams& params, uint8_t* const planes[2]) {
+    const NrBand& band = params.band;
+    const Rows core = coreRows(band);
     const auto upScale = band.bandTopOverlap == 0      ? UpScaleX4_TopBand_neon
                          : band.bandBottomOverlap == 0 ? UpScaleX4_BottomBand_neon
                                                        : UpScaleX4_MidBand_neon;
     const uint8_t* denoised[2] = {params.scratch.uQuarterDn, params.scratch.vQuarterDn};
     const int width = params.width >> 2;
-    const int64_t from = int64_t{width} * (band.bandTopOverlap >> 2);
+    const int64_t from = int64_t{width} * core.first;
     for (int i = 0; i < 2; ++i) {
         const int32_t pitch = params.planes[i].pitch;
         const int64_t to = params.planes[i].start + int64_t{pitch} * (band.bandTopOverlap >> 1);
-        upScale(denoised[i] + from, band.coreHeight() >> 2, width, pitch, planes[i] + to);
+        upScale(denoised[i] + from, core.count, width, pitch, planes[i] + to);
     }
 }
 

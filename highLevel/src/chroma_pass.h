@@ -54,7 +54,7 @@ struct ChromaPassParams {
     const ChromaFamily* family;
     // The picture or band, in luma pixels.
     int32_t width;
-    int32_t height;
+    NrBand band;
     BandSource planes[2];
     BandSource mask;             // low level
     const uint8_t* gradQuarter;  // gradient of luma at quarter scale, or null
@@ -71,13 +71,13 @@ struct ChromaPassParams {
 // Depth and weight of the motion mask. The luma passes, whose wavelet reads neither, leave both at 0.
 void SetMotionMask(ChromaPassParams& params, uint8_t iirImgCount);
 
-// Leaves the denoised planes at quarter scale in uQuarterDn and vQuarterDn. retStsNoMemory when the edge mask could not
-// be grown.
+// Leaves the denoised planes at quarter scale in uQuarterDn and vQuarterDn: of a band the rows that the writing below
+// reads, its core and a row on either side. retStsNoMemory when the edge mask could not be grown.
 ret_status RunChromaPass(const ChromaPassParams& params);
 
 // Scales the denoised planes up into the picture's: all rows, or the core rows of a band. Columns and rows behind the
 // last whole quarter-scale sample stay as they are.
 void WriteChroma(const ChromaPassParams& params, uint8_t* const planes[2]);
-void WriteChromaBand(const ChromaPassParams& params, const NrBand& band, uint8_t* const planes[2]);
+void WriteChromaBand(const ChromaPassParams& params, uint8_t* const planes[2]);
 
 }  // namespace eis

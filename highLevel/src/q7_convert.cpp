@@ -8,18 +8,23 @@
 HWY_BEFORE_NAMESPACE();
 namespace eis {
 namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
 
 void WidenSamples(const uint8_t* HWY_RESTRICT src, int16_t* HWY_RESTRICT dst, int64_t samples) {
     for (int64_t i = 0; i < samples; ++i) dst[i] = static_cast<int16_t>(src[i] << 7);
 }
 
-// Rounds by the bit below the cut, so that no sum leaves 16 bits.
+// (sample + 64) >> 7 is the rounding high multiply by 256.
 void NarrowSamples(const int16_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, int64_t samples) {
-    for (int64_t i = 0; i < samples; ++i) {
-        const auto rounded = static_cast<int16_t>((src[i] >> 7) + ((src[i] >> 6) & 1));
-        const auto positive = static_cast<int16_t>(rounded < 0 ? 0 : rounded);
-        dst[i] = static_cast<uint8_t>(positive > 255 ? 255 : positive);
-    }
+    const auto narrow = [&](auto d, int64_t i) HWY_ATTR {
+        const hn::Rebind<uint8_t, decltype(d)> d8;
+        hn::StoreU(hn::DemoteTo(d8, hn::MulFixedPoint15(hn::LoadU(d, src + i), hn::Set(d, 256))), d8, dst + i);
+    };
+    const hn::ScalableTag<int16_t> d;
+    const auto lanes = static_cast<int64_t>(hn::Lanes(d));
+    int64_t i = 0;
+    for (; i + lanes <= samples; i += lanes) narrow(d, i);
+    for (; i < samples; ++i) narrow(hn::CappedTag<int16_t, 1>(), i);
 }
 
 }  // namespace HWY_NAMESPACE

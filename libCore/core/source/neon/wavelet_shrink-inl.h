@@ -82,6 +82,19 @@ inline NarrowCurve NarrowCurveOf(const ShrinkCurve& curve) {
     return narrow;
 }
 
+// Takes `amount`, not negative, off the size of a detail that is larger.
+template <class D, class V>
+HWY_INLINE V TowardsZero(D d, V detail, V amount) {
+#if HWY_TARGET == HWY_AVX2
+    if constexpr (hn::MaxLanes(D()) == 16) {
+        return hn::Sub(detail, V{_mm256_sign_epi16(amount.raw, detail.raw)});
+    }
+#endif
+    (void)d;
+    const auto sign = hn::BroadcastSignBit(detail);
+    return hn::Sub(detail, hn::Sub(hn::Xor(amount, sign), sign));
+}
+
 // One vector, for Q7 samples, and curves and maps that fit.
 template <bool first, class D>
 HWY_INLINE void ShrinkNarrow(D d, const int16_t* high, const int16_t* low, const uint16_t* map, int16_t* sum,
@@ -101,9 +114,7 @@ HWY_INLINE void ShrinkNarrow(D d, const int16_t* high, const int16_t* low, const
 
     const auto detail = hn::Sub(hn::LoadU(d, high), level);
     const auto size = hn::Abs(detail);
-    const auto sign = hn::BroadcastSignBit(detail);
-    const auto soft = hn::MulFixedPoint15(threshold, hn::Set(d, curve.slope));
-    const auto outer = hn::Sub(hn::Xor(hn::Sub(size, soft), sign), sign);
+    const auto outer = TowardsZero(d, detail, hn::MulFixedPoint15(threshold, hn::Set(d, curve.slope)));
     const auto noise = hn::MulFixedPoint15(detail, hn::Set(d, curve.keep));
     const auto shrunk = hn::IfThenElse(hn::Gt(size, threshold), outer, noise);
     if constexpr (first) {
