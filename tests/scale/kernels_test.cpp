@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <numeric>
 #include <vector>
 
 #include "libCore/core/source/neon/bilinear_position.h"
 #include "libCore/core/source/neon/bilinear_scale.h"
+#include "libCore/core/source/neon/mirror_border.h"
 #include "tests/harness/content.h"
 #include "tests/harness/planes.h"
 #include "tests/harness/targets.h"
@@ -106,6 +108,39 @@ TEST(ScaleKernels, ChromaFormsAgree) {
             const Plane<uint8_t> actual(s.dstW, 2 * s.dstH, pitch, placementOf(turn + 3), true);
             actual.copyFrom(before);
             uv_bilinear_scale_crop_fixed_neon(source.data(), s.srcW, s.srcH, actual.data(), s.dstW, s.dstH, pitch);
+            EXPECT_TRUE(samePlanes(actual, expected));
+        });
+        if (HasFailure()) return;
+    }
+}
+
+// Planes as they stand, against a padded copy: the ratios that have forms of their own, too.
+TEST(ScaleKernels, UnpaddedFormAgrees) {
+    std::vector<Sizes> sizes = allSizes();
+    for (int w = 1; w <= 2 * 64 + 3; ++w) {
+        for (const int h : {1, 2, 5}) sizes.insert(sizes.end(), {{w, h, 2 * w, 2 * h}, {2 * w, 2 * h, w, h}});
+    }
+    sizes.insert(sizes.end(), {{2000, 3, 4000, 6}, {16384, 2, 32768, 4}, {32768, 2, 16384, 1}, {40000, 1, 40000, 1}});
+    size_t turn = 0;
+    for (const Sizes& s : sizes) {
+        SCOPED_TRACE(nameOf(s));
+        ++turn;
+        const Plane<uint8_t> source(s.srcW, s.srcH, s.srcW + static_cast<int>(turn % 3), placementOf(turn), true);
+        fill(source, kAllContents[turn % std::size(kAllContents)], turn);
+        const Plane<uint8_t> padded(s.srcW + 2 * kScaleBorder, s.srcH + 2 * kScaleBorder);
+        MirrorBorderCopy(source.data(), s.srcW, s.srcH, source.pitch(), padded.data(), kScaleBorder);
+        const int pitch = s.dstW + static_cast<int>(turn % 5);
+        const Plane<uint8_t> expected(s.dstW, s.dstH, pitch, {}, true);
+        const Plane<uint8_t> before(s.dstW, s.dstH, pitch, {}, true);
+        before.copyFrom(expected);
+        std::vector<int32_t> table(pitch);
+        std::iota(table.begin(), table.end(), 0);
+        y_bilinear_scale_crop_fixed_plain(padded.data(), s.srcW, s.srcH, 0, expected.data(), s.dstW, s.dstH, pitch, 0,
+                                          s.dstH, table.data());
+        forEachTarget([&] {
+            const Plane<uint8_t> actual(s.dstW, s.dstH, pitch, placementOf(turn + 3), true);
+            actual.copyFrom(before);
+            ScaleUnpadded_neon(source.data(), s.srcW, s.srcH, source.pitch(), actual.data(), s.dstW, s.dstH, pitch);
             EXPECT_TRUE(samePlanes(actual, expected));
         });
         if (HasFailure()) return;

@@ -141,6 +141,28 @@ TEST(ScaleValues, CropByAddressAndStride) {
     }
 }
 
+// A picture scaled onto itself: all of it is read before anything is written, chroma too.
+TEST(ScaleValues, OntoItself) {
+    for (const auto& [dstW, dstH] : {std::pair{80, 60}, {40, 30}, {57, 43}}) {
+        std::vector<uint8_t> results[2];
+        for (const bool onto : {false, true}) {
+            ScaleCall call(80, 60, dstW, dstH);
+            if (onto) call.block.Yout = call.block.Yin;
+            if (onto) call.block.Uvout = call.block.Uvin;
+            EXPECT_EQ(call.run(), retStsOK);
+            const ScalePicture& out = onto ? call.source : call.destination;
+            for (int y = 0; y < dstH; ++y) {
+                const uint8_t* row = out.luma.data() + int64_t{y} * call.destination.stride;
+                results[onto].insert(results[onto].end(), row, row + dstW);
+            }
+            for (int y = 0; y < dstH / 2 * 2; ++y) {
+                results[onto].insert(results[onto].end(), out.chroma.row(y), out.chroma.row(y) + dstW / 2);
+            }
+        }
+        EXPECT_EQ(results[0], results[1]) << dstW;
+    }
+}
+
 // Other borders than the sampler's: planes are padded at their own pitch, one behind the other, and read at the
 // sampler's; what nothing was written to is 0.
 TEST(ScaleValues, OtherBorders) {

@@ -1,5 +1,6 @@
 // The entry that crops and scales a picture.
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
 
@@ -65,6 +66,66 @@ void writeColumnTable(uint8_t* table, int32_t entries) {
     for (int32_t x = 0; x < entries; ++x) storeUnaligned(table + int64_t{4} * x, x);
 }
 
+// The planes of one picture: luma, and both chroma planes as one of twice the height.
+struct Picture {
+    uint8_t* luma;
+    uint8_t* chroma;
+    int32_t width;
+    int32_t height;
+    int32_t stride;
+
+    int32_t chromaStride() const { return chromaPitch(stride); }
+    uint8_t* chromaPlane(int i) const { return chroma + int64_t{i} * chromaStride() * (height / 2); }
+};
+
+bool meet(const Picture& a, const Picture& b) {
+    struct Range {
+        uintptr_t first;
+        uintptr_t end;
+    };
+    const auto range = [](const uint8_t* plane, int64_t stride, int64_t width, int64_t height) {
+        const auto first = reinterpret_cast<uintptr_t>(plane);
+        return Range{first, width < 1 || height < 1 ? first : first + stride * (height - 1) + width};
+    };
+    const auto ranges = [&](const Picture& picture) {
+        return std::array<Range, 2>{
+            range(picture.luma, picture.stride, picture.width, picture.height),
+            range(picture.chroma, picture.chromaStride(), picture.width / 2, int64_t{picture.height / 2} * 2)};
+    };
+    for (const Range& x : ranges(a)) {
+        for (const Range& y : ranges(b)) {
+            if (x.first < y.end && y.first < x.end) return true;
+        }
+    }
+    return false;
+}
+
+// The planes are read where they stand.
+void scaleUnpadded(const Picture& from, const Picture& to) {
+    ScaleUnpadded_neon(from.luma, from.width, from.height, from.stride, to.luma, to.width, to.height, to.stride);
+    for (int i = 0; i < 2; ++i) {
+        ScaleUnpadded_neon(from.chromaPlane(i), from.width / 2, from.height / 2, from.chromaStride(), to.chromaPlane(i),
+                           to.width / 2, to.height / 2, to.chromaStride());
+    }
+}
+
+// From padded copies in the work buffer. False when luma fails.
+bool scalePadded(const Picture& from, const Picture& to, int32_t border, const WorkLayout& layout, uint8_t* work) {
+    uint8_t* chroma[2] = {work + layout.chroma[0], work + layout.chroma[1]};
+    writeColumnTable(work + layout.table, to.stride);
+    MirrorBorderCopy(from.luma, from.width, from.height, from.stride, work, border);
+    for (int i = 0; i < 2; ++i) {
+        MirrorBorderCopy(from.chromaPlane(i), from.width / 2, from.height / 2, from.chromaStride(), chroma[i], border);
+    }
+    if (y_bilinear_scale_crop_fixed_neon(work, from.width, from.height, from.stride, to.luma, to.width, to.height,
+                                         to.stride, 0, to.height, work + layout.table) != 0) {
+        return false;
+    }
+    uv_bilinear_scale_crop_fixed_neon(chroma[0], from.width / 2, from.height / 2, to.chroma, to.width / 2,
+                                      to.height / 2, to.chromaStride());
+    return true;
+}
+
 }  // namespace
 
 }  // namespace eis
@@ -103,26 +164,19 @@ EIS_EXPORT ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* blockAddress
     }
 
     if (!nothingToDo) {
-        uint8_t* luma = work.get();
-        uint8_t* chroma[2] = {luma + layout.chroma[0], luma + layout.chroma[1]};
-        // With another border than the sampler's, it reads between and behind the planes that were padded.
-        if (block.border != kScaleBorder) std::memset(luma, 0, bytes);
-        writeColumnTable(luma + layout.table, block.dstStride);
-
-        const int32_t srcChromaPitch = chromaPitch(block.srcStride);
-        MirrorBorderCopy(Yin, srcW, srcH, block.srcStride, luma, block.border);
-        for (int i = 0; i < 2; ++i) {
-            const uint8_t* plane = Uvin + int64_t{i} * srcChromaPitch * (srcH / 2);
-            MirrorBorderCopy(plane, srcW / 2, srcH / 2, srcChromaPitch, chroma[i], block.border);
+        const Picture from{Yin, Uvin, srcW, srcH, block.srcStride};
+        const Picture to{Yout, Uvout, block.dstWidth, block.dstHeight, block.dstStride};
+        // Planes that the outputs may overwrite before they are read are copied, as are those of uncommon layouts. With
+        // another border than its own the sampler reads between and behind the planes that were padded.
+        if (block.border == kScaleBorder && from.stride >= srcW && to.stride >= to.width && !meet(from, to)) {
+            scaleUnpadded(from, to);
+        } else {
+            if (block.border != kScaleBorder) std::memset(work.get(), 0, bytes);
+            if (!scalePadded(from, to, block.border, layout, work.get())) {
+                EIS_LOG_INFO("y_bilinear_scale_crop_fixed_neon error!\n");
+                return retStsThreadError;
+            }
         }
-
-        if (y_bilinear_scale_crop_fixed_neon(luma, srcW, srcH, block.srcStride, Yout, block.dstWidth, block.dstHeight,
-                                             block.dstStride, 0, block.dstHeight, luma + layout.table) != 0) {
-            EIS_LOG_INFO("y_bilinear_scale_crop_fixed_neon error!\n");
-            return retStsThreadError;
-        }
-        uv_bilinear_scale_crop_fixed_neon(chroma[0], srcW / 2, srcH / 2, Uvout, block.dstWidth / 2, block.dstHeight / 2,
-                                          chromaPitch(block.dstStride));
     }
 
     FunFlushBuff(Yout);
