@@ -198,7 +198,7 @@ void ScaleStrip(const SourcePlane& source, const Columns& columns, int count, in
             const int64_t row = int64_t{position.index} + i;
             RowSums& slot = sums[row & 1];
             if (slot.row != row) {
-                const int64_t ahead = row + 2 < source.height ? 2 * source.pitch : 0;
+                const int64_t ahead = row + 4 < source.height ? 4 * source.pitch : 0;
                 horizontalSums(source.row(row), ahead, columns, WholeSteps(count), slot.values);
                 slot.row = row;
             }

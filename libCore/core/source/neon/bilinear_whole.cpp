@@ -64,7 +64,8 @@ struct DoubledRow {
 };
 
 // Columns first to first + count - 1 of a row of `width` samples. The outermost two lean on their inner neighbour.
-void DoubleColumns(const uint8_t* HWY_RESTRICT samples, int width, int first, int count, DoubledRow& out) {
+void DoubleColumns(const uint8_t* HWY_RESTRICT samples, int64_t ahead, int width, int first, int count,
+                   DoubledRow& out) {
     const uint8_t* HWY_RESTRICT at = samples + first;
     const int begin = first == 0 ? 1 : 0;
     const int end = first + count == width ? count - 1 : count;
@@ -73,6 +74,7 @@ void DoubleColumns(const uint8_t* HWY_RESTRICT samples, int width, int first, in
     const int step = static_cast<int>(hn::Lanes(d));
     int x = begin;
     for (; x + step <= end; x += step) {
+        hwy::Prefetch(at + ahead + x);
         const auto middle = hn::PromoteTo(d, hn::LoadU(dHalf, at + x));
         const auto three = hn::Add(middle, hn::Add(middle, middle));
         hn::StoreU(hn::Add(three, hn::PromoteTo(d, hn::LoadU(dHalf, at + x - 1))), d, out.even + x);
@@ -90,7 +92,7 @@ void DoubleColumns(const uint8_t* HWY_RESTRICT samples, int width, int first, in
 }
 
 // Three parts of one row and one of the other; even columns are the lower bytes of words.
-void DoubleRow(const DoubledRow& near, const DoubledRow& far, int count, uint8_t* HWY_RESTRICT dst) {
+void DoubleRow(const DoubledRow& near, const DoubledRow& far, int count, uint8_t* HWY_RESTRICT dst, int64_t ahead) {
     const Words d;
     const hn::Repartition<uint8_t, Words> d8;
     const auto blend = [&](const uint16_t* HWY_RESTRICT three, const uint16_t* HWY_RESTRICT one, int x) HWY_ATTR {
@@ -103,7 +105,10 @@ void DoubleRow(const DoubledRow& near, const DoubledRow& far, int count, uint8_t
     };
     const int step = static_cast<int>(hn::Lanes(d));
     int x = 0;
-    for (; x + step <= count; x += step) hn::StoreU(pairs(x), d8, dst + 2 * x);
+    for (; x + step <= count; x += step) {
+        hwy::Prefetch(dst + ahead + 2 * x);
+        hn::StoreU(pairs(x), d8, dst + 2 * x);
+    }
     if (x < count) {
         HWY_ALIGN uint8_t last[2 * hn::MaxLanes(d)];
         hn::Store(pairs(x), d8, last);
@@ -117,7 +122,8 @@ void ScaleDouble(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8
         DoubledRow rows[2];
         const auto doubled = [&](int row) HWY_ATTR -> const DoubledRow& {
             DoubledRow& slot = rows[row & 1];
-            if (slot.row != row) DoubleColumns(src + row * srcPitch, srcW, first, count, slot);
+            const int64_t ahead = row + 1 < srcH ? srcPitch : 0;
+            if (slot.row != row) DoubleColumns(src + row * srcPitch, ahead, srcW, first, count, slot);
             slot.row = row;
             return slot;
         };
@@ -125,7 +131,8 @@ void ScaleDouble(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8
             const int far = y % 2 == 0 ? y / 2 - 1 : y / 2 + 1;
             // The first and the last row lean on their inner neighbour.
             const int inside = far < 0 ? std::min(1, srcH - 1) : far == srcH ? std::max(srcH - 2, 0) : far;
-            DoubleRow(doubled(y / 2), doubled(inside), count, dst + int64_t{y} * dstPitch + 2 * int64_t{first});
+            DoubleRow(doubled(y / 2), doubled(inside), count, dst + int64_t{y} * dstPitch + 2 * int64_t{first},
+                      y + 2 < 2 * srcH ? 2 * int64_t{dstPitch} : 0);
         }
     }
 }

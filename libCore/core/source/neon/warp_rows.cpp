@@ -1,5 +1,8 @@
 #include "libCore/core/source/neon/warp_rows.h"
 
+#include <hwy/cache_control.h>
+
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -16,43 +19,39 @@ HWY_BEFORE_NAMESPACE();
 namespace eis {
 namespace HWY_NAMESPACE {
 
+namespace hn = hwy::HWY_NAMESPACE;
+
 // Groups handled in one go, so that their state stays on the stack.
 constexpr int kGroups = 128;
 constexpr int kPositions = kGroups * kWarpGroupPositions;
-constexpr int kColumns = kGroups * kWarpGroupColumns;
+// Rows below that are fetched. Rotated reads cross a page or a row too often for the processor to do it.
+constexpr int kRowsAhead = 8;
 
-// Positions of a run of groups.
+using Bytes = hn::CappedTag<uint8_t, 16>;
+using Words = hn::CappedTag<uint16_t, 8>;  // a lane for each column of a group
+using BytesV = hn::Vec<Bytes>;
+using WordsV = hn::Vec<Words>;
+
+// Positions of a run of groups, in arrays that fill vectors.
 struct Positions {
-    float inverse[kGroups];
+    float inverse[kPositions];  // the same for all of a group
     int32_t ix[kPositions];
     int32_t iy[kPositions];
-    int32_t offset[kPositions];  // of a contiguous group: from its first one on in steps of two
-    uint16_t fx[kColumns];       // a weight for each column
-    uint16_t fy[kColumns];
-    bool contiguous[kGroups];
+    int32_t offset[kPositions];
+    uint32_t columnWeights[kPositions];  // twice the bytes 128 - fx, fx
+    uint32_t rowWeights[kPositions];     // twice the 16-bit word fy
+    uint32_t uncommon[kPositions];       // not 0: a coordinate that the arrays do not hold
 };
 
-// Left and right neighbours of each column, in three source rows.
-struct Neighbours {
-    uint8_t left[3][kColumns];
-    uint8_t right[3][kColumns];
+// What one row pair is made of.
+struct Source {
+    const uint8_t* luma;
+    int64_t lumaSize;
+    int64_t stride;
+    const uint8_t* chroma[2];
+    int64_t chromaSize;
+    int32_t chromaPitch;
 };
-
-// The saturating conversion without a branch: NaN gives 0.
-HWY_INLINE int32_t Truncate(float value) {
-    const float low = value >= -2147483648.0F ? value : -2147483648.0F;
-    const float clamped = low < 2147483520.0F ? low : 2147483520.0F;
-    const auto inRange = static_cast<int32_t>(clamped);
-    const int32_t saturated = value >= 2147483648.0F ? INT32_MAX : inRange;
-    return value == value ? saturated : 0;
-}
-
-// warpFraction without a branch: the difference of two 32-bit integers, one times 128, is exact in a double.
-HWY_INLINE uint16_t Fraction(float coordinate, int32_t whole) {
-    const double fraction = static_cast<double>(Truncate(coordinate * 128.0F)) - 128.0 * static_cast<double>(whole);
-    const double positive = fraction > 0.0 ? fraction : 0.0;
-    return static_cast<uint16_t>(static_cast<int32_t>(positive < 65535.0 ? positive : 65535.0));
-}
 
 // The running denominator's rounding at each step is part of the result.
 float Reciprocals(float den, float step, int groups, float* HWY_RESTRICT inverse) {
@@ -61,8 +60,17 @@ float Reciprocals(float den, float step, int groups, float* HWY_RESTRICT inverse
         dens[g] = den;
         den += step;
     }
-    for (int g = 0; g < groups; ++g) inverse[g] = 1.0F / dens[g];
+    for (int g = 0; g < groups; ++g) dens[g] = 1.0F / dens[g];
+    for (int g = 0; g < groups; ++g) {
+        for (int j = 0; j < kWarpGroupPositions; ++j) inverse[kWarpGroupPositions * g + j] = dens[g];
+    }
     return den;
+}
+
+// The nearest of 0 to 32767; of NaN 0. In that range no conversion saturates, and a fraction has seven bits.
+HWY_INLINE float Common(float coordinate) {
+    const float positive = coordinate > 0.0F ? coordinate : 0.0F;
+    return positive < 32767.0F ? positive : 32767.0F;
 }
 
 void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, float row, int32_t stride, int groups,
@@ -71,134 +79,166 @@ void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, floa
     const float baseY = std::fma(row, h[4], h[5]);
     const float h0 = h[0];
     const float h3 = h[3];
-    float X[kPositions];
-    float Y[kPositions];
-    for (int g = 0; g < groups; ++g) {
-        const float inverse = at.inverse[g];
-        for (int j = 0; j < kWarpGroupPositions; ++j) {
-            const int p = kWarpGroupPositions * g + j;
-            X[p] = std::fma(xTable[p], h0, baseX) * inverse;
-            Y[p] = std::fma(xTable[p], h3, baseY) * inverse;
-        }
-    }
     for (int p = 0; p < groups * kWarpGroupPositions; ++p) {
-        at.ix[p] = Truncate(X[p]);
-        at.iy[p] = Truncate(Y[p]);
-        at.offset[p] = warpOffset(at.ix[p], at.iy[p], stride);
-        const uint16_t fx = Fraction(X[p], at.ix[p]);
-        const uint16_t fy = Fraction(Y[p], at.iy[p]);
-        at.fx[2 * p] = fx;
-        at.fx[2 * p + 1] = fx;
-        at.fy[2 * p] = fy;
-        at.fy[2 * p + 1] = fy;
-    }
-    for (int g = 0; g < groups; ++g) at.contiguous[g] = warpContiguous(&at.offset[kWarpGroupPositions * g]);
-}
-
-HWY_INLINE int64_t ClampIndex(int64_t index, int64_t size) {
-    return index < 0 ? 0 : index < size ? index : size - 1;
-}
-
-// Copies the three samples from `offset` on of each of three rows.
-HWY_INLINE void GatherPosition(const uint8_t* HWY_RESTRICT plane, int64_t size, int64_t stride, int64_t offset,
-                               int column, Neighbours& out) {
-    uint8_t samples[3];
-    const bool inside = offset >= 0 && offset + 2 * stride + 2 < size;
-    for (int r = 0; r < 3; ++r) {
-        const int64_t first = offset + r * stride;
-        if (inside) {
-            memcpy(samples, plane + first, 3);
-        } else {
-            for (int i = 0; i < 3; ++i) samples[i] = plane[ClampIndex(first + i, size)];
-        }
-        out.left[r][column] = samples[0];
-        out.left[r][column + 1] = samples[1];
-        out.right[r][column] = samples[1];
-        out.right[r][column + 1] = samples[2];
+        const float X = std::fma(xTable[p], h0, baseX) * at.inverse[p];
+        const float Y = std::fma(xTable[p], h3, baseY) * at.inverse[p];
+        const float x = Common(X);
+        const float y = Common(Y);
+        const auto ix = static_cast<int32_t>(x);
+        const auto iy = static_cast<int32_t>(y);
+        const auto fx = static_cast<uint32_t>(static_cast<int32_t>(x * 128.0F) - 128 * ix);
+        const auto fy = static_cast<uint32_t>(static_cast<int32_t>(y * 128.0F) - 128 * iy);
+        at.ix[p] = ix;
+        at.iy[p] = iy;
+        at.offset[p] =
+            static_cast<int32_t>(static_cast<uint32_t>(ix) + static_cast<uint32_t>(iy) * static_cast<uint32_t>(stride));
+        at.columnWeights[p] = (128 - fx + (fx << 8)) * 0x10001U;
+        at.rowWeights[p] = fy * 0x10001U;
+        at.uncommon[p] = (x == X ? 0U : 1U) | (y == Y ? 0U : 1U);
     }
 }
 
-void Gather(const uint8_t* plane, int64_t size, int64_t stride, int groups, const Positions& at, Neighbours& out) {
-    for (int g = 0; g < groups; ++g) {
-        const int32_t* offsets = &at.offset[kWarpGroupPositions * g];
-        for (int j = 0; j < kWarpGroupPositions; ++j) {
-            const int64_t offset = at.contiguous[g] ? int64_t{offsets[0]} + 2 * j : int64_t{offsets[j]};
-            GatherPosition(plane, size, stride, offset, kWarpGroupColumns * g + 2 * j, out);
-        }
-    }
+// Twice the samples between the neighbours of each column, which stand side by side: at most 510.
+WordsV BlendColumns(BytesV pairs, BytesV weights) {
+    const Words d;
+#if HWY_ARCH_ARM
+    const uint16x8_t samples = vreinterpretq_u16_u8(pairs.raw);
+    const uint16x8_t parts = vreinterpretq_u16_u8(weights.raw);
+    const uint16x8_t left = vmull_u8(vmovn_u16(samples), vmovn_u16(parts));
+    const WordsV sum{vmlal_u8(left, vshrn_n_u16(samples, 8), vshrn_n_u16(parts, 8))};
+    return hn::ShiftRight<6>(hn::Add(sum, hn::Set(d, 32)));
+#else
+    // The products take signed samples: 128 is subtracted before and, at a weight of 128 in all, added behind.
+    const BytesV centred = hn::Xor(pairs, hn::Set(Bytes(), 0x80));
+    const WordsV sum{_mm_maddubs_epi16(weights.raw, centred.raw)};
+    return hn::ShiftRight<6>(hn::Add(sum, hn::Set(d, 128 * 128 + 32)));
+#endif
 }
 
-// 16 bits throughout: with weights to 128 a row's blend is at most 510, and its products at most 65280.
-void BlendColumns(const uint8_t* HWY_RESTRICT left, const uint8_t* HWY_RESTRICT right, const uint16_t* HWY_RESTRICT fx,
-                  int columns, uint16_t* HWY_RESTRICT out) {
-    for (int x = 0; x < columns; ++x) {
-        const auto weight = static_cast<uint16_t>(128 - fx[x]);
-        const auto sum = static_cast<uint16_t>(left[x] * uint32_t{weight} + right[x] * uint32_t{fx[x]} + 32);
-        out[x] = static_cast<uint16_t>(sum >> 6);
-    }
+// Exact in 16 bits: upper * (128 - fy) + lower * fy is at most 65280.
+WordsV BlendRows(WordsV upper, WordsV lower, WordsV fy) {
+    const WordsV sum = hn::Add(hn::ShiftLeft<7>(upper), hn::Mul(hn::Sub(lower, upper), fy));
+    return hn::ShiftRight<8>(hn::Add(sum, hn::Set(Words(), 128)));
 }
 
-void BlendRows(const uint16_t* HWY_RESTRICT upper, const uint16_t* HWY_RESTRICT lower, const uint16_t* HWY_RESTRICT fy,
-               int columns, uint8_t* HWY_RESTRICT out) {
-    for (int x = 0; x < columns; ++x) {
-        const auto weight = static_cast<uint16_t>(128 - fy[x]);
-        const auto u = static_cast<uint16_t>(upper[x] * uint32_t{weight});
-        const auto l = static_cast<uint16_t>(lower[x] * uint32_t{fy[x]});
-        const uint32_t sum = uint32_t{u} + l;
-        out[x] = static_cast<uint8_t>(((sum < 65535 ? sum : 65535) + 128) >> 8);
-    }
+// The nine samples of a contiguous group as pairs.
+BytesV ContiguousPairs(const uint8_t* samples) {
+    alignas(16) static constexpr uint8_t kPairs[16] = {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8};
+    return hn::TableLookupBytes(hn::LoadU(Bytes(), samples), hn::Load(Bytes(), kPairs));
 }
 
-void BlendLuma(const Neighbours& from, const Positions& at, int columns, uint8_t* out, int64_t outStride) {
-    uint16_t a[3][kColumns];
-    for (int r = 0; r < 3; ++r) BlendColumns(from.left[r], from.right[r], at.fx, columns, a[r]);
-    BlendRows(a[0], a[1], at.fy, columns, out);
-    BlendRows(a[1], a[2], at.fy, columns, out + outStride);
+// The three samples of each position as pairs.
+BytesV ScatteredPairs(const uint8_t* plane, const int32_t* offset) {
+    alignas(16) static constexpr uint8_t kPairs[16] = {0, 1, 1, 2, 4, 5, 5, 6, 8, 9, 9, 10, 12, 13, 13, 14};
+    alignas(16) uint32_t samples[kWarpGroupPositions];
+    for (int j = 0; j < kWarpGroupPositions; ++j) std::memcpy(&samples[j], plane + offset[j], sizeof samples[j]);
+    const auto loaded = hn::Load(hn::CappedTag<uint32_t, 4>(), samples);
+    return hn::TableLookupBytes(hn::BitCast(Bytes(), loaded), hn::Load(Bytes(), kPairs));
 }
 
-void NearestChroma(const uint8_t* HWY_RESTRICT first, const uint8_t* HWY_RESTRICT second, int64_t size, int32_t pitch,
-                   int groups, const Positions& at, uint8_t* HWY_RESTRICT outFirst, uint8_t* HWY_RESTRICT outSecond) {
-    for (int g = 0; g < groups; ++g) {
-        const int p = kWarpGroupPositions * g;
-        const int64_t start = warpChromaOffset(at.ix[p], at.iy[p], pitch);
-        for (int j = 0; j < kWarpGroupPositions; ++j) {
-            const int64_t offset =
-                at.contiguous[g] ? start + j : int64_t{warpChromaOffset(at.ix[p + j], at.iy[p + j], pitch)};
-            const int64_t index = ClampIndex(offset, size);
-            outFirst[p + j] = first[index];
-            outSecond[p + j] = second[index];
-        }
+// Of three rows of pairs, the group's eight columns in two rows.
+void BlendLuma(BytesV row0, BytesV row1, BytesV row2, const Positions& at, int position, uint8_t* out,
+               int64_t outStride) {
+    const hn::CappedTag<uint32_t, 4> d32;
+    const hn::CappedTag<int16_t, 8> dSigned;
+    const hn::CappedTag<uint8_t, 8> dOut;
+    const BytesV weights = hn::BitCast(Bytes(), hn::LoadU(d32, at.columnWeights + position));
+    const WordsV fy = hn::BitCast(Words(), hn::LoadU(d32, at.rowWeights + position));
+    const WordsV a0 = BlendColumns(row0, weights);
+    const WordsV a1 = BlendColumns(row1, weights);
+    const WordsV a2 = BlendColumns(row2, weights);
+    hn::StoreU(hn::DemoteTo(dOut, hn::BitCast(dSigned, BlendRows(a0, a1, fy))), dOut, out);
+    hn::StoreU(hn::DemoteTo(dOut, hn::BitCast(dSigned, BlendRows(a1, a2, fy))), dOut, out + outStride);
+}
+
+HWY_INLINE bool InStepsOfTwo(const int32_t* offset) {
+    return offset[1] - int64_t{offset[0]} == 2 && offset[2] - int64_t{offset[0]} == 4 &&
+           offset[3] - int64_t{offset[0]} == 6;
+}
+
+// Whether loads of 16 bytes from all of the offsets lie in the plane, two rows below, too.
+HWY_INLINE bool LumaInside(const Source& from, const int32_t* offset, int count) {
+    bool inside = true;
+    for (int j = 0; j < count; ++j) {
+        inside = inside && offset[j] >= 0 && offset[j] + 2 * from.stride + 16 <= from.lumaSize;
     }
+    return inside;
+}
+
+// Chroma of a group; false, and nothing done, where its samples leave the plane.
+HWY_INLINE bool NearestChroma(const Source& from, const int32_t* ix, const int32_t* iy, bool contiguous,
+                              uint8_t* const out[2], int64_t to) {
+    if (contiguous) {
+        const int32_t start = warpChromaOffset(ix[0], iy[0], from.chromaPitch);
+        if (start < 0 || start + int64_t{kWarpGroupPositions} > from.chromaSize) return false;
+        for (int i = 0; i < 2; ++i) std::memcpy(out[i] + to, from.chroma[i] + start, kWarpGroupPositions);
+        return true;
+    }
+    int32_t offset[kWarpGroupPositions];
+    for (int j = 0; j < kWarpGroupPositions; ++j) {
+        offset[j] = warpChromaOffset(ix[j], iy[j], from.chromaPitch);
+        if (offset[j] < 0 || offset[j] >= from.chromaSize) return false;
+    }
+    for (int i = 0; i < 2; ++i) {
+        for (int j = 0; j < kWarpGroupPositions; ++j) out[i][to + j] = from.chroma[i][offset[j]];
+    }
+    return true;
+}
+
+HWY_INLINE void FetchAhead(const Source& from, const Positions& at, int position, bool lumaOnly) {
+    const int64_t luma = at.offset[position] + kRowsAhead * from.stride;
+    if (luma < 0 || luma + from.stride >= from.lumaSize) return;
+    hwy::Prefetch(from.luma + luma);
+    hwy::Prefetch(from.luma + luma + from.stride);
+    if (lumaOnly) return;
+    const int64_t chroma =
+        (at.ix[position] >> 1) + ((at.iy[position] >> 1) + kRowsAhead / 2) * int64_t{from.chromaPitch};
+    if (chroma >= from.chromaSize) return;
+    for (const uint8_t* plane : from.chroma) hwy::Prefetch(plane + chroma);
 }
 
 bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
     const float* h = record.homography;
-    const ST_PICTURE& source = record.source;
     const ST_PICTURE& destination = record.destination;
-    const int32_t stride = source.stride;
+    const int32_t stride = record.source.stride;
     const int32_t chromaPitch = warpChromaPitch(stride);
-    const int64_t lumaSize = int64_t{stride} * source.height;
-    const int64_t chromaSize = int64_t{chromaPitch} * (source.height >> 1);
-    const auto r = static_cast<float>(row);
+    const Source from{record.source.pData[0],
+                      int64_t{stride} * record.source.height,
+                      stride,
+                      {record.source.pData[1], record.source.pData[2]},
+                      int64_t{chromaPitch} * (record.source.height >> 1),
+                      chromaPitch};
+    uint8_t* const luma = destination.pData[0] + int64_t{row} * destination.stride + record.x;
+    uint8_t* const chroma[2] = {destination.pData[1], destination.pData[2]};
+    const int64_t chromaStart = int64_t{row >> 1} * chromaPitch + (record.x >> 1);
     const int totalGroups = record.w / kWarpGroupColumns;
+    const auto r = static_cast<float>(row);
     Positions at;
-    Neighbours neighbours;
     bool contiguous = false;
     float den = std::fma(r, h[7], std::fma(h[6], static_cast<float>(record.x), 1.0F));
-    for (int g = 0; g < totalGroups; g += kGroups) {
-        const int groups = totalGroups - g < kGroups ? totalGroups - g : kGroups;
-        const int column = record.x + kWarpGroupColumns * g;
+    for (int first = 0; first < totalGroups; first += kGroups) {
+        const int groups = std::min(totalGroups - first, kGroups);
         den = Reciprocals(den, h[6] * 8.0F, groups, at.inverse);
-        Project(record.xTable + kWarpGroupPositions * g, h, r, stride, groups, at);
-        Gather(source.pData[0], lumaSize, stride, groups, at, neighbours);
-        BlendLuma(neighbours, at, groups * kWarpGroupColumns,
-                  destination.pData[0] + int64_t{row} * destination.stride + column, destination.stride);
-        if (!lumaOnly) {
-            const int64_t to = int64_t{row >> 1} * chromaPitch + (column >> 1);
-            NearestChroma(source.pData[1], source.pData[2], chromaSize, chromaPitch, groups, at,
-                          destination.pData[1] + to, destination.pData[2] + to);
+        Project(record.xTable + kWarpGroupPositions * first, h, r, stride, groups, at);
+        for (int g = 0; g < groups; ++g) {
+            const int p = kWarpGroupPositions * g;
+            const int32_t* offset = at.offset + p;
+            if (g % 4 == 0) FetchAhead(from, at, p, lumaOnly);
+            contiguous = InStepsOfTwo(offset) || warpContiguous(offset);
+            const bool common = (at.uncommon[p] | at.uncommon[p + 1] | at.uncommon[p + 2] | at.uncommon[p + 3]) == 0 &&
+                                LumaInside(from, offset, contiguous ? 1 : kWarpGroupPositions);
+            if (!common || !(lumaOnly || NearestChroma(from, at.ix + p, at.iy + p, contiguous, chroma,
+                                                       chromaStart + kWarpGroupPositions * (first + g)))) {
+                contiguous = WarpGroup_plain(record, row, first + g, at.inverse[p], lumaOnly);
+                continue;
+            }
+            BytesV pairs[3];
+            for (int i = 0; i < 3; ++i) {
+                pairs[i] = contiguous ? ContiguousPairs(from.luma + offset[0] + i * from.stride)
+                                      : ScatteredPairs(from.luma + i * from.stride, offset);
+            }
+            BlendLuma(pairs[0], pairs[1], pairs[2], at, p, luma + kWarpGroupColumns * (first + g), destination.stride);
         }
-        contiguous = at.contiguous[groups - 1];
     }
     return contiguous;
 }

@@ -14,4 +14,8 @@ struct WarpRecord;
 bool WarpRowPair_neon(const WarpRecord& record, int row, bool lumaOnly);
 bool WarpRowPair_plain(const WarpRecord& record, int row, bool lumaOnly);
 
+// One group of a row pair, `inverse` being the reciprocal of its denominator. Returns whether it is contiguous. The
+// vector form leaves groups to it that touch the plane's ends or have other than common coordinates.
+bool WarpGroup_plain(const WarpRecord& record, int row, int group, float inverse, bool lumaOnly);
+
 }  // namespace eis
