@@ -41,12 +41,14 @@ struct Positions {
     uint32_t columnWeights[kPositions];  // twice the bytes 128 - fx, fx
     uint32_t rowWeights[kPositions];     // twice the 16-bit word fy
     uint32_t uncommon[kPositions];       // not 0: a coordinate that the arrays do not hold
+    uint32_t uneven[kPositions];         // 0: two more for each position of the group
 };
 
 // What one row pair is made of.
 struct Source {
     const uint8_t* luma;
     int64_t lumaSize;
+    int64_t lastLoad;  // where 16 bytes of three rows are read at the latest
     int64_t stride;
     const uint8_t* chroma[2];
     int64_t chromaSize;
@@ -67,35 +69,55 @@ float Reciprocals(float den, float step, int groups, float* HWY_RESTRICT inverse
     return den;
 }
 
-// The nearest of 0 to 32767; of NaN 0. In that range no conversion saturates, and a fraction has seven bits.
-HWY_INLINE float Common(float coordinate) {
-    const float positive = coordinate > 0.0F ? coordinate : 0.0F;
-    return positive < 32767.0F ? positive : 32767.0F;
-}
-
-void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, float row, int32_t stride, int groups,
-             Positions& at) {
+void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, float row,
+             const float* HWY_RESTRICT inverse, int positions, float* HWY_RESTRICT X, float* HWY_RESTRICT Y) {
     const float baseX = std::fma(row, h[1], h[2]);
     const float baseY = std::fma(row, h[4], h[5]);
     const float h0 = h[0];
     const float h3 = h[3];
-    for (int p = 0; p < groups * kWarpGroupPositions; ++p) {
-        const float X = std::fma(xTable[p], h0, baseX) * at.inverse[p];
-        const float Y = std::fma(xTable[p], h3, baseY) * at.inverse[p];
-        const float x = Common(X);
-        const float y = Common(Y);
-        const auto ix = static_cast<int32_t>(x);
-        const auto iy = static_cast<int32_t>(y);
-        const auto fx = static_cast<uint32_t>(static_cast<int32_t>(x * 128.0F) - 128 * ix);
-        const auto fy = static_cast<uint32_t>(static_cast<int32_t>(y * 128.0F) - 128 * iy);
-        at.ix[p] = ix;
-        at.iy[p] = iy;
-        at.offset[p] =
-            static_cast<int32_t>(static_cast<uint32_t>(ix) + static_cast<uint32_t>(iy) * static_cast<uint32_t>(stride));
-        at.columnWeights[p] = (128 - fx + (fx << 8)) * 0x10001U;
-        at.rowWeights[p] = fy * 0x10001U;
-        at.uncommon[p] = (x == X ? 0U : 1U) | (y == Y ? 0U : 1U);
+    for (int p = 0; p < positions; ++p) X[p] = std::fma(xTable[p], h0, baseX) * inverse[p];
+    for (int p = 0; p < positions; ++p) Y[p] = std::fma(xTable[p], h3, baseY) * inverse[p];
+}
+
+// Of coordinates from 0 to 32767, where no conversion saturates and a fraction has seven bits; others are uncommon.
+void Locate(const float* HWY_RESTRICT X, const float* HWY_RESTRICT Y, int32_t stride, int positions,
+            Positions& HWY_RESTRICT at) {
+    const hn::ScalableTag<float> d;
+    const hn::RebindToSigned<decltype(d)> dI;
+    const hn::RebindToUnsigned<decltype(d)> dU;
+    alignas(16) static constexpr int32_t kSteps[kWarpGroupPositions] = {0, 2, 4, 6};
+    const auto steps = hn::LoadDup128(dI, kSteps);
+    for (int p = 0; p < positions; p += static_cast<int>(hn::Lanes(d))) {
+        const auto limited = [&](const float* coordinates) HWY_ATTR {
+            return hn::Min(hn::Max(hn::LoadU(d, coordinates + p), hn::Zero(d)), hn::Set(d, 32767.0F));
+        };
+        const auto x = limited(X);
+        const auto y = limited(Y);
+        const auto ix = hn::ConvertTo(dI, x);
+        const auto iy = hn::ConvertTo(dI, y);
+        const auto fraction = [&](auto coordinate, auto whole) HWY_ATTR {
+            const auto units = hn::ConvertTo(dI, hn::Mul(coordinate, hn::Set(d, 128.0F)));
+            return hn::BitCast(dU, hn::Sub(units, hn::ShiftLeft<7>(whole)));
+        };
+        const auto twice = [&](auto word) HWY_ATTR { return hn::Or(word, hn::ShiftLeft<16>(word)); };
+        const auto fx = fraction(x, ix);
+        const auto offset = hn::Add(ix, hn::Mul(iy, hn::Set(dI, stride)));
+        const auto uncommon = hn::Or(hn::Ne(x, hn::LoadU(d, X + p)), hn::Ne(y, hn::LoadU(d, Y + p)));
+        hn::StoreU(ix, dI, at.ix + p);
+        hn::StoreU(iy, dI, at.iy + p);
+        hn::StoreU(offset, dI, at.offset + p);
+        hn::StoreU(twice(hn::Add(hn::Sub(hn::Set(dU, 128), fx), hn::ShiftLeft<8>(fx))), dU, at.columnWeights + p);
+        hn::StoreU(twice(fraction(y, iy)), dU, at.rowWeights + p);
+        hn::StoreU(hn::BitCast(dU, hn::VecFromMask(d, uncommon)), dU, at.uncommon + p);
+        hn::StoreU(hn::BitCast(dU, hn::Xor(offset, hn::Add(hn::Broadcast<0>(offset), steps))), dU, at.uneven + p);
     }
+}
+
+// Whether a group's four words are 0.
+HWY_INLINE bool None(const uint32_t* words) {
+    uint64_t halves[2];
+    std::memcpy(halves, words, sizeof halves);
+    return (halves[0] | halves[1]) == 0;
 }
 
 // Twice the samples between the neighbours of each column, which stand side by side: at most 510.
@@ -151,17 +173,10 @@ void BlendLuma(BytesV row0, BytesV row1, BytesV row2, const Positions& at, int p
     hn::StoreU(hn::DemoteTo(dOut, hn::BitCast(dSigned, BlendRows(a1, a2, fy))), dOut, out + outStride);
 }
 
-HWY_INLINE bool InStepsOfTwo(const int32_t* offset) {
-    return offset[1] - int64_t{offset[0]} == 2 && offset[2] - int64_t{offset[0]} == 4 &&
-           offset[3] - int64_t{offset[0]} == 6;
-}
-
-// Whether loads of 16 bytes from all of the offsets lie in the plane, two rows below, too.
+// Whether loads of 16 bytes from the first `count` offsets lie in the plane, two rows below, too.
 HWY_INLINE bool LumaInside(const Source& from, const int32_t* offset, int count) {
     bool inside = true;
-    for (int j = 0; j < count; ++j) {
-        inside = inside && offset[j] >= 0 && offset[j] + 2 * from.stride + 16 <= from.lumaSize;
-    }
+    for (int j = 0; j < count; ++j) inside = inside && offset[j] >= 0 && offset[j] <= from.lastLoad;
     return inside;
 }
 
@@ -204,6 +219,7 @@ bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
     const int32_t chromaPitch = warpChromaPitch(stride);
     const Source from{record.source.pData[0],
                       int64_t{stride} * record.source.height,
+                      int64_t{stride} * (record.source.height - 2) - 16,
                       stride,
                       {record.source.pData[1], record.source.pData[2]},
                       int64_t{chromaPitch} * (record.source.height >> 1),
@@ -214,19 +230,22 @@ bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
     const int totalGroups = record.w / kWarpGroupColumns;
     const auto r = static_cast<float>(row);
     Positions at;
+    float X[kPositions] = {};
+    float Y[kPositions] = {};
     bool contiguous = false;
     float den = std::fma(r, h[7], std::fma(h[6], static_cast<float>(record.x), 1.0F));
     for (int first = 0; first < totalGroups; first += kGroups) {
         const int groups = std::min(totalGroups - first, kGroups);
         den = Reciprocals(den, h[6] * 8.0F, groups, at.inverse);
-        Project(record.xTable + kWarpGroupPositions * first, h, r, stride, groups, at);
+        const int positions = kWarpGroupPositions * groups;
+        Project(record.xTable + kWarpGroupPositions * first, h, r, at.inverse, positions, X, Y);
+        Locate(X, Y, stride, positions, at);
         for (int g = 0; g < groups; ++g) {
             const int p = kWarpGroupPositions * g;
             const int32_t* offset = at.offset + p;
             if (g % 4 == 0) FetchAhead(from, at, p, lumaOnly);
-            contiguous = InStepsOfTwo(offset) || warpContiguous(offset);
-            const bool common = (at.uncommon[p] | at.uncommon[p + 1] | at.uncommon[p + 2] | at.uncommon[p + 3]) == 0 &&
-                                LumaInside(from, offset, contiguous ? 1 : kWarpGroupPositions);
+            contiguous = None(at.uneven + p) || warpContiguous(offset);
+            const bool common = None(at.uncommon + p) && LumaInside(from, offset, contiguous ? 1 : kWarpGroupPositions);
             if (!common || !(lumaOnly || NearestChroma(from, at.ix + p, at.iy + p, contiguous, chroma,
                                                        chromaStart + kWarpGroupPositions * (first + g)))) {
                 contiguous = WarpGroup_plain(record, row, first + g, at.inverse[p], lumaOnly);
