@@ -10,19 +10,15 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "highLevel/src/half_table-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace eis {
 namespace HWY_NAMESPACE {
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-using D16 = hn::CappedTag<int16_t, 32>;
-using V16 = hn::Vec<D16>;
-
 // A row's pull along itself is one long chain of look-ups, but depends on no other row; the pull down a column depends
 // on no other column. So a block of rows is filtered strip by strip: along with a lane for each row, then down with a
 // lane for each column. Look-ups take vectors in pairs.
-constexpr int kLanes = hn::MaxLanes(D16());
 constexpr int kPairs = kLanes < 16 ? 2 : 1;
 constexpr int kBlockRows = 2 * kLanes * kPairs;
 constexpr int kStrip = 64;  // columns
@@ -41,105 +37,24 @@ constexpr int kMaxOvershootSteps = kRoom / 2 / 32;
 
 constexpr int kMiddle = kRecursiveLutEntries / 2;
 
-// A table's half from its middle on, for look-ups in registers.
 struct PullTable {
     const int16_t* all;
-#if HWY_TARGET == HWY_AVX3
-    HWY_ALIGN int16_t half[128];
-#else
-    HWY_ALIGN uint8_t low[128];
-    HWY_ALIGN uint8_t high[128];
-#endif
+    HalfTable half;
 };
 
 // Whether the table is fit for 16 bits.
 bool SetTable(const int16_t* all, PullTable& table) {
     table.all = all;
     bool fit = true;
-    for (int k = 0; k < 128; ++k) {
+    for (int k = 0; k < kHalfTableEntries; ++k) {
         const int steps = k < kMiddle ? k : kMiddle;
-        const int pull = all[kMiddle + steps];
+        const int16_t pull = all[kMiddle + steps];
         const bool overshoots = steps > kMaxOvershootSteps && pull > 32 * steps - 16;
         fit = fit && all[kMiddle - steps] == -pull && pull >= 0 && pull <= 32 * steps && !overshoots;
-#if HWY_TARGET == HWY_AVX3
-        table.half[k] = static_cast<int16_t>(pull);
-#else
-        table.low[k] = static_cast<uint8_t>(pull & 0xFF);
-        table.high[k] = static_cast<uint8_t>((pull >> 8) & 0xFF);
-#endif
+        table.half.words[k] = pull;
     }
-#if HWY_TARGET != HWY_AVX3 && HWY_TARGET != HWY_NEON
-    // Each sixteenth but the first as its difference from the one before.
-    for (int k = 127; k >= 16; --k) {
-        table.low[k] ^= table.low[k - 16];
-        table.high[k] ^= table.high[k - 16];
-    }
-#endif
+    SetHalfTable(table.half);
     return fit;
-}
-
-struct VectorPair {
-    V16 a;
-    V16 b;
-};
-
-// Entries of the half table; indices are below 128.
-#if HWY_TARGET == HWY_AVX3
-HWY_INLINE V16 LookUpOne(const PullTable& table, V16 index) {
-    const D16 d;
-    const auto part = [&](int i) { return hn::Load(d, table.half + 32 * i).raw; };
-    const V16 lower{_mm512_permutex2var_epi16(part(0), index.raw, part(1))};
-    const V16 upper{_mm512_permutex2var_epi16(part(2), index.raw, part(3))};
-    return hn::IfThenElse(hn::TestBit(index, hn::Set(d, 64)), upper, lower);
-}
-HWY_INLINE VectorPair LookUp(const PullTable& table, const VectorPair& index) {
-    return {LookUpOne(table, index.a), LookUpOne(table, index.b)};
-}
-#else
-#if HWY_TARGET == HWY_NEON
-template <class V8>
-HWY_INLINE V8 LookUpBytes(const uint8_t* table, V8 index) {
-    const uint8x16_t lower = vqtbl4q_u8(vld1q_u8_x4(table), index.raw);
-    return V8(vqtbx4q_u8(lower, vld1q_u8_x4(table + 64), vsubq_u8(index.raw, vdupq_n_u8(64))));
-}
-#else
-// A shuffle gives 0 for an index that is negative by then, else an entry of the sixteenth that it has come to: the
-// differences up to the right sixteenth add up to the entry.
-template <class V8>
-HWY_INLINE V8 LookUpBytes(const uint8_t* table, V8 index) {
-    const hn::DFromV<V8> d8;
-    V8 sums[2] = {hn::TableLookupBytes(hn::LoadDup128(d8, table), index), hn::Zero(d8)};
-    for (int i = 1; i < 8; ++i) {
-        index = hn::Sub(index, hn::Set(d8, 16));
-        sums[i % 2] = hn::Xor(sums[i % 2], hn::TableLookupBytesOr0(hn::LoadDup128(d8, table + 16 * i), index));
-    }
-    return hn::Xor(sums[0], sums[1]);
-}
-#endif
-// Both vectors' indices as even and odd bytes of one.
-HWY_INLINE VectorPair LookUp(const PullTable& table, const VectorPair& index) {
-    const D16 d;
-    const hn::RebindToUnsigned<D16> u;
-    const hn::Repartition<uint8_t, D16> d8;
-    const auto bytes = hn::BitCast(d8, hn::Or(index.a, hn::ShiftLeft<8>(index.b)));
-    const auto low = hn::BitCast(u, LookUpBytes(table.low, bytes));
-    const auto high = hn::BitCast(u, LookUpBytes(table.high, bytes));
-    const auto even = hn::Set(u, 0x00FF);
-    return {hn::BitCast(d, hn::Or(hn::And(low, even), hn::ShiftLeft<8>(high))),
-            hn::BitCast(d, hn::Or(hn::ShiftRight<8>(low), hn::AndNot(even, high)))};
-}
-#endif
-
-HWY_INLINE V16 PlusSigned(V16 base, V16 magnitude, V16 sign) {
-#if HWY_TARGET == HWY_AVX3
-    return hn::IfThenElse(hn::MaskFromVec(hn::BroadcastSignBit(sign)), hn::Sub(base, magnitude),
-                          hn::Add(base, magnitude));
-#elif HWY_TARGET == HWY_AVX2
-    return hn::Add(base, V16{_mm256_sign_epi16(magnitude.raw, sign.raw)});
-#else
-    const V16 mask = hn::BroadcastSignBit(sign);
-    return hn::Add(base, hn::Sub(hn::Xor(magnitude, mask), mask));
-#endif
 }
 
 // Each base, moved by the table's entry for the difference from - to. The difference saturates far outside the table.
@@ -151,8 +66,8 @@ HWY_INLINE VectorPair Pulled(const PullTable& table, const VectorPair& base, con
     const V16 last = hn::Set(d, kMiddle);
     const V16 ka = hn::ShiftRight<5>(hn::SaturatedSub(from.a, hn::Sub(to.a, half)));
     const V16 kb = hn::ShiftRight<5>(hn::SaturatedSub(from.b, hn::Sub(to.b, half)));
-    const VectorPair pull = LookUp(table, {hn::Min(hn::Abs(ka), last), hn::Min(hn::Abs(kb), last)});
-    return {PlusSigned(base.a, pull.a, ka), PlusSigned(base.b, pull.b, kb)};
+    const VectorPair pull = LookUpWords(table.half, {hn::Min(hn::Abs(ka), last), hn::Min(hn::Abs(kb), last)});
+    return {hn::Add(base.a, WithSignOf(ka, pull.a)), hn::Add(base.b, WithSignOf(kb, pull.b))};
 }
 
 // Eight rows of eight samples become columns, and back, in each block of 128 bits.

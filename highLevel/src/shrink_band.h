@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "highLevel/src/half_table.h"
+
 namespace eis {
 
 struct ShrinkBandArgs {
@@ -17,6 +19,18 @@ struct ShrinkBandArgs {
     int32_t guardLimit;  // coefficients at this guard and above stay
     uint16_t topMix;     // most that a coefficient keeps of itself below the limit, in 1/1024
 };
+
+// What the rows of a band share; pBand, pGuard and the sizes of the arguments play no part.
+struct ShrinkSettings {
+    const int16_t* pShrinkLut;
+    HalfTable half;  // what is left of small coefficients
+    bool fit;        // for shrinking small coefficients in 16 bits
+    int16_t limit;
+    int32_t step;
+    int32_t topMix;
+};
+ShrinkSettings PrepareShrink(const ShrinkBandArgs& args);
+void ShrinkDetailRow(const ShrinkSettings& settings, const uint8_t* guard, int width, int16_t* band);
 
 // The part that a coefficient keeps of itself grows by 1024 / guardLimit with each step of the guard, up to topMix. A
 // row of whole groups of eight is shrunk once; in any other row of more than eight, the last eight coefficients are a
