@@ -22,6 +22,10 @@ using D16 = hn::CappedTag<int16_t, 32>;
 using V16 = hn::Vec<D16>;
 constexpr int kLanes = hn::MaxLanes(D16());
 struct VectorPair {
+    // Constructors that the compiler makes are not for this target.
+    HWY_INLINE VectorPair() {}
+    HWY_INLINE VectorPair(V16 first, V16 second) : a(first), b(second) {}
+
     V16 a;
     V16 b;
 };

@@ -1,7 +1,5 @@
 #include "highLevel/src/plane_convert.h"
 
-#include <utility>
-
 #include "highLevel/src/median_of_three.h"
 #include "libCore/core/source/arithmetic.h"
 
@@ -25,19 +23,17 @@ void NarrowRun(const int16_t* HWY_RESTRICT src, int64_t count, uint8_t* HWY_REST
     }
 }
 
-// Medians along a row, without its first and last sample.
-void MedianRow(const uint8_t* HWY_RESTRICT src, int width, uint8_t* HWY_RESTRICT dst) {
-    for (int x = 1; x < width - 1; ++x) dst[x] = medianOfThree(src[x - 1], src[x], src[x + 1]);
+HWY_INLINE uint8_t MedianAlong(const uint8_t* row) {
+    return medianOfThree(row[-1], row[0], row[1]);
 }
 
-// `above` and `here` hold the medians of the two rows before `below`; those of `below` take the place of `above`.
-void MedianOfMediansRow(uint8_t* HWY_RESTRICT above, const uint8_t* HWY_RESTRICT here,
-                        const uint8_t* HWY_RESTRICT below, int width, int16_t* HWY_RESTRICT dst) {
+void MedianOfMediansRow(const uint8_t* HWY_RESTRICT above, const uint8_t* HWY_RESTRICT row,
+                        const uint8_t* HWY_RESTRICT below, int width, uint8_t* HWY_RESTRICT dst) {
+    dst[0] = row[0];
     for (int x = 1; x < width - 1; ++x) {
-        const uint8_t median = medianOfThree(below[x - 1], below[x], below[x + 1]);
-        dst[x] = medianOfThree(above[x], here[x], median);
-        above[x] = median;
+        dst[x] = medianOfThree(MedianAlong(above + x), MedianAlong(row + x), MedianAlong(below + x));
     }
+    dst[width - 1] = row[width - 1];
 }
 
 void WidenPlane(const uint8_t* src, int64_t pitch, int16_t* dst, int width, int height) {
@@ -45,25 +41,13 @@ void WidenPlane(const uint8_t* src, int64_t pitch, int16_t* dst, int width, int 
 }
 
 void MedianToWide(const uint8_t* src, int16_t* dst, int width, int height, int64_t pitch, uint8_t* lineBuf) {
-    if (width < 1 || height < 1) return;
-    uint8_t* above = lineBuf;
-    uint8_t* here = lineBuf + width;
-    WidenRow(src, width, dst);
-    if (height < 3) {
-        if (height == 2) WidenRow(src + pitch, width, dst + width);
-        return;
-    }
-    MedianRow(src, width, above);
-    MedianRow(src + pitch, width, here);
-    for (int64_t y = 1; y < height - 1; ++y) {
+    if (width < 1) return;
+    for (int64_t y = 0; y < height; ++y) {
         const uint8_t* row = src + y * pitch;
-        int16_t* out = dst + y * width;
-        out[0] = row[0];
-        MedianOfMediansRow(above, here, row + pitch, width, out);
-        out[width - 1] = row[width - 1];
-        std::swap(above, here);
+        const bool inside = y > 0 && y < height - 1;
+        if (inside) MedianOfMediansRow(row - pitch, row, row + pitch, width, lineBuf);
+        WidenRow(inside ? lineBuf : row, width, dst + y * width);
     }
-    WidenRow(src + (height - 1) * pitch, width, dst + int64_t{height - 1} * width);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -76,6 +60,7 @@ namespace eis {
 HWY_EXPORT(WidenPlane);
 HWY_EXPORT(NarrowRun);
 HWY_EXPORT(MedianToWide);
+HWY_EXPORT(MedianOfMediansRow);
 
 void WidenPlane128(const uint8_t* pSrc, int16_t* pDst, int width, int height) {
     HWY_DYNAMIC_DISPATCH(WidenPlane)(pSrc, stride128(width), pDst, width, height);
@@ -87,6 +72,10 @@ void NarrowPlaneSat(const int16_t* pSrc, uint8_t* pDst, int width, int height) {
 
 void Median3x3ToWide(const uint8_t* pSrc, int16_t* pDst, int width, int height, int srcStride, uint8_t* pLineBuf) {
     HWY_DYNAMIC_DISPATCH(MedianToWide)(pSrc, pDst, width, height, srcStride, pLineBuf);
+}
+
+void Median3x3Row(const uint8_t* above, const uint8_t* row, const uint8_t* below, int width, uint8_t* dst) {
+    HWY_DYNAMIC_DISPATCH(MedianOfMediansRow)(above, row, below, width, dst);
 }
 
 }  // namespace eis

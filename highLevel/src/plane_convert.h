@@ -20,4 +20,7 @@ void NarrowPlaneSat_plain(const int16_t* pSrc, uint8_t* pDst, int width, int hei
 void Median3x3ToWide(const uint8_t* pSrc, int16_t* pDst, int width, int height, int srcStride, uint8_t* pLineBuf);
 void Median3x3ToWide_plain(const uint8_t* pSrc, int16_t* pDst, int width, int height, int srcStride, uint8_t* pLineBuf);
 
+// One row of these medians, still in bytes; its first and last sample are copied.
+void Median3x3Row(const uint8_t* above, const uint8_t* row, const uint8_t* below, int width, uint8_t* dst);
+
 }  // namespace eis

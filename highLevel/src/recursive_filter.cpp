@@ -283,7 +283,7 @@ void FilterBlock(const PullTables& tables, const RecursiveFilterArgs& args, RowB
     }
 }
 
-void RecursivePass(const RecursiveFilterArgs& args, bool backward) {
+void RecursivePass(const RecursiveFilterArgs& args, bool backward, bool opensPass) {
     if (args.width < 1) return;
     PullTables tables;
     tables.fit = SetTable(args.pFollowH, tables.along);
@@ -293,9 +293,13 @@ void RecursivePass(const RecursiveFilterArgs& args, bool backward) {
     block.backward = backward;
     for (int y = 0; y < args.height; y += kBlockRows) {
         block.rows = args.height - y < kBlockRows ? args.height - y : kBlockRows;
-        block.opensPass = y == 0;
+        block.opensPass = opensPass && y == 0;
         FilterBlock(tables, args, block, backward ? args.height - 1 - y : y);
     }
+}
+
+int BlockRows() {
+    return kBlockRows;
 }
 
 }  // namespace HWY_NAMESPACE
@@ -306,18 +310,31 @@ HWY_AFTER_NAMESPACE();
 namespace eis {
 
 HWY_EXPORT(RecursivePass);
+HWY_EXPORT(BlockRows);
 
 void BuildRecursiveLut(int16_t* pLut, int16_t strength, int32_t mix) {
     BuildLumaCurveSingle(pLut, strength);
     ApplyLumaGain(pLut, mix, pLut + kRecursiveLutEntries);
 }
 
+void RecursiveLLForwardPart(const RecursiveFilterArgs* args, bool opensPass) {
+    HWY_DYNAMIC_DISPATCH(RecursivePass)(*args, false, opensPass);
+}
+
+void RecursiveLLBackwardPart(const RecursiveFilterArgs* args, bool opensPass) {
+    HWY_DYNAMIC_DISPATCH(RecursivePass)(*args, true, opensPass);
+}
+
 void RecursiveLLForward(const RecursiveFilterArgs* args) {
-    HWY_DYNAMIC_DISPATCH(RecursivePass)(*args, false);
+    RecursiveLLForwardPart(args, true);
 }
 
 void RecursiveLLBackward(const RecursiveFilterArgs* args) {
-    HWY_DYNAMIC_DISPATCH(RecursivePass)(*args, true);
+    RecursiveLLBackwardPart(args, true);
+}
+
+int RecursiveBlockRows() {
+    return HWY_DYNAMIC_DISPATCH(BlockRows)();
 }
 
 }  // namespace eis

@@ -37,4 +37,10 @@ void RecursiveLLForward_plain(const RecursiveFilterArgs* args);
 void RecursiveLLBackward(const RecursiveFilterArgs* args);
 void RecursiveLLBackward_plain(const RecursiveFilterArgs* args);
 
+// The same a part of the rows at a time, in the pass's order: a part that does not open its pass goes on from the line
+// state that the one before has left. Parts of RecursiveBlockRows() rows, the last one aside, are filtered fastest.
+void RecursiveLLForwardPart(const RecursiveFilterArgs* args, bool opensPass);
+void RecursiveLLBackwardPart(const RecursiveFilterArgs* args, bool opensPass);
+int RecursiveBlockRows();
+
 }  // namespace eis
