@@ -17,7 +17,8 @@ LumaPassParams lumaParams(const ST_NR_BAND_PARAMS& band, const LumaScratch& scra
             picture.width,
             {picture.height, band.bandTopOverlap, band.bandBottomOverlap},
             {picture.pData[0], band.lumaStart, stride128(picture.width)},
-            scratch};
+            scratch,
+            band.stMultiDenoiseIn.stDNParams.lumaNrEnable != 0};
 }
 
 // The chroma pass works where luma has had its wide planes.

@@ -49,7 +49,7 @@ HWY_INLINE void SetHalfTable(HalfTable& table) {
 #if HWY_TARGET == HWY_AVX3
 HWY_INLINE V16 LookUpOne(const HalfTable& table, V16 index) {
     const D16 d;
-    const auto part = [&](int i) { return hn::Load(d, table.words + 32 * i).raw; };
+    const auto part = [&](int i) { return hn::LoadU(d, table.words + 32 * i).raw; };
     const V16 lower{_mm512_permutex2var_epi16(part(0), index.raw, part(1))};
     const V16 upper{_mm512_permutex2var_epi16(part(2), index.raw, part(3))};
     return hn::IfThenElse(hn::TestBit(index, hn::Set(d, 64)), upper, lower);

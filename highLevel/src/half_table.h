@@ -8,10 +8,10 @@ namespace eis {
 inline constexpr int kHalfTableEntries = 128;
 
 struct HalfTable {
-    alignas(64) int16_t words[kHalfTableEntries];
+    alignas(16) int16_t words[kHalfTableEntries];
     // Of the words, as the target wants them.
-    alignas(64) uint8_t low[kHalfTableEntries];
-    alignas(64) uint8_t high[kHalfTableEntries];
+    alignas(16) uint8_t low[kHalfTableEntries];
+    alignas(16) uint8_t high[kHalfTableEntries];
 };
 
 }  // namespace eis

@@ -70,25 +70,16 @@ HWY_INLINE uint8_t EdgeColumn(const uint8_t* column, int64_t pitch, int height, 
     return static_cast<uint8_t>(((4 - y % 4) * column[i * pitch] + y % 4 * column[next * pitch]) >> 2);
 }
 
-void QuadruplePlane(const uint8_t* src, int height, int width, uint8_t* dst) {
-    if (height < 1 || width < 1) return;
-    const int64_t pitch = 4 * int64_t{width};
-    const int rows = 4 * height;
-    for (const int y : {0, rows - 2}) {
-        uint8_t* row = dst + y * pitch;
-        EdgeRow(src + int64_t{y / 4} * width, width, row);
-        memcpy(row + pitch, row, pitch - 2);
-    }
-    for (int y = 2; y < rows - 2; ++y) {
+void QuadrupleRowOf(const uint8_t* src, int height, int width, int y, uint8_t* dst) {
+    uint8_t* end = dst + 4 * int64_t{width};
+    if (y < 2 || y >= 4 * height - 2) {
+        EdgeRow(src + int64_t{y / 4} * width, width, dst);
+    } else {
         const uint8_t* upper = src + int64_t{(y - 2) / 4} * width;
-        uint8_t* row = dst + y * pitch;
-        row[0] = row[1] = EdgeColumn(src, width, height, y);
-        QuadrupleRow(upper, upper + width, static_cast<uint16_t>(7 - 2 * ((y - 2) % 4)), width, row + 2);
+        dst[0] = dst[1] = EdgeColumn(src, width, height, y);
+        QuadrupleRow(upper, upper + width, static_cast<uint16_t>(7 - 2 * ((y - 2) % 4)), width, dst + 2);
     }
-    for (int y = 0; y < rows; ++y) {
-        uint8_t* end = dst + (y + 1) * pitch;
-        end[-2] = end[-1] = EdgeColumn(src + width - 1, width, height, y);
-    }
+    end[-2] = end[-1] = EdgeColumn(src + width - 1, width, height, y);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -99,7 +90,7 @@ HWY_AFTER_NAMESPACE();
 namespace eis {
 
 HWY_EXPORT(DoublePlane);
-HWY_EXPORT(QuadruplePlane);
+HWY_EXPORT(QuadrupleRowOf);
 
 namespace {
 
@@ -129,7 +120,12 @@ void UpScaleX4_BottomBand_neon(const uint8_t* src, int height, int width, int ds
 }
 
 void UpScaleX16_neon(const uint8_t* src, int height, int width, uint8_t* dst) {
-    HWY_DYNAMIC_DISPATCH(QuadruplePlane)(src, height, width, dst);
+    if (width < 1) return;
+    for (int y = 0; y < 4 * height; ++y) UpScaleX16Row_neon(src, height, width, y, dst + y * 4 * int64_t{width});
+}
+
+void UpScaleX16Row_neon(const uint8_t* src, int height, int width, int row, uint8_t* dst) {
+    HWY_DYNAMIC_DISPATCH(QuadrupleRowOf)(src, height, width, row, dst);
 }
 
 }  // namespace eis
