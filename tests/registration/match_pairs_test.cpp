@@ -72,11 +72,11 @@ TEST(MatchPairs, FilterOfRepeatedPoints) {
                      {static_cast<float>(i), 0.5F});
         }
         const std::vector<Point> refs = list.ref;
-        std::vector<uint8_t> mask(c.refs.size(), 0);
+        std::vector<uint8_t> scratch(kFilterScratchPerPair * c.refs.size(), 0xA5);
         KnnResult knn{};
         knn.pDistance = c.distances.data();
         knn.matchNum = static_cast<int32_t>(c.refs.size());
-        ASSERT_EQ(FilterDuplicateMatches(knn, list.pairs(), c.ratio, mask.data()), c.kept.size()) << c.name;
+        ASSERT_EQ(FilterDuplicateMatches(knn, list.pairs(), c.ratio, scratch.data()), c.kept.size()) << c.name;
         for (size_t i = 0; i < c.kept.size(); ++i) {
             EXPECT_EQ(list.cur[i].x, c.kept[i]) << c.name << ", place " << i;
             EXPECT_EQ(list.ref[i], refs[c.kept[i]]) << c.name << ", place " << i;

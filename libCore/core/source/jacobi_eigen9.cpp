@@ -1,147 +1,178 @@
 #include "libCore/core/source/jacobi_eigen9.h"
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <utility>
 
-namespace eis {
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "libCore/core/source/jacobi_eigen9.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
 
-namespace {
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
 
 constexpr int kN = 9;
-// Double precision's epsilon on single-precision data: in effect only an element that is zero, or nearly, stops.
+constexpr int kPitch = 16;  // rows in whole vectors; what is behind their ninth element is not used
 constexpr float kEpsilon = 2.220446e-16F;
 
-// The largest off-diagonal magnitude of each row (right of the diagonal) and column (above it), and where it stood when
-// it was looked for. A rotation touches elements of other rows and columns too; those entries go stale, by design.
-struct Maxima {
-    float row[kN];
-    float column[kN];
-    int32_t columnOfRow[kN];
-    int32_t rowOfColumn[kN];
-};
-static_assert(sizeof(Maxima) == 36 * 4);
+using Floats = HWY_CAPPED(float, 8);
+using Keys = hn::RebindToSigned<Floats>;
+constexpr int kLanes = static_cast<int>(hn::MaxLanes(Floats()));
 
-float magnitude(const float* matrix, int row, int column) {
-    return std::fabs(matrix[row * kN + column]);
-}
-
-void findMaxima(const float* matrix, int k, Maxima& maxima) {
-    if (k < kN - 1) {
-        maxima.columnOfRow[k] = k + 1;
-        maxima.row[k] = magnitude(matrix, k, k + 1);
-        for (int m = k + 2; m < kN; ++m) {
-            if (magnitude(matrix, k, m) > maxima.row[k]) {
-                maxima.row[k] = magnitude(matrix, k, m);
-                maxima.columnOfRow[k] = m;
-            }
-        }
-    }
-    if (k > 0) {
-        maxima.rowOfColumn[k] = 0;
-        maxima.column[k] = magnitude(matrix, 0, k);
-        for (int m = 1; m < k; ++m) {
-            if (magnitude(matrix, m, k) > maxima.column[k]) {
-                maxima.column[k] = magnitude(matrix, m, k);
-                maxima.rowOfColumn[k] = m;
-            }
-        }
-    }
-}
-
-// Row and column of the element to rotate away: rows first, a column only when strictly above.
-std::pair<int, int> findPivot(const Maxima& maxima) {
-    float best = maxima.row[0];
-    std::pair<int, int> pivot{0, maxima.columnOfRow[0]};
-    for (int i = 1; i < kN - 1; ++i) {
-        if (maxima.row[i] > best) {
-            best = maxima.row[i];
-            pivot = {i, maxima.columnOfRow[i]};
-        }
-    }
-    for (int i = 1; i < kN; ++i) {
-        if (maxima.column[i] > best) {
-            best = maxima.column[i];
-            pivot = {maxima.rowOfColumn[i], i};
-        }
-    }
-    return pivot;
-}
-
-// Widened, so that no square overflows; cut to single precision at once.
-float hypotSingle(float a, float b) {
-    return static_cast<float>(std::hypot(static_cast<double>(a), static_cast<double>(b)));
-}
-
-struct Rotation {
-    float cosine;
-    float sine;
-
-    void apply(float& a, float& b) const {
-        const float turnedA = a * cosine - b * sine;
-        const float turnedB = a * sine + b * cosine;
-        a = turnedA;
-        b = turnedB;
-    }
+// A magnitude and where it stands. Magnitudes are compared by their bits, which rise with them.
+struct Largest {
+    int32_t key;
+    int32_t index;
 };
 
-// Zeroes element (k, l), k < l, of the upper triangle.
-void rotateAway(float* matrix, float* eigenvalues, float* eigenvectors, int k, int l) {
-    const float p = matrix[k * kN + l];
-    const float y = (eigenvalues[l] - eigenvalues[k]) * 0.5F;
-    float t = std::fabs(y) + hypotSingle(p, y);
-    float s = hypotSingle(p, t);
-    const float c = t / s;
-    s = p / s;
-    t = (p / t) * p;
-    if (y < 0) {
-        s = -s;
-        t = -t;
-    }
-    matrix[k * kN + l] = 0;
-    eigenvalues[k] -= t;
-    eigenvalues[l] += t;
-
-    const Rotation rotation{c, s};
-    for (int m = 0; m < k; ++m) rotation.apply(matrix[m * kN + k], matrix[m * kN + l]);
-    for (int m = k + 1; m < l; ++m) rotation.apply(matrix[k * kN + m], matrix[m * kN + l]);
-    for (int m = l + 1; m < kN; ++m) rotation.apply(matrix[k * kN + m], matrix[l * kN + m]);
-    if (eigenvectors == nullptr) return;
-    for (int m = 0; m < kN; ++m) rotation.apply(eigenvectors[k * kN + m], eigenvectors[l * kN + m]);
+HWY_INLINE hn::Vec<Keys> LoadKeys(const float* elements) {
+    const Floats d;
+    return hn::BitCast(Keys(), hn::Abs(hn::Load(d, elements)));
+}
+HWY_INLINE hn::Vec<Keys> LoadKeys(const int32_t* keys) {
+    return hn::Load(Keys(), keys);
 }
 
-void sortDescending(float* eigenvalues, float* eigenvectors) {
-    for (int k = 0; k < kN - 1; ++k) {
-        int largest = k;
-        for (int i = k + 1; i < kN; ++i) {
-            if (eigenvalues[i] > eigenvalues[largest]) largest = i;
+// The first largest of the eight elements' or keys' lanes from `from` to `to` - 1; -1 is below all.
+template <class T>
+HWY_INLINE Largest LargestOf(const T* HWY_RESTRICT keys, int from, int to) {
+    const Keys d;
+    const auto select = [&](int i) HWY_ATTR {
+        const auto lane = hn::Iota(d, i);
+        const auto in = hn::And(hn::Gt(lane, hn::Set(d, from - 1)), hn::Gt(hn::Set(d, to), lane));
+        return hn::IfThenElse(in, LoadKeys(keys + i), hn::Set(d, -1));
+    };
+    auto best = hn::Set(d, -1);
+    for (int i = 0; i < 8; i += kLanes) best = hn::Max(best, select(i));
+    best = hn::MaxOfLanes(d, best);
+    for (int i = 0; i < 8; i += kLanes) {
+        const intptr_t found = hn::FindFirstTrue(d, hn::Eq(select(i), best));
+        if (found >= 0) return {hn::GetLane(best), static_cast<int32_t>(i + found)};
+    }
+    return {-1, 0};
+}
+
+// The whole symmetric matrix without its diagonal, so that a row holds what stands right of it and above it.
+struct Solver {
+    HWY_ALIGN float matrix[kN][kPitch];
+    HWY_ALIGN float vectors[kN][kPitch];
+    // Largest off-diagonal elements as they were when they were looked for: of row i, 0 to 7, and of column i + 1. A
+    // rotation touches other rows and columns, too: their entries go stale, by design.
+    HWY_ALIGN int32_t rowKeys[8];
+    HWY_ALIGN int32_t columnKeys[8];
+    int32_t columnOfRow[8];
+    int32_t rowOfColumn[8];
+
+    void findMaxima(int k) {
+        if (k < kN - 1) {
+            Largest right = LargestOf(matrix[k], k + 1, 8);
+            const int32_t last = std::bit_cast<int32_t>(std::fabs(matrix[k][8]));
+            if (last > right.key) right = {last, 8};
+            rowKeys[k] = right.key;
+            columnOfRow[k] = right.index;
         }
-        if (largest == k) continue;
-        std::swap(eigenvalues[k], eigenvalues[largest]);
-        if (eigenvectors == nullptr) continue;
-        for (int m = 0; m < kN; ++m) std::swap(eigenvectors[k * kN + m], eigenvectors[largest * kN + m]);
+        if (k > 0) {
+            const Largest above = LargestOf(matrix[k], 0, k);
+            columnKeys[k - 1] = above.key;
+            rowOfColumn[k - 1] = above.index;
+        }
     }
+
+    // Rows first, a column only when strictly above.
+    std::pair<int, int> pivot() const {
+        const Largest row = LargestOf(rowKeys, 0, 8);
+        const Largest column = LargestOf(columnKeys, 0, 8);
+        if (column.key > row.key) return {rowOfColumn[column.index], column.index + 1};
+        return {row.index, columnOfRow[row.index]};
+    }
+
+    void rotate(int k, int l, float cosine, float sine) {
+        rotateRows(matrix[k], matrix[l], cosine, sine);
+        rotateRows(vectors[k], vectors[l], cosine, sine);
+        matrix[k][k] = matrix[k][l] = matrix[l][k] = matrix[l][l] = 0;
+        for (int m = 0; m < kN; ++m) {
+            matrix[m][k] = matrix[k][m];
+            matrix[m][l] = matrix[l][m];
+        }
+    }
+
+  private:
+    static void rotateRows(float* HWY_RESTRICT a, float* HWY_RESTRICT b, float cosine, float sine) {
+        const Floats d;
+        const auto c = hn::Set(d, cosine);
+        const auto s = hn::Set(d, sine);
+        for (int m = 0; m < kPitch; m += kLanes) {
+            const auto x = hn::Load(d, a + m);
+            const auto y = hn::Load(d, b + m);
+            hn::Store(hn::Sub(hn::Mul(x, c), hn::Mul(y, s)), d, a + m);
+            hn::Store(hn::Add(hn::Mul(x, s), hn::Mul(y, c)), d, b + m);
+        }
+    }
+};
+
+// hypot of the widened values, cut to single precision. Neither overflow nor the error of any sane hypot shows in the
+// result, unless the root lies at the middle between two floats or below the normal ones.
+HWY_INLINE float HypotSingle(float a, float b) {
+    const double root = std::sqrt(double{a} * double{a} + double{b} * double{b});
+    constexpr uint64_t kBelow = (uint64_t{1} << 29) - 1;  // bits that are cut off
+    const uint64_t fromMiddle = (std::bit_cast<uint64_t>(root) + 8 - (uint64_t{1} << 28)) & kBelow;
+    if (fromMiddle <= 16 || root < 1.2e-38) [[unlikely]] {
+        return static_cast<float>(std::hypot(double{a}, double{b}));
+    }
+    return static_cast<float>(root);
 }
 
-}  // namespace
-
-int JacobiEigen9(float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor, void* workspace) {
-    auto& maxima = *reinterpret_cast<Maxima*>((reinterpret_cast<uintptr_t>(workspace) + 3) & ~uintptr_t{3});
+void Solve(const float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor) {
+    Solver solver{};
     for (int k = 0; k < kN; ++k) {
         eigenvalues[k] = matrix[k * kN + k];
-        findMaxima(matrix, k, maxima);
-        if (eigenvectors == nullptr) continue;
-        for (int m = 0; m < kN; ++m) eigenvectors[k * kN + m] = k == m ? 1.0F : 0.0F;
+        solver.vectors[k][k] = 1.0F;
+        for (int m = k + 1; m < kN; ++m) solver.matrix[k][m] = solver.matrix[m][k] = matrix[k * kN + m];
     }
+    for (int k = 0; k < kN; ++k) solver.findMaxima(k);
     for (int64_t i = 0; i < int64_t{81} * iterFactor; ++i) {
-        const auto [k, l] = findPivot(maxima);
-        if (magnitude(matrix, k, l) <= kEpsilon) break;
-        rotateAway(matrix, eigenvalues, eigenvectors, k, l);
-        findMaxima(matrix, k, maxima);
-        findMaxima(matrix, l, maxima);
+        const auto [k, l] = solver.pivot();
+        const float p = solver.matrix[k][l];
+        if (std::fabs(p) <= kEpsilon) break;
+        const float y = (eigenvalues[l] - eigenvalues[k]) * 0.5F;
+        const float t = std::fabs(y) + HypotSingle(p, y);
+        const float s = HypotSingle(p, t);
+        const float sine = y < 0 ? -(p / s) : p / s;
+        const float shift = y < 0 ? -((p / t) * p) : (p / t) * p;
+        eigenvalues[k] -= shift;
+        eigenvalues[l] += shift;
+        solver.rotate(k, l, t / s, sine);
+        solver.findMaxima(k);
+        solver.findMaxima(l);
     }
-    sortDescending(eigenvalues, eigenvectors);
+    for (int k = 0; k < kN; ++k) std::copy_n(solver.vectors[k], kN, eigenvectors + k * kN);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(Solve);
+
+int JacobiEigen9(float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor, void* workspace) {
+    // Rotations keep the sum of squares: what begins in this range cannot overflow, nor turn into a NaN.
+    const bool common = std::all_of(matrix, matrix + 81, [](float element) { return std::fabs(element) < 1e15F; });
+    if (!common || eigenvectors == nullptr) {
+        return JacobiEigen9_plain(matrix, eigenvalues, eigenvectors, iterFactor, workspace);
+    }
+    HWY_DYNAMIC_DISPATCH(Solve)(matrix, eigenvalues, eigenvectors, iterFactor);
+    SortEigenpairs(eigenvalues, eigenvectors);
     return 0;
 }
 
 }  // namespace eis
+#endif

@@ -16,5 +16,9 @@ inline constexpr size_t kJacobiWorkspaceBytes = 36 * 4 + 3;
 //   workspace     kJacobiWorkspaceBytes
 // Always 0: reaching the bound leaves the state it stands at.
 int JacobiEigen9(float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor, void* workspace);
+int JacobiEigen9_plain(float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor, void* workspace);
+
+// Its last step: by value, descending; vectors, if not null, with them.
+void SortEigenpairs(float* eigenvalues, float* eigenvectors);
 
 }  // namespace eis

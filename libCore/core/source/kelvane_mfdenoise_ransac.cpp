@@ -78,7 +78,6 @@ EIS_EXPORT ret_status RansacEst_AcoreAPI_EIS(RansacEstParaContext* block) {
         EIS_LOG_INFO("ransac malloc failed!");
         return retStsNoMemory;
     }
-    std::memset(scratch.get(), 0, static_cast<size_t>(words.matchNum));
     pairs.pointNum = FilterDuplicateMatches(knn, pairs, words.ratio, scratch.get());
     if (pairs.pointNum < kMinPairs) {
         storePointNum(block, pairs.pointNum);

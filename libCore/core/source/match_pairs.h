@@ -46,9 +46,12 @@ struct KnnResult {
 // Writes the matchNum pairs that the result names: coordinate * coordScale, in wrapping 32 bits, is in 1/64 pixel.
 void BuildMatchPairs(const KnnResult& knn, const ST_MATCH_PAIRS& pairs);
 
+// Bytes of scratch for each pair of the filter.
+inline constexpr int64_t kFilterScratchPerPair = 16;
+
 // Keeps for each reference point its best match, where its distance is below ratio squared times that of the second
 // best (the nearest-neighbour distance ratio test, Lowe 2004); a point that was matched once passes for any sane ratio.
-// Kept pairs move to the front, in order; returns their number. mask: matchNum bytes, all 0.
-int32_t FilterDuplicateMatches(const KnnResult& knn, const ST_MATCH_PAIRS& pairs, float ratio, uint8_t* mask);
+// Kept pairs move to the front, in order; returns their number. scratch: kFilterScratchPerPair * matchNum bytes.
+int32_t FilterDuplicateMatches(const KnnResult& knn, const ST_MATCH_PAIRS& pairs, float ratio, void* scratch);
 
 }  // namespace eis

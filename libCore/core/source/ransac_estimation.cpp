@@ -143,17 +143,20 @@ struct Score {
     }
 };
 
-Score scoreModel(const Workspace& work, const float* model, float threshold, uint8_t* mask) {
-    const float* errors = work.errors();
-    ReprojectionErrors_neon(work.pairColumns(), model, work.errors());
-    Score score{0, 0.0F};
-    for (int32_t i = 0; i < work.pairCount; ++i) {
-        mask[i] = errors[i] <= threshold ? 1 : 0;
-        if (mask[i] == 0) continue;
-        ++score.inliers;
-        score.error += errors[i];
-    }
-    return score;
+// In the order of the pairs.
+float sumOfErrors(const Workspace& work, const uint8_t* mask) {
+    float sum = 0.0F;
+    for (int32_t i = 0; i < work.pairCount; ++i) sum += mask[i] != 0 ? work.errors()[i] : 0.0F;
+    return sum;
+}
+
+// `best` may count for nothing yet: the mask of a sample that does not beat it may be what is kept. The sum is taken
+// only where it can decide.
+Score scoreModel(const Workspace& work, const float* model, float threshold, const Score& best, bool accepted,
+                 uint8_t* mask) {
+    const int32_t inliers = ReprojectionInliers_neon(work.pairColumns(), model, threshold, accepted ? best.inliers : 0,
+                                                     work.errors(), mask);
+    return {inliers, inliers < best.inliers ? 0.0F : sumOfErrors(work, mask)};
 }
 
 // Iterations after which a sample free of outliers was drawn with the wanted confidence; never more than before.
@@ -199,7 +202,7 @@ int RansacEstimation(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const Ran
         const int status =
             CalcHomography(&sample.ref[0].x, &sample.cur[0].x, kSampleSize, model, kSampleIterFactor, work.eigen);
         if (status != 0) continue;
-        const Score score = scoreModel(work, model, params->threshold, working);
+        const Score score = scoreModel(work, model, params->threshold, best, kept != working, working);
         if (!score.beats(best)) continue;
         best = score;
         std::memcpy(homographyOut, model, sizeof model);

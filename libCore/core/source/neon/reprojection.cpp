@@ -1,5 +1,6 @@
 #include "libCore/core/source/neon/reprojection.h"
 
+#include <algorithm>
 #include <cmath>
 
 #undef HWY_TARGET_INCLUDE
@@ -28,6 +29,29 @@ void ReprojectionErrors(const PairColumns& pairs, const float* homography, float
     }
 }
 
+int CountInliers(const float* HWY_RESTRICT errors, float threshold, int count, uint8_t* HWY_RESTRICT mask) {
+    int inliers = 0;
+    for (int i = 0; i < count; ++i) {
+        const int inlier = errors[i] <= threshold ? 1 : 0;
+        mask[i] = static_cast<uint8_t>(inlier);
+        inliers += inlier;
+    }
+    return inliers;
+}
+
+int ReprojectionInliers(const PairColumns& pairs, const float* homography, float threshold, int needed, float* errors,
+                        uint8_t* mask) {
+    constexpr int kBlock = 128;
+    int inliers = 0;
+    for (int i = 0; i < pairs.count && inliers + pairs.count - i >= needed; i += kBlock) {
+        const int count = std::min(pairs.count - i, kBlock);
+        const PairColumns block{pairs.refX + i, pairs.refY + i, pairs.curX + i, pairs.curY + i, count};
+        ReprojectionErrors(block, homography, errors + i);
+        inliers += CountInliers(errors + i, threshold, count, mask + i);
+    }
+    return inliers;
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace eis
 HWY_AFTER_NAMESPACE();
@@ -36,9 +60,15 @@ HWY_AFTER_NAMESPACE();
 namespace eis {
 
 HWY_EXPORT(ReprojectionErrors);
+HWY_EXPORT(ReprojectionInliers);
 
 void ReprojectionErrors_neon(const PairColumns& pairs, const float* homography, float* errors) {
     HWY_DYNAMIC_DISPATCH(ReprojectionErrors)(pairs, homography, errors);
+}
+
+int ReprojectionInliers_neon(const PairColumns& pairs, const float* homography, float threshold, int needed,
+                             float* errors, uint8_t* mask) {
+    return HWY_DYNAMIC_DISPATCH(ReprojectionInliers)(pairs, homography, threshold, needed, errors, mask);
 }
 
 void ReprojectionErrors_plain(const PairColumns& pairs, const float* h, float* errors) {

@@ -1,0 +1,122 @@
+// The estimation's fast forms against their definitions: eigensolver, counting of inliers, filter of repeated points.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "libCore/core/source/jacobi_eigen9.h"
+#include "libCore/core/source/match_pairs.h"
+#include "libCore/core/source/neon/reprojection.h"
+#include "tests/harness/content.h"
+#include "tests/harness/planes.h"
+#include "tests/harness/targets.h"
+#include "tests/registration/pairs.h"
+
+namespace eis::test {
+namespace {
+
+struct Solution {
+    Solution(decltype(JacobiEigen9)* solve, const float* from, int iterFactor) {
+        float matrix[81];
+        std::memcpy(matrix, from, sizeof matrix);
+        uint8_t workspace[kJacobiWorkspaceBytes];
+        EXPECT_EQ(solve(matrix, results, results + 9, iterFactor, workspace), 0);
+    }
+    bool operator==(const Solution& other) const { return std::memcmp(results, other.results, sizeof results) == 0; }
+    float results[90];
+};
+
+// Symmetric matrices, from those of a fit to ones that overflow; equal, zero and tiny elements among them.
+TEST(FitKernels, EigensolverFormsAgree) {
+    Random random(5);
+    const double scales[] = {1, 1e-3, 1e3, 1e-20, 1e-38, 1e10, 2e15, 1e30};
+    for (int round = 0; round < 400; ++round) {
+        float matrix[81];
+        const double scale = scales[round % std::size(scales)];
+        const int distinct = round % 3 == 0 ? 2 : round % 5 == 0 ? 3 : 1000;
+        for (int i = 0; i < 9; ++i) {
+            for (int j = i; j < 9; ++j) {
+                const auto value = static_cast<double>(random.in(-distinct, distinct)) / distinct;
+                matrix[9 * i + j] = matrix[9 * j + i] = static_cast<float>(value * scale);
+            }
+        }
+        if (round == 7) matrix[3] = matrix[27] = NAN;
+        if (round == 14) matrix[3] = matrix[27] = INFINITY;
+        for (const int iterFactor : {0, 2, 30}) {
+            const Solution expected(JacobiEigen9_plain, matrix, iterFactor);
+            forEachTarget([&] {
+                EXPECT_EQ(Solution(JacobiEigen9, matrix, iterFactor), expected) << round << ", " << iterFactor;
+            });
+        }
+    }
+}
+
+// Every block's end, thresholds that an error meets exactly, and giving up.
+TEST(FitKernels, CountsInliers) {
+    Random random(6);
+    const float homography[9] = {1.01F, 0.02F, 3, -0.02F, 0.99F, -2, 1e-5F, 2e-5F, 1};
+    for (const int count : {1, 7, 127, 128, 129, 300, 1000}) {
+        std::vector<float> columns[4];
+        for (auto& column : columns) {
+            for (int i = 0; i < count; ++i) column.push_back(static_cast<float>(random.unit() * 40));
+        }
+        const PairColumns pairs{columns[0].data(), columns[1].data(), columns[2].data(), columns[3].data(), count};
+        std::vector<float> expected(count);
+        ReprojectionErrors_plain(pairs, homography, expected.data());
+        const float threshold = expected[count / 2];
+        const auto inliers = std::count_if(expected.begin(), expected.end(), [&](float e) { return e <= threshold; });
+        forEachTarget([&] {
+            std::vector<float> errors(count);
+            const GuardedMemory mask(count, {});
+            for (const int needed : {0, static_cast<int>(inliers)}) {
+                ASSERT_EQ(ReprojectionInliers_neon(pairs, homography, threshold, needed, errors.data(), mask.data()),
+                          inliers);
+                EXPECT_EQ(errors, expected);
+                for (int i = 0; i < count; ++i) ASSERT_EQ(mask.data()[i], expected[i] <= threshold ? 1 : 0) << i;
+            }
+            EXPECT_LT(ReprojectionInliers_neon(pairs, homography, threshold, static_cast<int>(inliers) + 1,
+                                               errors.data(), mask.data()),
+                      inliers + 1);
+        });
+    }
+}
+
+// Lists with many repeated points, against a walk over all pairs.
+TEST(FitKernels, FilterWalksWholeGroups) {
+    Random random(7);
+    for (const int count : {1, 2, 3, 64, 500}) {
+        for (const int points : {1, 3, count}) {
+            PairList list;
+            std::vector<int32_t> distances;
+            for (int i = 0; i < count; ++i) {
+                const auto at = static_cast<float>(random.in(0, points));
+                list.add({at, at == 1 ? -0.0F : 0.0F}, {static_cast<float>(i), 0});
+                if (at == 1 && i % 2 == 0) list.ref.back().y = 0.0F;
+                distances.push_back(static_cast<int32_t>(random.in(0, 50)));
+            }
+            std::vector<float> kept;
+            for (int i = 0; i < count; ++i) {
+                bool first = true;
+                int best = i;
+                int second = INT32_MAX;
+                for (int j = 0; j < count; ++j) {
+                    if (j == i || list.ref[j].x != list.ref[i].x) continue;
+                    first = first && j > i;
+                    if (j < i) continue;
+                    second = std::min(second, std::max(distances[best], distances[j]));
+                    if (distances[j] < distances[best]) best = j;
+                }
+                if (first && distances[best] < static_cast<float>(second) * (0.8F * 0.8F)) kept.push_back(best);
+            }
+            const GuardedMemory scratch(kFilterScratchPerPair * count, {Placement::kAtEnd, count % 4});
+            const KnnResult knn{distances.data(), nullptr, nullptr, nullptr, nullptr, count, 1};
+            ASSERT_EQ(FilterDuplicateMatches(knn, list.pairs(), 0.8F, scratch.data()), kept.size()) << count;
+            for (size_t i = 0; i < kept.size(); ++i) EXPECT_EQ(list.cur[i].x, kept[i]) << count << ", " << points;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace eis::test
