@@ -97,6 +97,15 @@ void giveBack(Kind kind, Key key) {
     g_heldCount = state().held.size();
 }
 
+// Counts the call; true when it is to fail.
+bool isMadeToFail(Call call) {
+    if (t_ownWork != 0) return false;
+    if (g_watching.load(std::memory_order_relaxed)) ++g_counts[std::countr_zero(static_cast<uint32_t>(call))];
+    if ((g_failing.load(std::memory_order_relaxed) & call) == 0) return false;
+    const int left = --g_untilFailure;
+    return left <= 0 && left > -g_failuresInARow;
+}
+
 }  // namespace
 
 OwnWork::OwnWork() {
@@ -148,14 +157,6 @@ FailNth::~FailNth() {
 }
 bool FailNth::hit() const {
     return g_untilFailure <= 0;
-}
-
-bool isMadeToFail(Call call) {
-    if (t_ownWork != 0) return false;
-    if (g_watching.load(std::memory_order_relaxed)) ++g_counts[std::countr_zero(static_cast<uint32_t>(call))];
-    if ((g_failing.load(std::memory_order_relaxed) & call) == 0) return false;
-    const int left = --g_untilFailure;
-    return left <= 0 && left > -g_failuresInARow;
 }
 
 FakeClock::FakeClock(int64_t first, int64_t step) {
@@ -211,16 +212,7 @@ void* __real_calloc(size_t count, size_t size);
 void __real_free(void* memory);
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*),
                           void* argument);
-int __real_pthread_join(pthread_t thread, void** result);
-int __real_pthread_detach(pthread_t thread);
-int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
-int __real_pthread_mutex_destroy(pthread_mutex_t* mutex);
-int __real_pthread_attr_init(pthread_attr_t* attributes);
-int __real_pthread_attr_destroy(pthread_attr_t* attributes);
-int __real_sem_init(sem_t* semaphore, int shared, unsigned value);
-int __real_sem_destroy(sem_t* semaphore);
 FILE* __real_fopen(const char* path, const char* mode);
-int __real_fclose(FILE* stream);
 size_t __real_fread(void* buffer, size_t size, size_t count, FILE* stream);
 int __real_gettimeofday(timeval* now, void* zone);
 
@@ -260,52 +252,34 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
     return result;
 }
 
-int __wrap_pthread_join(pthread_t thread, void** result) {
-    // Before the join: afterwards the handle may belong to a new thread.
-    giveBack(Kind::kThread, thread);
-    return __real_pthread_join(thread, result);
-}
+// Stands in for a function that takes a resource or gives one back: after the first step the rest is the real one's.
+#define EIS_TEST_STAND_IN(name, parameters, arguments, ...) \
+    int __real_##name parameters;                           \
+    int __wrap_##name parameters {                          \
+        __VA_ARGS__;                                        \
+        return __real_##name arguments;                     \
+    }
 
-int __wrap_pthread_detach(pthread_t thread) {
-    giveBack(Kind::kThread, thread);
-    return __real_pthread_detach(thread);
-}
+// Before the join: afterwards the handle may belong to a new thread.
+EIS_TEST_STAND_IN(pthread_join, (pthread_t thread, void** result), (thread, result), giveBack(Kind::kThread, thread))
+EIS_TEST_STAND_IN(pthread_detach, (pthread_t thread), (thread), giveBack(Kind::kThread, thread))
+EIS_TEST_STAND_IN(pthread_mutex_init, (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes),
+                  (mutex, attributes), if (isMadeToFail(eis::test::kMutexInit)) return EAGAIN;
+                  hold(Kind::kMutex, mutex))
+EIS_TEST_STAND_IN(pthread_mutex_destroy, (pthread_mutex_t * mutex), (mutex), giveBack(Kind::kMutex, mutex))
+EIS_TEST_STAND_IN(pthread_attr_init, (pthread_attr_t * attributes), (attributes),
+                  if (isMadeToFail(eis::test::kAttrInit)) return ENOMEM;
+                  hold(Kind::kAttribute, attributes))
+EIS_TEST_STAND_IN(sem_init, (sem_t * semaphore, int shared, unsigned value), (semaphore, shared, value),
+                  hold(Kind::kSemaphore, semaphore))
+EIS_TEST_STAND_IN(sem_destroy, (sem_t * semaphore), (semaphore), giveBack(Kind::kSemaphore, semaphore))
+EIS_TEST_STAND_IN(fclose, (FILE * stream), (stream), giveBack(Kind::kStream, stream))
 
-int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
-    if (isMadeToFail(eis::test::kMutexInit)) return EAGAIN;
-    hold(Kind::kMutex, mutex);
-    return __real_pthread_mutex_init(mutex, attributes);
-}
-
-int __wrap_pthread_mutex_destroy(pthread_mutex_t* mutex) {
-    giveBack(Kind::kMutex, mutex);
-    return __real_pthread_mutex_destroy(mutex);
-}
-
-int __wrap_pthread_attr_init(pthread_attr_t* attributes) {
-    if (isMadeToFail(eis::test::kAttrInit)) return ENOMEM;
-    hold(Kind::kAttribute, attributes);
-    return __real_pthread_attr_init(attributes);
-}
-
+int __real_pthread_attr_destroy(pthread_attr_t* attributes);
 int __wrap_pthread_attr_destroy(pthread_attr_t* attributes) {
     giveBack(Kind::kAttribute, attributes);
     const int result = __real_pthread_attr_destroy(attributes);
     return isMadeToFail(eis::test::kAttrDestroy) ? EINVAL : result;
-}
-
-int __wrap_sem_init(sem_t* semaphore, int shared, unsigned value) {
-    if (isMadeToFail(eis::test::kSemInit)) {
-        errno = ENOSPC;
-        return -1;
-    }
-    hold(Kind::kSemaphore, semaphore);
-    return __real_sem_init(semaphore, shared, value);
-}
-
-int __wrap_sem_destroy(sem_t* semaphore) {
-    giveBack(Kind::kSemaphore, semaphore);
-    return __real_sem_destroy(semaphore);
 }
 
 FILE* __wrap_fopen(const char* path, const char* mode) {
@@ -320,11 +294,6 @@ FILE* __wrap_fopen(const char* path, const char* mode) {
     }
     hold(Kind::kStream, stream);
     return stream;
-}
-
-int __wrap_fclose(FILE* stream) {
-    giveBack(Kind::kStream, stream);
-    return __real_fclose(stream);
 }
 
 size_t __wrap_fread(void* buffer, size_t size, size_t count, FILE* stream) {

@@ -15,12 +15,10 @@ enum Call : uint32_t {
     kAllocation = kMalloc | kNew,
     kThreadCreate = 1 << 2,
     kMutexInit = 1 << 3,
-    kSemInit = 1 << 4,
     kAttrInit = 1 << 5,     // pthread_attr_init
     kAttrDestroy = 1 << 6,  // pthread_attr_destroy; the attribute is destroyed all the same
     kFopen = 1 << 7,
-    kFread = 1 << 8,   // delivers nothing
-    kOther = 1u << 31  // for stand-ins of one test program, see isMadeToFail
+    kFread = 1 << 8,  // delivers nothing
 };
 
 // While one lives, what the calling thread does is neither counted nor made to fail: the harness's own work.
@@ -58,9 +56,6 @@ class FailNth {
     bool hit() const;
 };
 
-// For a function that a test program defines in a library's place: counts the call, true when it is to fail.
-bool isMadeToFail(Call call);
-
 // Readings of the clock: the first is `first` microseconds, each later one `step` more.
 class FakeClock {
   public:
@@ -77,7 +72,7 @@ struct FaultLoop {
     std::function<void()> prepare = [] {};            // puts buffers and files in order before each run
     std::function<int()> run;                         // the call under test and nothing else
     std::function<void(int result, int nth)> failed;  // checks a run whose nth call failed
-    std::function<void(int result)> succeeded;        // checks a run without a fault
+    std::function<void(int result)> succeeded = [](int result) { EXPECT_EQ(result, 0); };  // of a run without a fault
 };
 // How many calls were made to fail.
 int failEachInTurn(const FaultLoop& loop);

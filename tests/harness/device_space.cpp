@@ -59,10 +59,6 @@ void DeviceSpace::allow() {
     for (Buffer& buffer : buffers_) buffer.refused = false;
 }
 
-void DeviceSpace::adoptThread() {
-    thread_ = pthread_self();
-}
-
 void DeviceSpace::record(const char* what, const std::string& where) const {
     EXPECT_TRUE(pthread_equal(thread_, pthread_self())) << what << " from another thread";
     recordCallback(what + where);

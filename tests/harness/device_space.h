@@ -41,9 +41,6 @@ class DeviceSpace {
     void refuse(const std::string& name);
     void allow();
 
-    // The calling thread becomes the one that callbacks may come from.
-    void adoptThread();
-
   private:
     struct Buffer {
         std::string name;

@@ -84,6 +84,22 @@ void clearEvents() {
     g_journal.clear();
 }
 
+Events joined(std::initializer_list<Events> parts) {
+    Events all;
+    for (const Events& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+Events upTo(const Events& events, const std::string& event) {
+    const auto found = std::find(events.begin(), events.end(), event);
+    EXPECT_NE(found, events.end()) << event;
+    return {events.begin(), found};
+}
+
+Events through(const Events& events, const std::string& event) {
+    return joined({upTo(events, event), {event}});
+}
+
 Events allEvents() {
     return select([](const Event&) { return true; });
 }

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,12 @@ using Events = std::vector<std::string>;
 
 void recordCallback(const std::string& event);
 void clearEvents();
+
+// One sequence behind the other.
+Events joined(std::initializer_list<Events> parts);
+// What stands before the first event of this text, without it or with it.
+Events upTo(const Events& events, const std::string& event);
+Events through(const Events& events, const std::string& event);
 
 Events allEvents();
 Events logLines();

@@ -18,12 +18,6 @@ const Events kFinished = {"flush Yout", "flush Uvout", "info  [EIS_TIME][SCALE_C
                           "info  Exit func Scale_Bilinear_AcoreAPI \n"};
 const Events kNoMemory = {"error [Scale_Bilinear_AcoreAPI]:  pMem malloc error!\n"};
 
-Events joined(std::initializer_list<Events> parts) {
-    Events all;
-    for (const Events& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
 TEST(ScaleEntry, EachAllocationFailing) {
     const FakeClock clock(0, 12345);
     ScaleCall call(40, 30, 24, 50);
