@@ -1,7 +1,7 @@
 // Which rectangle a homography leaves, and why one is refused.
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -31,72 +31,38 @@ const struct {
 } kCases[] = {
     // The far edges come in until they map to 2 before the frame's size, then to multiples of 8.
     {"identity", 640, 480, {1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 632, 472}, kNoLog},
-    {"identity, not a multiple of 8", 1003, 757, {1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 1000, 752}, kNoLog},
     {"40 to the right", 640, 480, {1, 0, 40, 0, 1, 0, 0, 0, 1}, {0, 0, 592, 472}, kNoLog},
-    {"40 to the left", 640, 480, {1, 0, -40, 0, 1, 0, 0, 0, 1}, {40, 0, 600, 472}, kNoLog},
-    {"40 up", 640, 480, {1, 0, 0, 0, 1, -40, 0, 0, 1}, {0, 40, 632, 440}, kNoLog},
     // An odd position moves on to an even one.
     {"odd x, odd loss", 640, 480, {1, 0, -41, 0, 1, 0, 0, 0, 1}, {48, 0, 592, 472}, kNoLog},
-    {"odd x, odd loss of 3", 640, 480, {1, 0, -45, 0, 1, 0, 0, 0, 1}, {48, 0, 592, 472}, kNoLog},
-    {"odd x, even loss", 641, 480, {1, 0, -41, 0, 1, 0, 0, 0, 1}, {48, 0, 592, 472}, kNoLog},
-    {"odd y", 640, 480, {1, 0, 0, 0, 1, -41, 0, 0, 1}, {0, 48, 632, 432}, kNoLog},
     // Up to 300 may be lost, and half of the frame must be left.
     {"300 to the left", 1280, 960, {1, 0, -300, 0, 1, 0, 0, 0, 1}, {300, 0, 976, 952}, kNoLog},
     {"301 to the left", 1280, 960, {1, 0, -301, 0, 1, 0, 0, 0, 1}, kRefused, kTooFar},
-    {"300 to the right", 1280, 960, {1, 0, 300, 0, 1, 0, 0, 0, 1}, {0, 0, 976, 952}, kNoLog},
-    {"301 to the right", 1280, 960, {1, 0, 301, 0, 1, 0, 0, 0, 1}, kRefused, kTooFar},
-    {"300 up", 1280, 960, {1, 0, 0, 0, 1, -300, 0, 0, 1}, {0, 300, 1272, 656}, kNoLog},
-    {"301 up", 1280, 960, {1, 0, 0, 0, 1, -301, 0, 0, 1}, kRefused, kTooFar},
-    {"301 down", 1280, 960, {1, 0, 0, 0, 1, 301, 0, 0, 1}, kRefused, kTooFar},
-    {"more than half", 400, 400, {1, 0, -202, 0, 1, 0, 0, 0, 1}, kRefused, kNoArea},
     {"half exactly", 400, 400, {1, 0, -200, 0, 1, 0, 0, 0, 1}, kRefused, kNoArea},
-    {"half of the height", 400, 400, {1, 0, 0, 0, 1, -200, 0, 0, 1}, kRefused, kNoArea},
     {"past the frame", 640, 480, {1, 0, -700, 0, 1, 0, 0, 0, 1}, kRefused, kNoOverlap},
-    {"past the frame below", 640, 480, {1, 0, 0, 0, 1, 500, 0, 0, 1}, kRefused, kNoOverlap},
     // No usable inverse.
-    {"zeros", 640, 480, {0, 0, 0, 0, 0, 0, 0, 0, 0}, kRefused, kNoArea},
     {"not numbers", 640, 480, {kNan, kNan, kNan, kNan, kNan, kNan, kNan, kNan, kNan}, kRefused, kNoArea},
     {"singular", 640, 480, {1, 1, 0, 1, 1, 0, 0, 0, 1}, kRefused, kNoArea},
     {"perspective in x", 640, 480, {1, 0, 0, 0, 1, 0, 0.00011F, 0, 1}, kRefused, kBadHomography},
-    {"perspective in y", 640, 480, {1, 0, 0, 0, 1, 0, 0, -0.00011F, 1}, kRefused, kBadHomography},
     {"perspective at its bound", 640, 480, {1, 0, 0, 0, 1, 0, 0.0001F, 0, 1}, {0, 0, 640, 472}, kNoLog},
     // All elements in play; computed apart from this code, from the definition. The inverse's third element is the one
     // that results depend on.
-    {"rotation, down", 1280, 960, {0.9995F, -0.03F, 8, 0.03F, 0.9995F, 150, 0, 0, 1}, {22, 0, 1248, 768}, kNoLog},
-    {"rotation, up", 1280, 960, {0.9995F, 0.03F, -8, -0.03F, 0.9995F, -150, 0, 0, 1}, {8, 192, 1248, 768}, kNoLog},
     {"perspective and scale",
      1280,
      960,
      {1.02F, 0.01F, -30, -0.015F, 0.97F, 25, 2e-5F, -3e-5F, 1},
      {30, 0, 1232, 928},
      kNoLog},
-    {"perspective and rotation",
-     1280,
-     960,
-     {0.999F, -0.045F, 60, 0.045F, 0.999F, -70, -4e-5F, 1e-5F, 1},
-     {0, 72, 1152, 864},
-     kNoLog},
     // Sides that the shrinking of the corners alone would leave outside.
-    {"near sides",
-     1280,
-     960,
-     {0.97F, -0.08F, -110, -0.01F, 0.97F, 40, 2e-5F, 1e-5F, 1.5F},
-     {200, 0, 1080, 960},
-     kNoLog},
     {"near and far sides",
      1280,
      960,
      {1.04F, 0.01F, 130, -0.08F, 0.98F, -120, -3e-5F, 4e-5F, 1.25F},
      {0, 216, 1072, 744},
      kNoLog},
-    {"far sides", 1280, 960, {0.94F, -0.03F, 30, -0.08F, 0.98F, 40, 3e-5F, -2e-5F, 1.5F}, {16, 86, 1264, 832}, kNoLog},
     // The last element counts in the inverse alone: 2 halves the outline's shift, and the loops make up for the rest,
     // one pixel a pass, in at most 49 passes for both of their parts together.
     {"48 and 1 passes on the near side", 640, 480, {1, 0, -94, 0, 1, 0, 0, 0, 2}, {94, 0, 544, 472}, kNoLog},
     {"49 and 1 passes on the near side", 640, 480, {1, 0, -96, 0, 1, 0, 0, 0, 2}, kRefused, kNoArea},
-    {"50 passes on the near side", 640, 480, {1, 0, -98, 0, 1, 0, 0, 0, 2}, kRefused, kNoArea},
-    {"48 and 1 passes on the far side", 640, 480, {1, 0, 90, 0, 1, 0, 0, 0, 2}, {0, 0, 544, 472}, kNoLog},
-    {"49 and 1 passes on the far side", 640, 480, {1, 0, 92, 0, 1, 0, 0, 0, 2}, kRefused, kNoArea},
     {"passes in y", 640, 480, {1, 0, 0, 0, 1, -94, 0, 0, 2}, {0, 94, 632, 384}, kNoLog},
 };
 
@@ -107,10 +73,8 @@ TEST(MotionEstimation, AreasAndRefusals) {
         const bool refused = !c.log.empty();
         EXPECT_EQ(MotionEstimation(c.h, c.width, c.height, &area), refused ? retStsNotEnoughKeypoints : 0) << c.name;
         EXPECT_TRUE(logWas(c.log)) << c.name;
-        EXPECT_EQ(area.x, c.area.x) << c.name;
-        EXPECT_EQ(area.y, c.area.y) << c.name;
-        EXPECT_EQ(area.width, c.area.width) << c.name;
-        EXPECT_EQ(area.height, c.area.height) << c.name;
+        EXPECT_EQ(std::memcmp(&area, &c.area, sizeof area), 0)
+            << c.name << ": " << area.x << " " << area.y << " " << area.width << " " << area.height;
     }
 }
 

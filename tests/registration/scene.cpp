@@ -5,24 +5,6 @@
 
 namespace eis::test {
 
-namespace {
-
-bool isWrong(int match) {
-    return match % 8 == 5;
-}
-
-}  // namespace
-
-Events upTo(const Events& events, const std::string& event) {
-    const auto found = std::find(events.begin(), events.end(), event);
-    EXPECT_NE(found, events.end()) << event;
-    return {events.begin(), found};
-}
-
-Events through(const Events& events, const std::string& event) {
-    return joined({upTo(events, event), {event}});
-}
-
 Events forPlanes(const std::string& what, const std::string& picture) {
     Events events;
     for (int i = 0; i < 3; ++i) events.push_back((what + " ").append(picture).append(std::to_string(i)));

@@ -12,15 +12,6 @@
 
 namespace eis::test {
 
-inline Events joined(std::initializer_list<Events> parts) {
-    Events all;
-    for (const Events& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-// What stands before an event, without it or with it.
-Events upTo(const Events& events, const std::string& event);
-Events through(const Events& events, const std::string& event);
-
 // A block of device memory at an odd address, at the end of its pages.
 class OddBlock {
   public:
@@ -66,6 +57,11 @@ class Scene {
     bool homographyUntouched() const { return homography.bytes() == std::vector<uint8_t>(36, 0xEE); }
     bool homographyIsIdentity() const;
     bool outputUntouched() const { return static_cast<bool>(samePictures(output, before)); }
+    bool pointsUntouched() const {
+        const std::vector<uint8_t> filled(refPoints.size(), 0xEE);
+        return refPoints.bytes() == filled && curPoints.bytes() == filled;
+    }
+    static bool isWrong(int match) { return match % 8 == 5; }
     // The number of pairs that are right.
     int inliers() const;
 
