@@ -1,5 +1,8 @@
 #include "tests/frame/trace_recorder.h"
 
+#include <gtest/gtest.h>
+#include <pthread.h>
+
 #include <cstdarg>
 #include <mutex>
 #include <utility>
@@ -14,18 +17,17 @@ namespace {
 std::mutex g_mutex;
 std::vector<TraceRecord> g_traces;
 
-void record(bool acquired, const char* tag, va_list arguments) {
+void record(const char* sign, const char* tag, va_list arguments) {
     const OwnWork own;
-    TraceRecord trace{acquired, tag, va_arg(arguments, const char*), "", 0, 0, nullptr, 0, {}};
-    trace.signature = va_arg(arguments, const char*);
-    trace.line = va_arg(arguments, int);
-    trace.kind = va_arg(arguments, int);
-    if (trace.kind == kTraceMemory) {
+    TraceRecord trace{std::string(sign) + tag, 0, 0};
+    for (int i = 0; i < 2; ++i) trace.text.append(" ").append(va_arg(arguments, const char*));
+    EXPECT_GT(va_arg(arguments, int), 0) << "the line";
+    if (va_arg(arguments, int) == kTraceMemory) {
         EXPECT_EQ(va_arg(arguments, int), 0);
-        trace.memory = va_arg(arguments, void*);
+        trace.what = reinterpret_cast<uintptr_t>(va_arg(arguments, void*));
         trace.size = va_arg(arguments, size_t);
     } else {
-        trace.thread = va_arg(arguments, pthread_t);
+        trace.what = va_arg(arguments, pthread_t);
     }
     const std::lock_guard lock(g_mutex);
     g_traces.push_back(std::move(trace));
@@ -45,14 +47,14 @@ namespace eis {
 void traceAcquire(const char* tag, ...) {
     va_list arguments;
     va_start(arguments, tag);
-    test::record(true, tag, arguments);
+    test::record("+", tag, arguments);
     va_end(arguments);
 }
 
 void traceRelease(const char* tag, ...) {
     va_list arguments;
     va_start(arguments, tag);
-    test::record(false, tag, arguments);
+    test::record("-", tag, arguments);
     va_end(arguments);
 }
 

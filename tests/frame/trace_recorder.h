@@ -1,23 +1,16 @@
 // The trace hooks of this test program: they stand in for the library's empty ones and keep what they are given.
 #pragma once
 
-#include <pthread.h>
-
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace eis::test {
 
 struct TraceRecord {
-    bool acquired;
-    std::string tag;
-    std::string unit;
-    std::string signature;
-    int line;
-    int kind;
-    const void* memory;  // of a memory record, else null
-    size_t size;
-    pthread_t thread;  // of a thread record, else zero
+    std::string text;  // "+TAG UNIT SIGNATURE" when acquired, "-TAG ..." when released
+    uint64_t what;     // the address of a memory block, or the thread
+    size_t size;       // of a memory block
 };
 
 // The records since the last call.
