@@ -36,20 +36,17 @@ std::string rowOf(const TuningKey& key) {
 TEST(TuningKeys, PageIsCurrent) {
     const std::string page = readFile(EIS_TEST_FOLDER "/../../docs/tuning-keys.md");
     std::string section;
-    size_t place = 0;
+    std::string expected;
     for (const TuningKey& key : kTuningKeys) {
         if (key.iso > 1) continue;
-        std::string expected;
         if (section != key.section) {
             section = key.section;
             expected.append("\n## /Config/").append(section).append(key.iso > 0 ? "/ISOn" : "");
             expected += "\n\n| Key | Type | Offset | Default | Range |\n|---|---|---|---|---|\n";
         }
         expected += rowOf(key);
-        const size_t found = page.find(expected, place);
-        ASSERT_NE(found, std::string::npos) << "docs/tuning-keys.md lacks, after the key before: " << expected;
-        place = found + expected.size();
     }
+    EXPECT_EQ(page.substr(page.find("\n## ")), expected);
 }
 
 }  // namespace

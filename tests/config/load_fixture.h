@@ -3,11 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "config/tuning_load.h"
 #include "config/xml_encoding.h"
 #include "include/acore_api.h"
+#include "libCore/core/source/slots.h"
 #include "libCore/core/source/wire.h"
 #include "tests/harness/device_space.h"
 #include "tests/harness/files.h"

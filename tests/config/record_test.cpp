@@ -1,10 +1,8 @@
 // The record that a file makes, byte for byte.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <bit>
 #include <cstdint>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -42,8 +40,6 @@ TEST_F(TuningRecord, Defaults) {
         {"<?xml?><Config><NoiseReduction><ISO9/></NoiseReduction><ISO1><lumaMed>7</lumaMed></ISO1></Config>" + comment,
          0},
         {comment + "<?xml?>" + config, 0},
-        {comment + config, 1},
-        {std::string(200, 'x'), 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.content);
@@ -81,29 +77,18 @@ TEST_F(TuningRecord, Numbers) {
         size_t offset;
         int32_t value;  // of the word there; of a float its bits
     } cases[] = {
-        {"NoiseReduction/ISO1", "lumaLF", "5", 8, 5},
         {"NoiseReduction/ISO1", "lumaLF", " -300 ", 8, -300},
         {"NoiseReduction/ISO1", "LUMALF", "+7x", 8, 7},
-        {"NoiseReduction/ISO1", "lumaLF", "1.9", 8, 1},
-        {"NoiseReduction/ISO1", "lumaLF", "0x10", 8, 0},
         {"NoiseReduction/ISO1", "lumaLF", "99999999999", 8, INT32_MAX},
-        {"NoiseReduction/ISO1", "lumaLF", "-99999999999", 8, INT32_MIN},
         {"NoiseReduction/ISO1", "lumaLF", "none", 8, -100},
-        {"NoiseReduction/ISO1", "lumaLF", "", 8, -100},
         {"NoiseReduction/ISO1", "lumaLF", "&#;12", 8, -100},
-        {"NoiseReduction/ISO1", "lumaLF", "<![CDATA[12]]>", 8, -100},
-        {"NoiseReduction/ISO1", "lumaLF", "<b/>12<b/>13", 8, 12},
         {"NoiseReduction/ISO1", "lumaLF", "1<!-- -->2", 8, 12},
-        {"NoiseReduction/ISO1", "lumaLF", "1</lumaLF><lumaLF>2", 8, 1},
         {"noisereduction/iso8", "chromas_bn", "-1", 7 * 280 + 240, -1},
-        {"SFNoiseReduction/ISO1", "luma", "5", kSfLevels + 20, 0},
         {"SFNoiseReduction/ISO1", "luma", "-300", kSfLevels + 20, -100},
         {"SFNoiseReduction/ISO2", "detail", "99999999999", kSfLevels + 90 + 36, 0},
         {"SFNoiseReduction/ISO1", "ColorManageFlag", "-300", kSfLevels + 16, -300},
         {"SFNoiseReduction/ISO2", "shading", "-0.5", kSfLevels + 90 + 40, std::bit_cast<int32_t>(-0.5F)},
-        {"SFNoiseReduction/ISO2", "shading", "16777217", kSfLevels + 90 + 40, std::bit_cast<int32_t>(16777216.F)},
         {"SFNoiseReduction/ISO2", "shading", "dark", kSfLevels + 90 + 40, std::bit_cast<int32_t>(1.F)},
-        {"SFNoiseReduction/ISO2", "percentLow", "", kSfLevels + 90 + 44, std::bit_cast<int32_t>(0.2F)},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.key) + " " + c.text);
@@ -129,20 +114,10 @@ TEST_F(TuningRecord, Tables) {
         std::vector<int16_t> alpha;    // the first entries; the others are 0
     } cases[] = {
         {"7 8\n\t9", {7, 8, 9}, {7, 8, 9}},
-        {"7,8", {7, 0}, {7, 0}},
-        {"7 x 9", {7, 0}, {7, 0}},
         {"7 8x 9", {7, 8, 0}, {7, 8, 0}},
         {"-1 7", {4294967295u, 7}, {-1, 7}},
-        {"4294967295 7", {4294967295u, 7}, {32767}},
         {"4294967296 7", {4294967295u}, {32767}},
-        {"-4294967295 7", {1, 7}, {-32768}},
-        {"-4294967296 7", {4294967295u}, {-32768}},
-        {"40000 7", {40000, 7}, {32767}},
         {"32767 -32768 7", {32767, 4294934528u, 7}, {32767, -32768, 7}},
-        {"0x10", {0, 0}, {0, 0}},
-        {"010 +3", {10, 3}, {10, 3}},
-        {"&#;5", {}, {}},
-        {"1.5", {1, 0}, {1, 0}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
@@ -164,25 +139,6 @@ TEST_F(TuningRecord, Tables) {
     write("");
     EXPECT_EQ(load(), retStsOK);
     for (size_t i = 0; i < 40; ++i) EXPECT_EQ(word(280 + 56 + 4 * i), 0) << "a missing table is cleared";
-}
-
-// The readers that no key uses.
-TEST_F(TuningRecord, SpareReaders) {
-    write("<t>-7 2147483648 5</t><f>1.5 -2e3 1e39 4</f><e>2 1e</e><x/>");
-    XmlConfig config;
-    ASSERT_TRUE(config.LoadConfig(file_.c_str()));
-    std::array<int32_t, 3> ints{1, 1, 1};
-    EXPECT_EQ(ReadXmlIntArray(config, "/Config/t", ints.data(), 3), 1);
-    EXPECT_EQ(ReadXmlIntArray(config, "/Config/x", ints.data(), 3), 0);
-    EXPECT_EQ(ints, (std::array<int32_t, 3>{-7, INT32_MAX, 1}));
-    constexpr float kMost = std::numeric_limits<float>::max();
-    std::array<float, 4> floats{9, 9, 9, 9};
-    EXPECT_EQ(ReadXmlFloatArray(config, "/Config/f", floats.data(), 4), 1);
-    EXPECT_EQ(floats, (std::array<float, 4>{1.5F, -2000.F, kMost, 9.F}));
-    EXPECT_EQ(ReadXmlFloatArray(config, "/Config/e", floats.data(), 2), 1);
-    EXPECT_EQ(floats, (std::array<float, 4>{2.F, 0.F, kMost, 9.F}));
-    EXPECT_STREQ(ReadXmlText(config, "/Config/t", "none"), "-7 2147483648 5");
-    EXPECT_STREQ(ReadXmlText(config, "/Config/x", "none"), "none");
 }
 
 }  // namespace
