@@ -19,23 +19,16 @@ TEST(BoundedFormat, CountsAndCuts) {
         int result;
         size_t kept;
     } cases[] = {
-        {256, kNoCount, 255, 255, 255},
         {256, kNoCount, 256, -1, 0},
         {1, kNoCount, 0, 0, 0},
-        {256, 256, 255, 255, 255},
         {256, 256, 256, -1, 0},
-        {256, 10, 10, 10, 10},
         {256, 10, 300, -1, 10},
         {256, 255, 300, -1, 255},
-        {256, 0, 0, 0, 0},
         {256, 0, 5, -1, 0},
-        {16, 200, 15, 15, 15},
         {16, 200, 16, -1, 0},
         {256, kMaxBoundedSize - 1, 20, 20, 20},
         {256, kMaxBoundedSize, 20, -1, 0},
         {0, 4, 2, -1, SIZE_MAX},
-        {0, kNoCount, 2, -1, SIZE_MAX},
-        {kMaxBoundedSize + 1, 4, 2, -1, 0},
         {kMaxBoundedSize + 1, kNoCount, 2, -1, 0},
     };
     for (const auto& c : cases) {
