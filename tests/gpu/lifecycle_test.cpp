@@ -94,11 +94,9 @@ TEST_F(Lifecycle, FindsTheVendorsGpu) {
     const EisLayerSettings none{nullptr, nullptr, 0, 0, 1, 0};
     eisLayerReset(&none);
     EXPECT_EQ(SetUpOpenclMFNR(nullptr), retStsThreadError) << "a foundation without a platform has no program";
-}
-
-TEST_F(Lifecycle, WithoutTheImportExtensionThereIsNoContext) {
-    const EisLayerSettings settings{nullptr, nullptr, 0, 1, 0, 0};
-    eisLayerReset(&settings);
+    const EisLayerSettings noImport{nullptr, nullptr, 0, 1, 0, 0};
+    eisLayerReset(&noImport);
+    clearEvents();
     EXPECT_EQ(SetUpOpenclMFNR(nullptr), retStsThreadError);
     EXPECT_TRUE(logWas({"info loadV2 = false", "error [GPU]: Get cl extension functions failed.\n", "info[MFNR_AP] *",
                         "info[MFNR_AP] *"}));
@@ -130,21 +128,18 @@ TEST_F(Lifecycle, AnyOpenClCallMayFail) {
 }
 
 TEST_F(Lifecycle, AnyAllocationMayFail) {
-    const int faults = test::failEachInTurn({.calls = test::kMalloc,
-                                             .run =
-                                                 [] {
-                                                     const int status = SetUpOpenclMFNR(nullptr);
-                                                     CleanOpenclMFNR();
-                                                     return status;
-                                                 },
-                                             .failed =
-                                                 [](int status, int) {
-                                                     EXPECT_EQ(status, retStsThreadError);
-                                                     EXPECT_EQ(eisLayerLive(), 0);
-                                                 },
-                                             .succeeded = [](int status) { EXPECT_EQ(status, retStsOK); }});
+    const auto run = [] {
+        const int status = SetUpOpenclMFNR(nullptr);
+        CleanOpenclMFNR();
+        return status;
+    };
+    const auto failed = [](int status, int /*nth*/) {
+        EXPECT_EQ(status, retStsThreadError);
+        EXPECT_EQ(eisLayerLive(), 0);
+    };
+    const auto succeeded = [](int status) { EXPECT_EQ(status, retStsOK); };
     // Foundation, four arrays, devices of a platform, context, file, lists of binaries and of sizes.
-    EXPECT_EQ(faults, 10);
+    EXPECT_EQ(test::failEachInTurn({.calls = test::kMalloc, .run = run, .failed = failed, .succeeded = succeeded}), 10);
 }
 
 TEST_F(Lifecycle, CleaningNothingIsNoFailure) {

@@ -1,7 +1,8 @@
 // The GPU thread: parameters, joins in every order, results.
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
+#include <string>
 #include <vector>
 
 #include "include/acore_api.h"
@@ -25,25 +26,23 @@ void* fail(void* param) {
 
 TEST(GpuThread, SeesACopyOfItsParameters) {
     std::vector<char> param(kGpuThreadParamSize + 1, 'p');
-    ASSERT_EQ(createGPUThread(look, param.data(), kGpuThreadParamSize), 0);
-    std::fill(param.begin(), param.end(), 'q');
-    EXPECT_EQ(joinGPUThread(), 0);
-    EXPECT_EQ(g_seen, std::vector<char>(kGpuThreadParamSize, 'p'));
-
     EXPECT_EQ(createGPUThread(look, param.data(), kGpuThreadParamSize + 1), -1);
     EXPECT_TRUE(test::logWas({"error [GPU]: Set Thread Param failed, out of size!"}));
-
-    ASSERT_EQ(createGPUThread(look, param.data(), 3), 0);
-    EXPECT_EQ(joinGPUThread(), 0);
-    EXPECT_EQ(std::string(g_seen.begin(), g_seen.begin() + 5), "qqqpp");
-
-    ASSERT_EQ(createGPUThread(look, nullptr, 100), 0);
-    EXPECT_EQ(joinGPUThread(), 0);
-    EXPECT_EQ(g_seen[0], 'q') << "without parameters the old ones stand";
-
-    ASSERT_EQ(createGPUThread(look, param.data(), -1), 0);
-    EXPECT_EQ(joinGPUThread(), 0);
-    EXPECT_EQ(g_seen, std::vector<char>(kGpuThreadParamSize, 0)) << "a refused copy clears";
+    // Behind the copied bytes, and without parameters, the old ones stand; a refused copy clears.
+    const struct {
+        void* param;
+        int size;
+        std::string seen;
+    } cases[] = {{param.data(), kGpuThreadParamSize, "ppppp"},
+                 {param.data(), 3, "qqqpp"},
+                 {nullptr, 100, "qqqpp"},
+                 {param.data(), -1, std::string(5, '\0')}};
+    for (const auto& c : cases) {
+        ASSERT_EQ(createGPUThread(look, c.param, c.size), 0);
+        std::fill(param.begin(), param.end(), 'q');
+        EXPECT_EQ(joinGPUThread(), 0);
+        EXPECT_EQ(std::string(g_seen.begin(), g_seen.begin() + 5), c.seen);
+    }
 }
 
 // Every way to end it joins it exactly once.
@@ -68,13 +67,19 @@ TEST(GpuThread, IsJoinedOnce) {
     EXPECT_TRUE(watch.nothingLeft());
 }
 
-TEST(GpuThread, ThatCannotStartIsNotJoined) {
-    {
-        const test::FailNth failing(test::kThreadCreate, 1);
-        EXPECT_EQ(createGPUThread(fail, nullptr, 0), -1);
-    }
-    EXPECT_TRUE(test::logWas({"error Thread Create Failed!"}));
-    EXPECT_EQ(joinGPUThread(), 0);
+TEST(GpuThread, EachThreadStartFailing) {
+    const auto run = [] {
+        const int status = createGPUThread(look, nullptr, 0);
+        EXPECT_EQ(joinGPUThread(), 0);
+        return status;
+    };
+    const auto failed = [](int status, int /*nth*/) {
+        EXPECT_EQ(status, -1);
+        EXPECT_TRUE(test::logWas({"error Thread Create Failed!"}));
+    };
+    const auto succeeded = [](int status) { EXPECT_EQ(status, 0); };
+    EXPECT_EQ(
+        test::failEachInTurn({.calls = test::kThreadCreate, .run = run, .failed = failed, .succeeded = succeeded}), 1);
 }
 
 }  // namespace
