@@ -7,7 +7,6 @@
 #include <string>
 
 #include "tests/harness/events.h"
-#include "tests/harness/watchdog.h"
 
 namespace eis::test {
 
@@ -33,13 +32,6 @@ class PerTest : public testing::EmptyTestEventListener {
 };
 
 }  // namespace
-
-Deadline::Deadline(unsigned seconds) {
-    alarm(seconds);
-}
-Deadline::~Deadline() {
-    alarm(kTestSeconds);
-}
 
 }  // namespace eis::test
 
