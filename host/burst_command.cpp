@@ -77,9 +77,9 @@ void saveResult(const std::string& path, const nlohmann::json& result) {
     if (!file) throw HostError(kExitUnwritable, path + ": cannot be written");
 }
 
-std::string numbered(const std::string& folder, const char* what, int number) {
+std::string numbered(const std::string& folder, const char* what, std::size_t number) {
     char name[48];
-    std::snprintf(name, sizeof name, "%s_%02d.png", what, number);
+    std::snprintf(name, sizeof name, "%s_%02zu.png", what, number);
     return (std::filesystem::path(folder) / name).string();
 }
 
@@ -92,6 +92,18 @@ std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const
     DenoiseSettings settings;
     assignRow(settings, loadTuningRecord(file, options.trace, options.log), arguments.isoRow);
     return BurstDenoiser(settings, options, clean);
+}
+
+// The pictures of the frame with this number, named in its report.
+void saveFrame(FrameReport& report, const PreparedFrame& reference, const std::optional<BurstDenoiser>& denoiser,
+               const std::string& folder, std::size_t number) {
+    report.alignedFile = numbered(folder, "aligned", number);
+    report.overlayFile = numbered(folder, "overlay", number);
+    savePicture(report.alignedFile, report.outcome.aligned);
+    saveOverlay(report.overlayFile, report, std::filesystem::path(reference.name).filename().string());
+    if (denoiser) {
+        report.denoised = denoiser->run(report.outcome.aligned, report.area, numbered(folder, "denoised", number));
+    }
 }
 
 void runBurst(const BurstArguments& arguments) {
@@ -111,6 +123,7 @@ void runBurst(const BurstArguments& arguments) {
     const std::optional<BurstDenoiser> denoiser = makeDenoiser(arguments, truth.clean());
     makeFolder(arguments.folder);
 
+    const std::string resultFile = (std::filesystem::path(arguments.folder) / "result.json").string();
     BurstOutput output(arguments.json, arguments.inputs.size());
     nlohmann::json result = {{"reference", reference.name},
                              {"width", reference.picture.width},
@@ -123,27 +136,25 @@ void runBurst(const BurstArguments& arguments) {
         result["referenceDenoised"] = denoised;
         output.reference(reference.name, denoised);
     }
-    int number = 0;
-    output.progress(1, arguments.inputs.size() > 1 ? arguments.inputs[1] : reference.name);
-    while (std::optional<NamedPicture> next = reader.next()) {
-        output.progress(next->file, next->name);
-        const PreparedFrame frame(next->name, std::move(next->picture));
-        FrameReport report = reportFrame(reference, frame, options);
-        truth.score(report, frame.name, frame.picture);
-        ++number;
-        report.alignedFile = numbered(arguments.folder, "aligned", number);
-        report.overlayFile = numbered(arguments.folder, "overlay", number);
-        savePicture(report.alignedFile, report.outcome.aligned);
-        saveOverlay(report.overlayFile, report, std::filesystem::path(reference.name).filename().string());
-        if (denoiser) {
-            report.denoised =
-                denoiser->run(report.outcome.aligned, report.area, numbered(arguments.folder, "denoised", number));
+    try {
+        output.progress(1, arguments.inputs.size() > 1 ? arguments.inputs[1] : reference.name);
+        while (std::optional<NamedPicture> next = reader.next()) {
+            output.progress(next->file, next->name);
+            const PreparedFrame frame(next->name, std::move(next->picture));
+            FrameReport report = reportFrame(reference, frame, options);
+            truth.score(report, frame.name, frame.picture);
+            saveFrame(report, reference, denoiser, arguments.folder, result["frames"].size() + 1);
+            result["frames"].push_back(report);
+            output.frame(report);
         }
-        result["frames"].push_back(report);
-        output.frame(report);
+    } catch (const std::exception& error) {
+        // The frames that are done stand in the result, with the reason why there are no more.
+        result["error"] = error.what();
+        saveResult(resultFile, result);
+        throw;
     }
-    if (number == 0) throw HostError(kExitUsage, "a burst needs a reference and at least one frame");
-    saveResult((std::filesystem::path(arguments.folder) / "result.json").string(), result);
+    if (result["frames"].empty()) throw HostError(kExitUsage, "a burst needs a reference and at least one frame");
+    saveResult(resultFile, result);
     output.finish(arguments.folder);
 }
 
@@ -174,9 +185,11 @@ void addBurstCommand(CLI::App& app) {
     command->footer(
         "Each frame is one call of Ransac_Regis_AcoreAPI_EIS with idx 1. A frame that the library refuses is "
         "delivered\n"
-        "unaligned and listed with its reason; the exit code stays 0. With a truth.json of eis-host synth beside the\n"
-        "frames the table also shows the corner error in pixels, and the PSNR of luma against the clean reference\n"
-        "inside the filled rectangle: unaligned, aligned, and aligned by the true homography.\n\n"
+        "unaligned and listed with its reason; the exit code stays 0. An input that cannot be read or used ends the\n"
+        "burst; result.json then holds the frames before it, and the reason as \"error\".\n"
+        "With a truth.json of eis-host synth beside the frames the table also shows the corner error in pixels, and\n"
+        "the PSNR of luma against the clean reference inside the filled rectangle: unaligned, aligned, and aligned by\n"
+        "the true homography.\n\n"
         "  eis-host burst IMG_01.jpg IMG_02.jpg IMG_03.jpg --out aligned\n"
         "  eis-host synth photo.jpg --frames 4 --noise medium --out b && eis-host burst b/frame_*.png --out b/aligned");
     command->callback([arguments] { runBurst(*arguments); });

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
@@ -115,56 +114,21 @@ TEST(DenoiseCommand, LeavesNoSeamBetweenBands) {
     }
 }
 
-TEST(DenoiseCommand, RefusesWhatItCannotDenoise) {
+TEST(SearchCommand, PrintsARowThatTheLibraryReads) {
     const ScratchFolder folder;
-    savePicture(folder.file("in.y4m"), Picture(256, 192));
-    savePicture(folder.file("small.y4m"), Picture(126, 128));
-    savePicture(folder.file("other.png"), Picture(192, 256));
-    const std::string files = folder.file("in.y4m") + " " + folder.file("out.y4m") + " ";
-    const std::string other = folder.file("other.png");
-    const struct {
-        std::string arguments;
-        int exitCode;
-        std::string said;
-    } cases[] = {
-        {files, kExitUsage, "--iso-row"},
-        {files + "lumaLFF=3", kExitUsage, "did you mean lumaLF"},
-        {files + "lumaLF=soft", kExitUsage, "whole number"},
-        {files + "chromaEdgeLevel=256", kExitUsage, "0 to 255"},
-        {files + "chromaNrLUT=1,,2", kExitUsage, "up to 40 numbers"},
-        {files + "--tuning x.xml lumaLF=3", kExitUsage, "needs --iso-row"},
-        {files + "--iso-row 1 --mask " + other, kExitUsage, "--chroma-only low"},
-        {files + "--iso-row 1 --tuning " + folder.file("none.xml"), kExitUnreadable, "no such file"},
-        {files + "--iso-row 1 --tuning " + folder.write("short.xml", "<Config/>"), kExitLibrary, "refuses"},
-        {files + "--iso-row 1 --chroma-only low --mask " + other, kExitUnsuitable, "the mask has 192x256"},
-        {files + "--iso-row 1 --truth " + other, kExitUnsuitable, "has 192x256"},
-        {folder.file("small.y4m") + " " + folder.file("out.y4m") + " --iso-row 1", kExitUnsuitable, "too small"},
-    };
-    for (const auto& [arguments, exitCode, said] : cases) {
-        const CliResult result = runCli("denoise " + arguments);
-        EXPECT_EQ(result.exitCode, exitCode) << arguments << '\n' << result.err;
-        EXPECT_NE(result.err.find(said), std::string::npos) << arguments << '\n' << result.err;
-    }
-    EXPECT_EQ(runCli("denoise " + files + "--iso-row 9").exitCode, kExitUsage);
-    EXPECT_EQ(runCli("denoise " + files + "--iso-row 1 --chroma-only middle").exitCode, kExitUsage);
-}
-
-TEST(DenoiseCommand, DenoisesABurstAfterRegistration) {
-    const ScratchFolder folder;
-    cv::imwrite(folder.file("photo.png"), collage(800, 620));
-    ASSERT_EQ(runCli("synth " + folder.file("photo.png") +
-                     " --frames 2 --noise medium --shift 15 --size 640x480 --out " + folder.file("b"))
-                  .exitCode,
-              kExitOk);
-    const CliResult burst =
-        runCli("burst --json --denoise " + folder.file("b") + "/frame_*.png --out " + folder.file("out"));
-    ASSERT_EQ(burst.exitCode, kExitOk) << burst.err;
-    const nlohmann::json result = nlohmann::json::parse(folder.read("out/result.json"));
-    for (const nlohmann::json& denoised : {result["referenceDenoised"], result["frames"][0]["denoised"]}) {
-        EXPECT_TRUE(std::filesystem::exists(denoised["file"].get<std::string>())) << denoised;
-        EXPECT_GT(denoised["psnrAfter"]["y"], denoised["psnrBefore"]["y"]) << denoised;
-    }
-    EXPECT_EQ(runCli("burst --iso-row 3 a.png b.png --out " + folder.file("out")).exitCode, kExitUsage);
+    cv::Mat soft;
+    cv::GaussianBlur(collage(128, 128), soft, {}, 4);
+    const Picture clean = pictureFromBgr(soft);
+    savePicture(folder.file("clean.y4m"), clean);
+    savePicture(folder.file("noisy.y4m"), noisy(clean, 8));
+    const CliResult found = runCli("search " + folder.file("noisy.y4m") + " " + folder.file("clean.y4m") + " --row 3");
+    ASSERT_EQ(found.exitCode, kExitOk) << found.err;
+    EXPECT_NE(found.err.find("luma +"), std::string::npos) << found.err;
+    const std::string file = folder.write("multiframe.xml", "<?xml version='1.0'?>\n<Config><NoiseReduction>\n" +
+                                                                found.out + "</NoiseReduction></Config>");
+    const CliResult shown = runCli("tuning show " + file);
+    EXPECT_EQ(shown.exitCode, kExitOk) << shown.err << found.out;
+    EXPECT_EQ(shown.out.find("NoiseReduction/ISO3/chromaNrLUT = 0 0 0"), std::string::npos) << shown.out;
 }
 
 }  // namespace

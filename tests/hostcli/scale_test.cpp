@@ -24,16 +24,6 @@ Picture testPicture(int width, int height) {
     return picture;
 }
 
-TEST(ScaleCommand, KeepsAPictureOfEqualSize) {
-    const ScratchFolder folder;
-    const Picture picture = testPicture(150, 98);
-    savePicture(folder.file("in.y4m"), picture);
-    const CliResult result = runCli("scale " + folder.file("in.y4m") + " " + folder.file("out.y4m") + " --size 150x98");
-    ASSERT_EQ(result.exitCode, kExitOk) << result.err;
-    const Picture scaled = loadPicture(folder.file("out.y4m"));
-    for (int plane = 0; plane < 3; ++plane) EXPECT_EQ(scaled.planes[plane], picture.planes[plane]) << plane;
-}
-
 TEST(ScaleCommand, CropsAllPlanesAtTheSamePlace) {
     const ScratchFolder folder;
     const Picture picture = testPicture(300, 200);
@@ -60,37 +50,6 @@ TEST(ScaleCommand, HalvesEveryPictureOfAPipe) {
     cv::Mat means;
     cv::resize(pictures[0].mat(0), means, {32, 32}, 0, 0, cv::INTER_AREA);
     EXPECT_LE(cv::norm(halves[1].mat(0), means, cv::NORM_INF), 1);  // the entry truncates
-}
-
-TEST(ScaleCommand, RefusesWhatItCannotScale) {
-    const ScratchFolder folder;
-    const std::string in = folder.file("in.y4m");
-    const std::string out = folder.file("out.png");
-    savePicture(in, testPicture(64, 48));
-    const struct {
-        std::string arguments;
-        int exitCode;
-    } cases[] = {
-        {"scale " + in + " " + out + " --size 33x32", kExitUsage},
-        {"scale " + in + " " + out + " --size 0x0", kExitUsage},
-        {"scale " + in + " " + out + " --size big", kExitUsage},
-        {"scale " + in + " " + out + " --size 32x32 --crop 1,2,4,4", kExitUsage},
-        {"scale " + in + " " + out + " --size 32x32 --crop 0,0,4", kExitUsage},
-        {"scale " + in + " " + out + " --size 32x32 --crop 40,0,32,32", kExitUnsuitable},
-        {"scale " + in + " " + out + " --size 32x32 --crop -2,0,32,32", kExitUnsuitable},
-        {"scale " + in + " " + out + " --size 32x32 --crop 0,0,2147483646,2", kExitUnsuitable},
-        {"scale " + folder.file("none.png") + " " + out + " --size 32x32", kExitUnreadable},
-        {"scale " + folder.write("text.png", "not a picture") + " " + out + " --size 32x32", kExitUnreadable},
-        {"scale " + folder.write("short.yuv", std::string(100, 'x')) + " " + out + " --size 32x32 --raw-size 64x48",
-         kExitUnreadable},
-        {"scale " + in + " " + folder.file("nowhere/out.png") + " --size 32x32", kExitUnwritable},
-        {"scale " + in + " " + folder.file("out.gif") + " --size 32x32", kExitUsage},
-    };
-    for (const auto& [arguments, exitCode] : cases) {
-        const CliResult result = runCli(arguments);
-        EXPECT_EQ(result.exitCode, exitCode) << arguments << '\n' << result.err;
-        EXPECT_EQ(result.errorLines(), 1) << arguments << '\n' << result.err;
-    }
 }
 
 }  // namespace

@@ -45,25 +45,5 @@ TEST(TuningCommand, TakesAFileOfAnyName) {
     }
 }
 
-TEST(TuningCommand, TracesTheRecordsWay) {
-    const ScratchFolder folder;
-    const CliResult result = runCli("tuning show --trace '" + folder.write("multiframe.xml", kFile) + "'");
-    const std::size_t first = result.err.find("convert xmlInfo");
-    const std::size_t second = result.err.find("convert xmlInfo", first + 1);
-    EXPECT_NE(second, std::string::npos) << result.err;
-    EXPECT_NE(result.err.find("flush xmlInfo", second), std::string::npos) << result.err;
-}
-
-TEST(TuningCommand, SaysWhatIsWrongInOneLine) {
-    const ScratchFolder folder;
-    const CliResult missing = runCli("tuning show '" + folder.file("multiframe.xml") + "'");
-    EXPECT_EQ(missing.exitCode, kExitUnreadable);
-    EXPECT_EQ(missing.errorLines(), 1) << missing.err;
-    const CliResult tooShort = runCli("tuning show '" + folder.write("multiframe.xml", "<Config></Config>") + "'");
-    EXPECT_EQ(tooShort.exitCode, kExitLibrary);
-    EXPECT_EQ(tooShort.errorLines(), 1) << tooShort.err;
-    EXPECT_NE(tooShort.err.find("the library refuses this file"), std::string::npos) << tooShort.err;
-}
-
 }  // namespace
 }  // namespace eishost

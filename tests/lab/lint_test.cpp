@@ -85,59 +85,52 @@ std::string padded(const std::string& text) {
 
 constexpr char kGood[] = "<Config><Global><ExposureFusionFlag>1</ExposureFusionFlag></Global></Config>";
 
-TEST(Lint, TellsWhyNoKeyIsFound) {
+TEST(Lint, TellsWhyKeysAreNotFound) {
     const ScratchFolder folder;
     const std::string good = kGood;
-    const struct {
-        std::string text;
-        int line;
-        const char* says;
-    } cases[] = {
-        {good + std::string(200, ' '), 1, "no <?xml ...?> declaration stands in front of <Config>"},
-        {padded("<!-- mine -->\n<?xml version='1.0'?>\n" + good), 3, "a comment stands ahead of the declaration"},
-        {padded("<!DOCTYPE x>\n<?xml version='1.0'?>\n" + good), 3, "something stands ahead of the declaration"},
-        {padded("<?xml version='1.0'?>\n<All>\n" + good + "</All>"), 3, "<Config> stands inside <All>"},
-        {padded("<?xml version='1.0'?>\n<Confg></Confg>"), 1, "there is no <Config>; is it <Confg>?"},
-        {padded("<?xml version='1.0'?>\n<Other></Other>"), 1, "there is no <Config>: no key is found"},
-    };
-    for (const auto& c : cases) {
-        const TuningFile file = loadTuningFile(folder.write("multiframe.xml", c.text));
-        ASSERT_FALSE(file.refused()) << c.text;
-        expectFindings(lintTuning(file), {{c.line, "Config", "no-config", c.says}});
-        EXPECT_EQ(file.record.ExposureFusionFlag, 0) << c.text;
-    }
-    // These two forms are found, although only the first one is how a file should look.
-    for (const std::string& text :
-         {padded("<?xml version='1.0'?>\n" + good), padded("<!-- no declaration -->" + good)}) {
-        const TuningFile file = loadTuningFile(folder.write("multiframe.xml", text));
-        EXPECT_TRUE(lintTuning(file).empty()) << text;
-        EXPECT_EQ(file.record.ExposureFusionFlag, 1) << text;
-    }
-}
-
-TEST(Lint, SeesWhatHidesWholeTrees) {
-    const ScratchFolder folder;
-    const std::string good = kGood;
-    const std::string twice = folder.write("twice.xml", padded("<?xml version='1.0'?>\n" + good + "\n" + good));
-    expectFindings(lintTuning(loadTuningFile(twice)), {{3, "Config", "hidden", "line 2"}});
-
-    const std::string open =
-        folder.write("open.xml", padded("<?xml version='1.0'?>\n<Config>\n<?editor x?>\n<Global></Global></Config>"));
-    expectFindings(lintTuning(loadTuningFile(open)),
-                   {{3, "editor", "unknown", "everything behind it"}, {4, "", "end-tag", "without an end tag"}});
-}
-
-TEST(Lint, KnowsWideText) {
-    const ScratchFolder folder;
+    const std::string head = "<?xml version='1.0'?>\n";
     std::string wide;
     for (const char c : padded(kGood)) wide += {c, '\0'};
-    expectFindings(
-        lintTuning(loadTuningFile(folder.write("multiframe.xml", wide))),
-        {{0, "Config", "no-config", "there is no <Config>"}, {1, "", "zero-byte", "everything from here on"}});
-    expectFindings(lintTuning(loadTuningFile(folder.write("marked.xml", "\xFF\xFE" + wide))),
-                   {{0, "", "wide-text", "its head looks like 16- or 32-bit text"},
-                    {0, "Config", "no-config", "there is no <Config>"},
-                    {1, "", "zero-byte", "is it 16- or 32-bit text?"}});
+    const struct {
+        std::string text;
+        std::vector<Expected> findings;
+        int flag;
+    } cases[] = {
+        {padded(head + good), {}, 1},
+        // Found, although it is not how a file should look.
+        {padded("<!-- no declaration -->" + good), {}, 1},
+        {good + std::string(200, ' '),
+         {{1, "Config", "no-config", "no <?xml ...?> declaration stands in front of <Config>"}},
+         0},
+        {padded("<!-- mine -->\n" + head + good),
+         {{3, "Config", "no-config", "a comment stands ahead of the declaration"}},
+         0},
+        {padded("<!DOCTYPE x>\n" + head + good),
+         {{3, "Config", "no-config", "something stands ahead of the declaration"}},
+         0},
+        {padded(head + "<All>\n" + good + "</All>"), {{3, "Config", "no-config", "<Config> stands inside <All>"}}, 0},
+        {padded(head + "<Confg></Confg>"), {{1, "Config", "no-config", "there is no <Config>; is it <Confg>?"}}, 0},
+        {padded(head + "<Other></Other>"), {{1, "Config", "no-config", "there is no <Config>: no key is found"}}, 0},
+        {padded(head + good + "\n" + good), {{3, "Config", "hidden", "line 2"}}, 1},
+        {padded(head + "<Config>\n<?editor x?>\n<Global></Global></Config>"),
+         {{3, "editor", "unknown", "everything behind it"}, {4, "", "end-tag", "without an end tag"}},
+         0},
+        {wide,
+         {{0, "Config", "no-config", "there is no <Config>"}, {1, "", "zero-byte", "everything from here on"}},
+         0},
+        {"\xFF\xFE" + wide,
+         {{0, "", "wide-text", "its head looks like 16- or 32-bit text"},
+          {0, "Config", "no-config", "there is no <Config>"},
+          {1, "", "zero-byte", "is it 16- or 32-bit text?"}},
+         0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        const TuningFile file = loadTuningFile(folder.write("multiframe.xml", c.text));
+        ASSERT_FALSE(file.refused());
+        expectFindings(lintTuning(file), c.findings);
+        EXPECT_EQ(file.record.ExposureFusionFlag, c.flag);
+    }
 }
 
 TEST(Lint, ExitCodesTellCleanFromWarningsFromRefusals) {
@@ -150,11 +143,8 @@ TEST(Lint, ExitCodesTellCleanFromWarningsFromRefusals) {
         {padded(std::string("<?xml version='1.0'?>") + kGood), kLabClean, ": clean, 1 of 376 keys given"},
         {padded("<?xml version='1.0'?><Config><Nothing></Nothing></Config>"), kLabFindings, ": 1 warning, 0 of 376"},
         {"<?xml version='1.0'?><Config></Config>", kLabRefused, "refused: shorter than 200 bytes"},
-        {"", kLabRefused, "refused: shorter than 200 bytes"},
         {padded("<?xml version='1.0'?>\n<Config>\n  </Konfig>"), kLabRefused, "xml:3:3: refused: an end tag"},
         {padded("<?xml version='1.0'?>\n<Config>&#300;</Config>"), kLabRefused, "xml:2:9: refused: a numeric entity"},
-        {padded("<?xml version='1.0'?>\n<Config>&no;</Config>"), kLabRefused, "xml:2:9: refused: an unknown"},
-        {padded("<?xml version='1.0'?>\n<Config =1></Config>"), kLabRefused, "xml:2:9: refused: something in a tag"},
         {"<?xml version='1.0'?>\n<Config> <!-- " + std::string(200, '.'), kLabRefused, "xml:2:10: refused: a comment"},
     };
     for (const auto& c : cases) {
@@ -180,18 +170,11 @@ TEST(Lint, GivesFindingsAsJson) {
     EXPECT_EQ(json["findings"][0]["line"], 7);
     EXPECT_EQ(json["findings"][0]["column"], 13);
     EXPECT_EQ(json["findings"][0]["rule"], "unknown");
-    const auto refused = nlohmann::json::parse(runCli("tuning lint --json /nowhere").out);
-    EXPECT_EQ(refused["verdict"], "refused");
-    EXPECT_EQ(refused["findings"][0]["message"], "cannot be opened");
-}
-
-TEST(Lint, TakesNamesInAnyEncoding) {
     const ScratchFolder folder;
-    const std::string file = folder.write(
+    const std::string other = folder.write(
         "multiframe.xml", padded("<?xml version='1.0' encoding='latin-1'?><Config><sch\xE4rfe></sch\xE4rfe></Config>"));
-    const CliResult result = runCli("tuning lint --json '" + file + "'");
-    ASSERT_EQ(result.exitCode, kLabFindings) << result.err;
-    EXPECT_EQ(nlohmann::json::parse(result.out)["findings"][0]["key"], "sch\uFFFDrfe");
+    const CliResult latin = runCli("tuning lint --json '" + other + "'");
+    EXPECT_EQ(nlohmann::json::parse(latin.out)["findings"][0]["key"], "sch\uFFFDrfe") << "a name in any encoding";
 }
 
 // Every beginning of a file and changed bytes all over it: a verdict with its place in the file, always.
@@ -201,24 +184,15 @@ TEST(Lint, HasAVerdictOnAnyDamage) {
     const auto lines = std::count(whole.begin(), whole.end(), '\n') + 1;
     const auto check = [&](const std::string& text) {
         const TuningFile file = loadTuningFile(folder.write("multiframe.xml", text));
-        if (file.refused()) {
-            EXPECT_FALSE(refusalOf(file).reason.empty());
-            EXPECT_LE(refusalOf(file).line, lines);
-            return;
-        }
-        for (const Finding& finding : lintTuning(file)) {
-            EXPECT_FALSE(finding.message.empty());
-            EXPECT_GE(finding.line, 0);
-            EXPECT_LE(finding.line, lines);
-        }
+        EXPECT_TRUE(!file.refused() || (!refusalOf(file).reason.empty() && refusalOf(file).line <= lines));
+        if (file.refused()) return;
+        for (const Finding& finding : lintTuning(file)) EXPECT_LE(finding.line, lines) << finding.message;
     };
     for (std::size_t length = 0; length < whole.size(); length += 7) check(whole.substr(0, length));
-    for (const char byte : {'<', '>', '/', '\0', '&', '\xE4'}) {
-        for (std::size_t at = 0; at < whole.size(); at += 11) {
-            std::string damaged = whole;
-            damaged[at] = byte;
-            check(damaged);
-        }
+    for (std::size_t at = 0; at < whole.size(); at += 11) {
+        std::string damaged = whole;
+        damaged[at] = "</>&"[at % 5];
+        check(damaged);
     }
 }
 
