@@ -93,9 +93,8 @@ struct Solver {
     }
 
     void rotate(int k, int l, float cosine, float sine) {
-        rotateRows(matrix[k], matrix[l], cosine, sine);
-        rotateRows(vectors[k], vectors[l], cosine, sine);
-        matrix[k][k] = matrix[k][l] = matrix[l][k] = matrix[l][l] = 0;
+        rotateRows(matrix[k], matrix[l], cosine, sine, k, l);
+        rotateRows(vectors[k], vectors[l], cosine, sine, -1, -1);
         for (int m = 0; m < kN; ++m) {
             matrix[m][k] = matrix[k][m];
             matrix[m][l] = matrix[l][m];
@@ -103,15 +102,20 @@ struct Solver {
     }
 
   private:
-    static void rotateRows(float* HWY_RESTRICT a, float* HWY_RESTRICT b, float cosine, float sine) {
+    // Elements k and l become 0: in the same store, for rows are soon read as vectors again.
+    static void rotateRows(float* HWY_RESTRICT a, float* HWY_RESTRICT b, float cosine, float sine, int k, int l) {
         const Floats d;
+        const Keys dKeys;
         const auto c = hn::Set(d, cosine);
         const auto s = hn::Set(d, sine);
         for (int m = 0; m < kPitch; m += kLanes) {
             const auto x = hn::Load(d, a + m);
             const auto y = hn::Load(d, b + m);
-            hn::Store(hn::Sub(hn::Mul(x, c), hn::Mul(y, s)), d, a + m);
-            hn::Store(hn::Add(hn::Mul(x, s), hn::Mul(y, c)), d, b + m);
+            const auto lane = hn::Iota(dKeys, m);
+            const auto cleared = hn::Or(hn::Eq(lane, hn::Set(dKeys, k)), hn::Eq(lane, hn::Set(dKeys, l)));
+            const auto clear = hn::MaskFromVec(hn::BitCast(d, hn::VecFromMask(dKeys, cleared)));
+            hn::Store(hn::IfThenZeroElse(clear, hn::Sub(hn::Mul(x, c), hn::Mul(y, s))), d, a + m);
+            hn::Store(hn::IfThenZeroElse(clear, hn::Add(hn::Mul(x, s), hn::Mul(y, c))), d, b + m);
         }
     }
 };

@@ -24,6 +24,11 @@ void IVS_Dilation_r3_plain(uint32_t* words, uint32_t* scratchWords, int height, 
 void IVS_Dilation_r7(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits);
 void IVS_Dilation_r7_plain(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits);
 
+// Makes bytes at or above the threshold 255, others 0, and dilates by a square of radius 3: binarizing, packing,
+// dilation and unpacking in one sweep. The words have room for two packed copies.
+void IVS_BinarizeDilation_r3(uint8_t* mask, uint8_t threshold, int width, int height, uint32_t* words,
+                             uint32_t* scratchWords);
+
 // Erosion by a square of radius 3; the plane's edge does not erode, since all outside counts as set. At a padBits of 0
 // the last word of every row counts as set too.
 void IVS_Erosion_r3(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits);

@@ -36,19 +36,27 @@ ret_status noMemory() {
     return retStsNoMemory;
 }
 
-// Runs steps(words, scratchWords, height, wordCount, padBits) on a packed copy of the mask.
+// Runs steps(words, scratchWords, wordCount), with room for two packed copies of the mask.
 template <class Steps>
-ret_status onPackedMask(const char* name, uint8_t* mask, int width, int height, Steps steps) {
+ret_status withPackedRoom(const char* name, int width, int height, Steps steps) {
     if (width < 1 || height < 1) return retStsOK;
     const int wordCount = (width + 31) / 32 * height;
     const Scratch<uint32_t> words(int64_t{4} * wordCount, name);
     if (!words) return noMemory();
     const Scratch<uint32_t> scratchWords(int64_t{4} * wordCount, name);
     if (!scratchWords) return noMemory();
-    IVS_PackBits(mask, words.get(), width, height, wordCount);
-    steps(words.get(), scratchWords.get(), height, wordCount, -width & 31);
-    IVS_UnpackBits(mask, words.get(), width, height, wordCount);
+    steps(words.get(), scratchWords.get(), wordCount);
     return retStsOK;
+}
+
+// Runs steps(words, scratchWords, height, wordCount, padBits) on a packed copy of the mask.
+template <class Steps>
+ret_status onPackedMask(const char* name, uint8_t* mask, int width, int height, Steps steps) {
+    return withPackedRoom(name, width, height, [&](uint32_t* words, uint32_t* scratchWords, int wordCount) {
+        IVS_PackBits(mask, words, width, height, wordCount);
+        steps(words, scratchWords, height, wordCount, -width & 31);
+        IVS_UnpackBits(mask, words, width, height, wordCount);
+    });
 }
 
 // Makes `value` of each pixel that is not sought itself, but has a sought one in the rectangle around it.
@@ -81,8 +89,12 @@ ret_status spreadValue(const char* name, uint8_t* mask, int width, int height, i
 ret_status MaskBinarizeDilate_r3(uint8_t* mask, int width, int height, uint8_t threshold, uint8_t* scratch) {
     // A narrow plane's words would be mostly padding.
     if (width <= 32) return MaskBinarizeDilate_r3_plain(mask, width, height, threshold, scratch);
-    HWY_DYNAMIC_DISPATCH(Binarize)(mask, int64_t{width} * height, threshold);
-    return QX_IVS_Dilation_Only_r3(mask, width, height);
+    const auto steps = [=](uint32_t* words, uint32_t* scratchWords, int /*wordCount*/) {
+        IVS_BinarizeDilation_r3(mask, threshold, width, height, words, scratchWords);
+    };
+    const ret_status status = withPackedRoom("QX_IVS_Dilation_Only_r3", width, height, steps);
+    if (status != retStsOK) HWY_DYNAMIC_DISPATCH(Binarize)(mask, int64_t{width} * height, threshold);
+    return status;
 }
 
 ret_status QX_IVS_Dilation_Only_r3(uint8_t* mask, int width, int height) {
