@@ -5,6 +5,7 @@
 #include <array>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "bounded/bounded_memory.h"
 
@@ -71,6 +72,18 @@ TEST(BoundedMemory, Fills) {
         std::array<unsigned char, 10> area{};
         EXPECT_EQ(memset_s(c.isNull ? nullptr : area.data(), c.destMax, 0x155, c.count), c.status);
         for (size_t i = 0; i < area.size(); ++i) EXPECT_EQ(area[i], i < c.filled ? 0x55 : 0) << i;
+    }
+}
+
+// Beyond what is filled through the caches.
+TEST(BoundedMemory, FillsLargeBlocksAtAnyAlignment) {
+    for (const size_t offset : {size_t{0}, size_t{1}, size_t{63}}) {
+        const size_t count = (size_t{5} << 20) + 13 * offset;
+        std::vector<unsigned char> area(count + 128);
+        EXPECT_EQ(memset_s(area.data() + offset, count, 0x1AB, count), errNone);
+        std::vector<unsigned char> expected(area.size());
+        std::fill_n(expected.begin() + static_cast<ptrdiff_t>(offset), count, 0xAB);
+        EXPECT_TRUE(area == expected) << offset;
     }
 }
 

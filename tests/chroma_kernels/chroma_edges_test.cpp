@@ -13,8 +13,8 @@ TEST(ChromaEdges, MagnitudeFormsAgree) {
     CaseDigest all;
     forEachCase([&](const KernelCase& c) {
         const int pitch = c.pitch();
-        const auto u = c.filled<uint8_t>(c.width, c.height, pitch, 0, 0, 255);
-        const auto v = c.filled<uint8_t>(c.width, c.height, pitch, 1, 0, 255);
+        const auto u = c.bytes(c.width, c.height, pitch, 0);
+        const auto v = c.bytes(c.width, c.height, pitch, 1);
         const Twins<uint8_t> out(c, pitch);
         ChromaMagnitude_plain(u.data(), v.data(), out.plain.data(), c.width, c.height, pitch);
         ChromaMagnitude(u.data(), v.data(), out.vectors.data(), c.width, c.height, pitch);
@@ -29,7 +29,7 @@ TEST(ChromaEdges, BinomialFormsAgree) {
     forEachCase([&](const KernelCase& c) {
         const int pitch = c.pitch();
         const int tmpPitch = c.width + 3;
-        const auto source = c.filled<uint8_t>(c.width, c.height, pitch, 0, 0, 255);
+        const auto source = c.bytes(c.width, c.height, pitch, 0);
         const Twins<uint8_t> out(c, pitch);
         const Twins<uint8_t> tmp(c, tmpPitch);
         Binomial3x3_plain(source.data(), out.plain.data(), tmp.plain.data(), c.width, c.height, pitch, pitch, tmpPitch);
@@ -48,7 +48,7 @@ TEST(ChromaEdges, SobelFormsAgree) {
     CaseDigest all;
     forEachCase([&](const KernelCase& c) {
         const int srcPitch = c.width + 2;
-        const auto source = c.filled<uint8_t>(c.width, c.height, srcPitch, 0, 0, 255);
+        const auto source = c.bytes(c.width, c.height, srcPitch, 0);
         const Twins<uint8_t> out(c, c.pitch());
         SobelMagnitude_plain(source.data(), out.plain.data(), c.width, c.height, srcPitch, c.pitch());
         SobelMagnitude(source.data(), out.vectors.data(), c.width, c.height, srcPitch, c.pitch());
@@ -71,45 +71,26 @@ TEST(ChromaEdges, SatAddFormsAgree) {
     EXPECT_EQ(all.value(), 18069417572658009426u);
 }
 
-TEST(ChromaEdges, MagnitudeOfColours) {
-    const Bytes u{128, 0, 255, 128, 100, 200};
-    const Bytes v{128, 128, 0, 64, 156, 100};
+TEST(ChromaEdges, ByHand) {
     Bytes out(6);
-    ChromaMagnitude(u.data(), v.data(), out.data(), 6, 1, 6);
+    ChromaMagnitude(Bytes{128, 0, 255, 128, 100, 200}.data(), Bytes{128, 128, 0, 64, 156, 100}.data(), out.data(), 6, 1,
+                    6);
     EXPECT_EQ(out, (Bytes{64, 192, 255, 128, 120, 164}));
-}
-
-TEST(ChromaEdges, BinomialRoundsInsideAndAtRowsButNotAtColumns) {
-    // A row alone: its ends truncate 9/4 and 3/4, its inside halves upward twice.
+    // A row's ends truncate 9/4 and 3/4, a column's round 10/4 and 6/4 by halves, as do all insides.
     Bytes row{3, 0, 0, 1, 1};
-    Bytes tmp(5);
-    Binomial3x3(row.data(), row.data(), tmp.data(), 5, 1, 5, 5, 5);
-    EXPECT_EQ(row, (Bytes{2, 1, 1, 1, 1}));
-    // A column alone: its ends round 10/4 and 6/4 by halves.
     Bytes column{3, 1, 0, 0, 2};
-    Binomial3x3(column.data(), column.data(), tmp.data(), 1, 5, 1, 1, 1);
+    Binomial3x3(row.data(), row.data(), out.data(), 5, 1, 5, 5, 5);
+    EXPECT_EQ(row, (Bytes{2, 1, 1, 1, 1}));
+    Binomial3x3(column.data(), column.data(), out.data(), 1, 5, 1, 1, 1);
     EXPECT_EQ(column, (Bytes{3, 2, 1, 1, 2}));
-}
-
-TEST(ChromaEdges, SobelOfAStepAndOfAFlatPlane) {
-    Bytes step(5 * 4);
-    for (size_t i = 0; i < step.size(); ++i) step[i] = i % 5 < 3 ? 10 : 40;
-    Bytes out(step.size(), 7);
-    SobelMagnitude(step.data(), out.data(), 5, 4, 5, 5);
-    EXPECT_EQ(out, (Bytes{0, 0, 0, 0, 0, 0, 0, 120, 120, 0, 0, 0, 120, 120, 0, 0, 0, 0, 0, 0}));
-    SobelMagnitude(Bytes(20, 200).data(), out.data(), 5, 4, 5, 5);
-    EXPECT_EQ(out, Bytes(20, 0));
-}
-
-TEST(ChromaEdges, SecondSweepAddsTwice) {
-    for (const int width : {15, 16, 17, 32, 40}) {
-        Bytes plane(width, 10);
-        SatAddPlane(plane.data(), Bytes(width, 3).data(), width, 1);
-        for (int x = 0; x < width; ++x) {
-            const bool twice = width == 17 ? x >= 1 && x < 16 : width == 40 && x >= 24 && x < 32;
-            EXPECT_EQ(plane[x], twice ? 16 : 13) << "width " << width << ", column " << x;
-        }
-    }
+    const Bytes step{10, 10, 10, 40, 40, 10, 10, 10, 40, 40, 10, 10, 10, 40, 40};
+    Bytes edges(15, 7);
+    SobelMagnitude(step.data(), edges.data(), 5, 3, 5, 5);
+    EXPECT_EQ(edges, (Bytes{0, 0, 0, 0, 0, 0, 0, 120, 120, 0, 0, 0, 0, 0, 0}));
+    // The last sixteen columns are a second sweep.
+    Bytes sum(17, 10);
+    SatAddPlane(sum.data(), Bytes(17, 3).data(), 17, 1);
+    EXPECT_EQ(sum, (Bytes{13, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 13}));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "libCore/core/source/neon/wavelet_sweep.h"
 
+#include "libCore/core/source/neon/wavelet_dispatch.h"
+
 #include "tests/chroma_kernels/wavelet_record.h"
 
 namespace eis::test {
@@ -61,6 +63,7 @@ TEST(WaveletSweep, BytesEqualTheComposition) {
 }
 
 // In place, where three planes are enough for the rings and where they are not; samples below zero go the plain way.
+// Passes other than the two do nothing.
 TEST(WaveletSweep, PlanesEqualTheComposition) {
     forEachTarget([] {
         const int sizes[][2] = {{131, 90}, {64, 160}, {40, 137}, {250, 60}, {96, 33}, {300, 50}};
@@ -72,15 +75,36 @@ TEST(WaveletSweep, PlanesEqualTheComposition) {
             const WaveletPlanes planes(c);
             if (seed % 4 == 3) planes.samples.vectors.at(3, size[1] - 1) = -1;
             planes.samples.plain.copyFrom(planes.samples.vectors);
-            for (const int pass : {1, 2}) {
-                WaveletDenoiseDispatch_Mask_plain(inputs.record(c, planes, true), pass);
-                WaveletDenoiseDispatch_Mask(inputs.record(c, planes, false), pass);
+            const bool ghost = seed / 6 % 2 != 0;
+            const auto plainForm = ghost ? WaveletDenoiseDispatch_Ghost_plain : WaveletDenoiseDispatch_Mask_plain;
+            const auto vectorForm = ghost ? WaveletDenoiseDispatch_Ghost : WaveletDenoiseDispatch_Mask;
+            for (const int pass : {0, 1, 2, 3}) {
+                plainForm(inputs.record(c, planes, true), pass);
+                vectorForm(inputs.record(c, planes, false), pass);
                 EXPECT_TRUE(planes.agree()) << "pass " << pass;
+                if (pass != 1) continue;
                 fill(planes.samples.vectors, Content::kNatural, seed, 0, 32640);
                 planes.samples.plain.copyFrom(planes.samples.vectors);
             }
         }
     });
+}
+
+TEST(WaveletSweep, ConstantPlaneComesBack) {
+    const KernelCase c{50, 99, Content::kLow, {}, 0};
+    const WaveletInputs inputs(c);
+    const WaveletPlanes planes(c);
+    const Plane<int16_t>& samples = planes.samples.vectors;
+    const Plane<uint8_t>& firstLevel = planes.firstLevel.vectors;
+    fill(firstLevel, Content::kLow, 0);
+    for (const int pass : {1, 2}) {
+        fill(samples, Content::kLow, 0, 100 * 128 + 64, 0);
+        const uint64_t before = digest(samples);
+        WaveletDenoiseDispatch_Mask(inputs.record(c, planes, false), pass);
+        EXPECT_EQ(digest(samples), before);
+        // The side result of each pass stands in a plane of its own.
+        for (int y = 0; y < 198; ++y) EXPECT_EQ(firstLevel.at(7, y) == 101, y < 99 * pass) << pass << ", row " << y;
+    }
 }
 
 }  // namespace

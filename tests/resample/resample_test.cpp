@@ -1,15 +1,10 @@
 // The digests were computed apart from this code.
-#include <algorithm>
-#include <vector>
-
 #include "libCore/core/source/neon/resample_down.h"
 #include "libCore/core/source/neon/resample_up.h"
 #include "tests/harness/kernel_cases.h"
 
 namespace eis::test {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 int roundedTo128(int width) {
     return (width + 127) / 128 * 128;
@@ -100,21 +95,6 @@ TEST(Resample, FourfoldUpScalesAgree) {
         all.add(c, plain);
     });
     EXPECT_EQ(all.value(), 0x56dd45c777550149u);
-}
-
-TEST(Resample, TwofoldWeights) {
-    // A corner repeats, edges are 3 to 1, inside 9, 3, 3, 1.
-    const Bytes source{0, 16, 32, 48};
-    Bytes out(16);
-    UpScaleX4_neon(source.data(), 2, 2, 4, out.data());
-    EXPECT_EQ(out, (Bytes{0, 4, 12, 16, 8, 12, 20, 24, 24, 28, 36, 40, 32, 36, 44, 48}));
-    // Rounded to nearest, halves up: (3 * 1 + 0 + 2) / 4 and (0 * 3 + 1 + 2) / 4.
-    const Bytes single{1, 0};
-    UpScaleX4_neon(single.data(), 1, 2, 4, out.data());
-    EXPECT_EQ(Bytes(out.begin(), out.begin() + 8), (Bytes{1, 1, 0, 0, 1, 1, 0, 0}));
-    // One column makes two that are equal.
-    UpScaleX4_neon(source.data(), 4, 1, 2, out.data());
-    EXPECT_EQ(out, (Bytes{0, 0, 4, 4, 12, 12, 20, 20, 28, 28, 36, 36, 44, 44, 48, 48}));
 }
 
 }  // namespace
