@@ -1,9 +1,14 @@
 // The high-level entry against its definition, bit for bit.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <string>
+#include <vector>
 
+#include "highLevel/src/lifting53.h"
 #include "highLevel/src/luma_pass.h"
+#include "highLevel/src/plane_convert.h"
 #include "tests/denoise/spatial_call.h"
 #include "tests/harness/targets.h"
 
@@ -42,6 +47,37 @@ TEST(SpatialBodies, EqualTheirDefinitionOnEachTarget) {
     forEachTarget([] {
         checkBody(300, 260, 600, Content::kNatural);
         checkBody(198, 134, 601, Content::kNatural);
+    });
+}
+
+// Black and white by the signs of the split's 5x5 low-pass taps: the low band leaves what its smoothing holds in 16
+// bits.
+TEST(SpatialBodies, EqualTheirDefinitionBeyondTheUsualRange) {
+    const auto paint = [](const Plane<uint8_t>& luma, int left, int top, bool white) {
+        for (int y = -2; y <= 2; ++y) {
+            for (int x = -2; x <= 2; ++x) {
+                const bool positive = (std::abs(x) < 2) == (std::abs(y) < 2);
+                luma.at(left + x, top + y) = positive == white ? 255 : 0;
+            }
+        }
+    };
+    forEachTarget([&] {
+        for (const int height : {200, 272}) {
+            SpatialCallFixture call(300, height, 21);
+            call.dn.lumaMed = 0;
+            call.dn.lumaLF = height == 200 ? -80 : 0;
+            const TestPlane& luma = call.picture.planes[0];
+            for (int i = 0; i < 12; ++i) paint(luma.input, 20 + 22 * i, 16 + 12 * i, i % 3 != 0);
+            luma.now.copyFrom(luma.input);
+            std::vector<int16_t> wide(300 * height), tmp(wide.size());
+            WidenPlane128_plain(luma.input.data(), wide.data(), 300, height);
+            Lifting53Forward_plain(wide.data(), 300, height, 300, tmp.data());
+            EXPECT_GT(*std::max_element(wide.begin(), wide.end()), 400);
+            EXPECT_LT(*std::min_element(wide.begin(), wide.end()), -150);
+            call.expect();
+            EXPECT_EQ(call.run(), retStsOK);
+            EXPECT_TRUE(call.picture.asExpected());
+        }
     });
 }
 

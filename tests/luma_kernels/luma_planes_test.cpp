@@ -1,12 +1,14 @@
-// The digests were computed apart from this code.
 #include <numeric>
 #include <vector>
 
 #include "highLevel/src/detail_map.h"
+#include "highLevel/src/gradient_planes.h"
 #include "highLevel/src/plane_convert.h"
 #include "highLevel/src/remix_detail.h"
+#include "highLevel/src/shrink_band.h"
+#include "libCore/core/source/shrink_lut.h"
 #include "tests/harness/calls.h"
-#include "tests/harness/kernel_cases.h"
+#include "tests/luma_kernels/forms.h"
 
 namespace eis::test {
 namespace {
@@ -15,80 +17,49 @@ using Bytes = std::vector<uint8_t>;
 using Samples = std::vector<int16_t>;
 
 TEST(PlaneConvert, FormsAgree) {
-    CaseDigest all;
-    forEachCase([&](const KernelCase& c) {
+    expectFormsAgree(0xb67d00da71ffab57u, [](const KernelCase& c, bool plain) {
         const auto luma = c.bytes(c.width, c.height, (c.width + 127) / 128 * 128);
-        const auto widePlain = c.empty<int16_t>(c.width, c.height, c.width);
-        const auto wideVectors = c.empty<int16_t>(c.width, c.height, c.width);
-        WidenPlane128_plain(luma.data(), widePlain.data(), c.width, c.height);
-        WidenPlane128(luma.data(), wideVectors.data(), c.width, c.height);
-        EXPECT_TRUE(agree(widePlain, wideVectors));
-        all.add(c, widePlain);
-
-        const auto wide = c.filled<int16_t>(c.width, c.height, c.width, 1, -400, 600);
-        const auto plain = c.empty<uint8_t>(c.width, c.height, c.width);
-        const auto vectors = c.empty<uint8_t>(c.width, c.height, c.width);
-        NarrowPlaneSat_plain(wide.data(), plain.data(), c.width, c.height);
-        NarrowPlaneSat(wide.data(), vectors.data(), c.width, c.height);
-        EXPECT_TRUE(agree(plain, vectors));
-        all.add(c, plain);
+        auto wide = c.empty<int16_t>(c.width, c.height, c.width);
+        (plain ? WidenPlane128_plain : WidenPlane128)(luma.data(), wide.data(), c.width, c.height);
+        return wide;
     });
-    EXPECT_EQ(all.value(), 0x36ef762b9290e97bu);
+    expectFormsAgree(0xa5c7e340c9f64cd6u, [](const KernelCase& c, bool plain) {
+        const auto wide = c.filled<int16_t>(c.width, c.height, c.width, 1, -400, 600);
+        auto narrow = c.empty<uint8_t>(c.width, c.height, c.width);
+        (plain ? NarrowPlaneSat_plain : NarrowPlaneSat)(wide.data(), narrow.data(), c.width, c.height);
+        return narrow;
+    });
 }
 
 TEST(Medians, FormsAgree) {
-    CaseDigest all;
-    forEachCase([&](const KernelCase& c) {
+    expectFormsAgree(0xf8a77c9cd47e8b81u, [](const KernelCase& c, bool plain) {
         const auto source = c.bytes(c.width, c.height, c.pitch());
-        const auto widePlain = c.empty<int16_t>(c.width, c.height, c.width);
-        const auto wideVectors = c.empty<int16_t>(c.width, c.height, c.width);
         const auto lines = c.empty<uint8_t>(c.width, 2, c.width);
-        Median3x3ToWide_plain(source.data(), widePlain.data(), c.width, c.height, c.pitch(), lines.data());
-        Median3x3ToWide(source.data(), wideVectors.data(), c.width, c.height, c.pitch(), lines.data());
-        EXPECT_TRUE(agree(widePlain, wideVectors));
+        auto wide = c.empty<int16_t>(c.width, c.height, c.width);
+        (plain ? Median3x3ToWide_plain : Median3x3ToWide)(source.data(), wide.data(), c.width, c.height, c.pitch(),
+                                                          lines.data());
         EXPECT_TRUE(lines.paddingIntact());
-        all.add(c, widePlain);
-
-        const auto plain = c.bytes(c.width, c.height, c.width);
-        const auto vectors = c.bytes(c.width, c.height, c.width);
-        const auto tmp = c.empty<uint8_t>(c.width, c.height, c.width);
-        Median3x3Separable_plain(plain.data(), c.width, c.height, tmp.data());
-        Median3x3Separable(vectors.data(), c.width, c.height, tmp.data());
-        EXPECT_TRUE(agree(plain, vectors));
-        EXPECT_TRUE(tmp.paddingIntact());
-        all.add(c, plain);
+        return wide;
     });
-    EXPECT_EQ(all.value(), 0xbfd008fd30d4e9c8u);
-}
-
-TEST(Medians, MiddleOfMiddles) {
-    // Medians of the rows are 1, 2 and 8; the median of all nine would be 3.
-    const Bytes window{0, 1, 9, 2, 0, 9, 3, 8, 9};
-    Samples wide(9);
-    Bytes lines(6);
-    Median3x3ToWide(window.data(), wide.data(), 3, 3, 3, lines.data());
-    EXPECT_EQ(wide, (Samples{0, 1, 9, 2, 2, 9, 3, 8, 9}));
-    Bytes plane = window;
-    Bytes tmp(9);
-    Median3x3Separable(plane.data(), 3, 3, tmp.data());
-    EXPECT_EQ(plane, (Bytes{0, 1, 9, 2, 2, 9, 3, 8, 9}));
+    expectFormsAgree(0xfd606f96ad714f93u, [](const KernelCase& c, bool plain) {
+        auto plane = c.bytes(c.width, c.height, c.width);
+        const auto tmp = c.empty<uint8_t>(c.width, c.height, c.width);
+        (plain ? Median3x3Separable_plain : Median3x3Separable)(plane.data(), c.width, c.height, tmp.data());
+        EXPECT_TRUE(tmp.paddingIntact());
+        return plane;
+    });
 }
 
 TEST(GaussRemap, FormsAgree) {
     constexpr int kSigmas[] = {100, 600, 125, 0, -1, 3200, 1, INT32_MAX};
     constexpr int kCentres[] = {130, 150, 200, 0, 255, -70000, INT32_MIN};
-    CaseDigest all;
-    forEachCase([&](const KernelCase& c) {
-        const auto plain = c.bytes(c.width, c.height, c.pitch());
-        const auto table = c.bytes(c.width, c.height, c.pitch());
-        const int sigma = kSigmas[c.seed % std::size(kSigmas)];
-        const int centre = kCentres[c.seed % std::size(kCentres)];
-        GaussRemapPlane_plain(plain.data(), c.pitch(), c.width, c.height, sigma, centre);
-        GaussRemapPlane(table.data(), c.pitch(), c.width, c.height, sigma, centre);
-        EXPECT_TRUE(agree(plain, table));
-        all.add(c, plain);
+    expectFormsAgree(0xb4a443e54b52aabeu, [&](const KernelCase& c, bool plain) {
+        auto plane = c.bytes(c.width, c.height, c.pitch());
+        (plain ? GaussRemapPlane_plain : GaussRemapPlane)(plane.data(), c.pitch(), c.width, c.height,
+                                                          kSigmas[c.seed % std::size(kSigmas)],
+                                                          kCentres[c.seed % std::size(kCentres)]);
+        return plane;
     });
-    EXPECT_EQ(all.value(), 0xb4a443e54b52aabeu);
 }
 
 TEST(GaussRemap, TablesOfTheSettings) {
@@ -131,44 +102,74 @@ TEST(GaussRemap, WithoutMemoryThePlaneStays) {
 
 TEST(ScaleByLuma, FormsAgree) {
     constexpr int kLimits[] = {180, 200, 255, 128, 127, -3, 40000};
-    CaseDigest all;
-    forEachCase([&](const KernelCase& c) {
+    expectFormsAgree(0x5253e5a3c8ec84bau, [&](const KernelCase& c, bool plain) {
         const auto luma = c.bytes(c.width, c.height, c.width, 1);
-        const auto plain = c.bytes(c.width, c.height, c.width);
-        const auto vectors = c.bytes(c.width, c.height, c.width);
-        const int limit = kLimits[c.seed % std::size(kLimits)];
-        ScaleByLuma_plain(plain.data(), luma.data(), c.width, c.height, limit);
-        ScaleByLuma(vectors.data(), luma.data(), c.width, c.height, limit);
-        EXPECT_TRUE(agree(plain, vectors));
-        all.add(c, plain);
+        auto plane = c.bytes(c.width, c.height, c.width);
+        (plain ? ScaleByLuma_plain : ScaleByLuma)(plane.data(), luma.data(), c.width, c.height,
+                                                  kLimits[c.seed % std::size(kLimits)]);
+        return plane;
     });
-    EXPECT_EQ(all.value(), 0x5253e5a3c8ec84bau);
 }
 
 TEST(RemixDetail, FormsAgree) {
     constexpr int kCentres[] = {130, 150, 200, 0, 1, 255, 300, -9};
     constexpr uint16_t kGains[] = {76, 102, 128, 0, 65535};
-    CaseDigest all;
-    forEachCase([&](const KernelCase& c) {
-        const auto plain = c.bytes(c.width, c.height, c.pitch());
-        const auto vectors = c.bytes(c.width, c.height, c.pitch());
+    expectFormsAgree(0x6a08833353b12f52u, [&](const KernelCase& c, bool plain) {
+        auto luma = c.bytes(c.width, c.height, c.pitch());
         const auto denoised = c.bytes(c.width, c.height, c.width, 1);
         const auto map = c.bytes(c.width, c.height, c.width, 2);
-        RemixDetailArgs args{plain.data(),
-                             denoised.data(),
-                             map.data(),
-                             c.width,
-                             c.height,
-                             c.pitch(),
-                             kCentres[c.seed % std::size(kCentres)],
-                             kGains[c.seed % std::size(kGains)]};
-        RemixDetail_plain(&args);
-        args.pLuma = vectors.data();
-        RemixDetail(&args);
-        EXPECT_TRUE(agree(plain, vectors));
-        all.add(c, plain);
+        const RemixDetailArgs args{luma.data(),
+                                   denoised.data(),
+                                   map.data(),
+                                   c.width,
+                                   c.height,
+                                   c.pitch(),
+                                   kCentres[c.seed % std::size(kCentres)],
+                                   kGains[c.seed % std::size(kGains)]};
+        (plain ? RemixDetail_plain : RemixDetail)(&args);
+        return luma;
     });
-    EXPECT_EQ(all.value(), 0x6a08833353b12f52u);
+}
+
+TEST(GradientPlanes, FormsAgree) {
+    expectFormsAgree(0xe4d9b1968a8e1b9eu, [](const KernelCase& c, bool plain) {
+        const bool any = c.seed % 3 == 0;
+        const int threshold = c.seed % 7 == 6 ? static_cast<int>(c.seed) - 300 : 10;
+        const auto low = c.filled<int16_t>(c.width, c.height, c.pitch(), 0, any ? -32768 : -160, any ? 32767 : 415);
+        auto planes = c.empty<uint8_t>(c.width, 3 * c.height, c.width);
+        (plain ? GradientPlanes_plain : GradientPlanes)(low.data(), planes.data(), c.width, c.height, c.pitch(),
+                                                        threshold);
+        return planes;
+    });
+}
+
+TEST(ShrinkDetailBand, FormsAgree) {
+    constexpr std::pair<int32_t, uint16_t> kShrinks[] = {{50, 614},  {50, 614}, {1, 614}, {300, 1024},
+                                                         {7, 65535}, {0, 614},  {-5, 614}};
+    std::vector<Samples> luts;
+    for (const int strength : {0, 64, 128, 400}) {
+        luts.emplace_back(1024);
+        BuildShrinkLut(luts.back().data(), strength);
+    }
+    luts.emplace_back();
+    Random random(9);
+    for (int i = 0; i < 1024; ++i) luts.back().push_back(static_cast<int16_t>(random.in(-32768, 32767)));
+    const auto shrunk = [&](const KernelCase& c, int reach, bool plain) {
+        auto band = c.filled<int16_t>(c.width, c.height, c.pitch(), 0, -reach - 1, reach);
+        const auto guard = c.filled<uint8_t>(c.width, c.height, c.width + 1, 1, 0, c.seed % 4 == 0 ? 255 : 60);
+        const auto& [guardLimit, topMix] = kShrinks[c.seed % std::size(kShrinks)];
+        const ShrinkBandArgs args{
+            band.data(), c.pitch(), guard.data(), guard.pitch(), c.width, c.height, luts[c.seed % luts.size()].data(),
+            guardLimit,  topMix};
+        (plain ? ShrinkDetailBand_plain : ShrinkDetailBand)(&args);
+        return band;
+    };
+    // Coefficients of 8-bit luma, and any.
+    expectFormsAgree(0x3de9d8ff3f4fcc28u,
+                     [&](const KernelCase& c, bool plain) { return shrunk(c, c.seed % 3 == 0 ? 32767 : 510, plain); });
+    // Of noise: registers hold the table.
+    expectFormsAgree(0x240bcd15cccc9a72u,
+                     [&](const KernelCase& c, bool plain) { return shrunk(c, c.seed % 5 == 0 ? 129 : 127, plain); });
 }
 
 }  // namespace
