@@ -107,7 +107,8 @@ void FillColumns(const SourcePlane& source, int32_t stepX, const void* colTable,
 }
 
 // The loads of as many blocks as a vector of sums takes.
-hn::Vec<hn::Repartition<uint8_t, Sums>> LoadBlocks(const uint8_t* HWY_RESTRICT row, const int32_t* HWY_RESTRICT base) {
+HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> LoadBlocks(const uint8_t* HWY_RESTRICT row,
+                                                              const int32_t* HWY_RESTRICT base) {
     const hn::Repartition<uint8_t, Sums> d8;
 #if HWY_CAP_GE256
     const hn::CappedTag<uint8_t, kLoad> dLoad;
@@ -145,7 +146,7 @@ void ScatteredSums(const uint8_t* HWY_RESTRICT row, int64_t /*ahead*/, const Col
 }
 
 // Sums of four vectors, 0 to 255 each, as bytes in order.
-hn::Vec<hn::Repartition<uint8_t, Sums>> PackSums(SumsV a, SumsV b, SumsV c, SumsV d) {
+HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> PackSums(SumsV a, SumsV b, SumsV c, SumsV d) {
     const hn::Repartition<int16_t, Sums> d16;
     const auto ab = hn::ReorderDemote2To(d16, a, b);
     const auto cd = hn::ReorderDemote2To(d16, c, d);

@@ -19,7 +19,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Words = hn::ScalableTag<uint16_t>;
 
 // Sums of the pairs of a row.
-hn::Vec<Words> PairSums(const uint8_t* row) {
+HWY_INLINE hn::Vec<Words> PairSums(const uint8_t* row) {
     const Words d;
     const auto pairs = hn::BitCast(d, hn::LoadU(hn::Repartition<uint8_t, Words>(), row));
     return hn::Add(hn::And(pairs, hn::Set(d, 0xFF)), hn::ShiftRight<8>(pairs));

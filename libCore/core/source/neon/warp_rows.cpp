@@ -121,7 +121,7 @@ HWY_INLINE bool None(const uint32_t* words) {
 }
 
 // Twice the samples between the neighbours of each column, which stand side by side: at most 510.
-WordsV BlendColumns(BytesV pairs, BytesV weights) {
+HWY_INLINE WordsV BlendColumns(BytesV pairs, BytesV weights) {
     const Words d;
 #if HWY_ARCH_ARM
     const uint16x8_t samples = vreinterpretq_u16_u8(pairs.raw);
@@ -138,19 +138,19 @@ WordsV BlendColumns(BytesV pairs, BytesV weights) {
 }
 
 // Exact in 16 bits: upper * (128 - fy) + lower * fy is at most 65280.
-WordsV BlendRows(WordsV upper, WordsV lower, WordsV fy) {
+HWY_INLINE WordsV BlendRows(WordsV upper, WordsV lower, WordsV fy) {
     const WordsV sum = hn::Add(hn::ShiftLeft<7>(upper), hn::Mul(hn::Sub(lower, upper), fy));
     return hn::ShiftRight<8>(hn::Add(sum, hn::Set(Words(), 128)));
 }
 
 // The nine samples of a contiguous group as pairs.
-BytesV ContiguousPairs(const uint8_t* samples) {
+HWY_INLINE BytesV ContiguousPairs(const uint8_t* samples) {
     alignas(16) static constexpr uint8_t kPairs[16] = {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8};
     return hn::TableLookupBytes(hn::LoadU(Bytes(), samples), hn::Load(Bytes(), kPairs));
 }
 
 // The three samples of each position as pairs.
-BytesV ScatteredPairs(const uint8_t* plane, const int32_t* offset) {
+HWY_INLINE BytesV ScatteredPairs(const uint8_t* plane, const int32_t* offset) {
     alignas(16) static constexpr uint8_t kPairs[16] = {0, 1, 1, 2, 4, 5, 5, 6, 8, 9, 9, 10, 12, 13, 13, 14};
     alignas(16) uint32_t samples[kWarpGroupPositions];
     for (int j = 0; j < kWarpGroupPositions; ++j) std::memcpy(&samples[j], plane + offset[j], sizeof samples[j]);
@@ -159,8 +159,8 @@ BytesV ScatteredPairs(const uint8_t* plane, const int32_t* offset) {
 }
 
 // Of three rows of pairs, the group's eight columns in two rows.
-void BlendLuma(BytesV row0, BytesV row1, BytesV row2, const Positions& at, int position, uint8_t* out,
-               int64_t outStride) {
+HWY_INLINE void BlendLuma(BytesV row0, BytesV row1, BytesV row2, const Positions& at, int position, uint8_t* out,
+                          int64_t outStride) {
     const hn::CappedTag<uint32_t, 4> d32;
     const hn::CappedTag<int16_t, 8> dSigned;
     const hn::CappedTag<uint8_t, 8> dOut;
