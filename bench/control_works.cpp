@@ -16,11 +16,11 @@ struct ControlWork {
 
     // The entry's five curves, one power an entry.
     void plain() {
-        eis::BuildLumaCurve(tables.data() + kFastLuma, 110);
-        eis::BuildChromaCurve(tables.data() + kFastChroma, 12);
-        eis::BuildChromaCurve(tables.data() + kFastShading, 14);
-        eis::BuildThresholdCurve(tables.data() + kFastThreshold, 60);
-        eis::BuildTailCurve(tables.data() + kFastTail, 16);
+        eis::BuildLumaCurve_plain(tables.data() + kFastLuma, 110);
+        eis::BuildChromaCurve_plain(tables.data() + kFastChroma, 12);
+        eis::BuildChromaCurve_plain(tables.data() + kFastShading, 14);
+        eis::BuildThresholdCurve_plain(tables.data() + kFastThreshold, 60);
+        eis::BuildTailCurve_plain(tables.data() + kFastTail, 16);
         benchmark::DoNotOptimize(tables.data());
     }
 

@@ -12,30 +12,34 @@ namespace eis::test {
 struct Curve {
     const char* name;
     void (*build)(int16_t* dest, int32_t strength);
+    void (*plain)(int16_t* dest, int32_t strength);
     int entries;
     int zero;         // the entry of a zero input
     int maxStrength;  // the last one whose logarithm exists
 };
 
 inline constexpr Curve kCurves[] = {
-    {"luma", BuildLumaCurve, 241, 120, 510},   {"luma single", BuildLumaCurveSingle, 241, 120, 510},
-    {"chroma", BuildChromaCurve, 256, 0, 254}, {"threshold", BuildThresholdCurve, 256, 128, 254},
-    {"tail", BuildTailCurve, 256, 128, 254},   {"shrink", BuildShrinkLut, 1024, 512, 510},
+    {"luma", BuildLumaCurve, BuildLumaCurve_plain, 241, 120, 510},
+    {"luma single", BuildLumaCurveSingle, BuildLumaCurveSingle, 241, 120, 510},
+    {"chroma", BuildChromaCurve, BuildChromaCurve_plain, 256, 0, 254},
+    {"threshold", BuildThresholdCurve, BuildThresholdCurve_plain, 256, 128, 254},
+    {"tail", BuildTailCurve, BuildTailCurve_plain, 256, 128, 254},
+    {"shrink", BuildShrinkLut, BuildShrinkLut, 1024, 512, 510},
 };
 
 // A builder clears more than some tables hold.
-inline std::vector<int16_t> buildCurve(const Curve& curve, int32_t strength) {
+inline std::vector<int16_t> buildCurve(const Curve& curve, int32_t strength, bool plain) {
     std::vector<int16_t> table(1024, 0x5a5a);
-    curve.build(table.data(), strength);
+    (plain ? curve.plain : curve.build)(table.data(), strength);
     table.resize(curve.entries);
     return table;
 }
 
 // The tables of strengths first to last, one behind the other.
-inline std::vector<int16_t> sweepCurve(const Curve& curve, int32_t first, int32_t last) {
+inline std::vector<int16_t> sweepCurve(const Curve& curve, int32_t first, int32_t last, bool plain) {
     std::vector<int16_t> all;
     for (int32_t strength = first; strength <= last; ++strength) {
-        const std::vector<int16_t> table = buildCurve(curve, strength);
+        const std::vector<int16_t> table = buildCurve(curve, strength, plain);
         all.insert(all.end(), table.begin(), table.end());
     }
     return all;

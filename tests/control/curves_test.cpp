@@ -4,6 +4,7 @@
 
 #include "tests/control/curve_set.h"
 #include "tests/harness/content.h"
+#include "tests/harness/targets.h"
 
 namespace eis::test {
 
@@ -26,13 +27,17 @@ constexpr SweepDigests kDigests[] = {
 TEST(Curves, SweepsOfEveryStrengthAreExact) {
     for (size_t i = 0; i < std::size(kCurves); ++i) {
         const Curve& curve = kCurves[i];
-        const auto sweep = [&](int32_t first, int32_t last) {
-            const std::vector<int16_t> all = sweepCurve(curve, first, last);
-            return digest(all.data(), 2 * all.size());
+        const auto check = [&](bool plain) {
+            const auto sweep = [&](int32_t first, int32_t last) {
+                const std::vector<int16_t> all = sweepCurve(curve, first, last, plain);
+                return digest(all.data(), 2 * all.size());
+            };
+            EXPECT_EQ(sweep(0, curve.maxStrength), kDigests[i].valid) << curve.name;
+            EXPECT_EQ(sweep(-64, -1), kDigests[i].negative) << curve.name;
+            EXPECT_EQ(sweep(curve.maxStrength + 1, curve.maxStrength + 40), kDigests[i].beyond) << curve.name;
         };
-        EXPECT_EQ(sweep(0, curve.maxStrength), kDigests[i].valid) << curve.name;
-        EXPECT_EQ(sweep(-64, -1), kDigests[i].negative) << curve.name;
-        EXPECT_EQ(sweep(curve.maxStrength + 1, curve.maxStrength + 40), kDigests[i].beyond) << curve.name;
+        check(true);
+        forEachTarget([&] { check(false); });
     }
 }
 

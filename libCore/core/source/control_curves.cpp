@@ -5,35 +5,53 @@
 
 #include "bounded/bounded_memory.h"
 #include "libCore/core/source/arithmetic.h"
+#include "libCore/core/source/control_curve_parts.h"
+#include "libCore/core/source/neon/curve_powers.h"
 
 namespace eis {
 
 namespace {
 
-constexpr int kLumaCentre = 120;
-constexpr int kHalfCentre = 128;  // of the threshold and tail tables
-constexpr int kChromaEntries = 256;
+// Beyond what the powers, and those of any C library, may be off, relative to them.
+constexpr double kTolerance = 1e-10;
 
-// 16 bits of a table hold the low half of what the conversion gives.
-void storeOdd(int16_t* centre, int k, int32_t value) {
-    centre[k] = static_cast<int16_t>(value);
-    centre[-k] = static_cast<int16_t>(wrapSub(0, value));
+// The natural logarithm from 1/128 to 1, where it is a constant: a series of the inverse hyperbolic tangent.
+constexpr double constantLog(double value) {
+    int halvings = 0;
+    for (; value < 0.7; value *= 2) ++halvings;
+    const double t = (value - 1) / (value + 1);
+    double sum = 0;
+    double power = t;
+    for (int i = 1; i < 40; i += 2) {
+        sum += power / i;
+        power *= t * t;
+    }
+    return 2 * sum - halvings * 0.6931471805599453;
 }
 
-double lumaExponent(int32_t strength) {
-    return quarterExponent(std::fma(-static_cast<float>(strength), 0.0019569471f, 0.99999f));
+// Logarithms of 1 - k * step.
+template <int entries>
+constexpr std::array<double, entries> baseLogs(double step) {
+    std::array<double, entries> logs{};
+    for (int k = 0; k < entries; ++k) logs[k] = constantLog(1.0 - k * step);
+    return logs;
 }
 
-double chromaExponent(int32_t strength) {
-    return quarterExponent(std::fma(-static_cast<double>(strength), 0.00392156862745098, 0.99999));
+constexpr auto kLumaLogs = baseLogs<kLumaCentre + 1>(kLumaStep);
+constexpr auto kChromaLogs = baseLogs<kChromaEntries>(kChromaStep);
+constexpr auto kHalfLogs = baseLogs<kHalfCentre>(kHalfStep);
+
+// The bases are below 1: powers of other exponents leave the range, or are no numbers.
+bool isCommon(double exponent) {
+    return exponent > 0 && exponent < 1e6;
 }
 
-double lumaBase(int k) {
-    return std::fma(static_cast<double>(-k), 0.0004892367906066536, 1.0);
-}
-
-double halfBase(int k) {
-    return std::fma(static_cast<double>(-k), 0.0078125, 1.0);
+// A value from 0 on that is known within the tolerance, truncated; exact() gives it where that leaves two answers.
+template <class Exact>
+int32_t truncated(double value, Exact exact) {
+    const auto low = static_cast<int32_t>(value * (1 - kTolerance));
+    const auto high = static_cast<int32_t>(value * (1 + kTolerance));
+    return low == high ? low : truncSat32(exact());
 }
 
 }  // namespace
@@ -43,10 +61,17 @@ double quarterExponent(double a) {
 }
 
 void BuildLumaCurve(int16_t* dest, int32_t strength) {
-    (void)memset_s(dest, 512, 0, 512);
     const double exponent = lumaExponent(strength);
-    for (int i = -kLumaCentre; i <= 0; ++i) {
-        storeOdd(dest + kLumaCentre, i, truncSat32(std::pow(lumaBase(-i), exponent) * 32.0 * i));
+    if (!isCommon(exponent)) {
+        BuildLumaCurve_plain(dest, strength);
+        return;
+    }
+    std::array<double, kLumaCentre + 1> powers;
+    CurvePowers_neon(kLumaLogs.data(), kLumaCentre + 1, exponent, powers.data());
+    (void)memset_s(dest, 512, 0, 512);
+    for (int k = 0; k <= kLumaCentre; ++k) {
+        const auto exact = [&] { return std::pow(lumaBase(k), exponent) * 32.0 * k; };
+        storeOdd(dest + kLumaCentre, k, truncated(powers[k] * 32.0 * k, exact));
     }
 }
 
@@ -61,23 +86,42 @@ void BuildLumaCurveSingle(int16_t* dest, int32_t strength) {
 
 void BuildChromaCurve(int16_t* dest, int32_t strength) {
     const double exponent = chromaExponent(strength);
+    if (!isCommon(exponent)) {
+        BuildChromaCurve_plain(dest, strength);
+        return;
+    }
+    std::array<double, kChromaEntries> powers;
+    CurvePowers_neon(kChromaLogs.data(), kChromaEntries, exponent, powers.data());
     dest[0] = 0;
     for (int k = 1; k < kChromaEntries - 1; ++k) {
-        const double base = std::fma(static_cast<double>(-k), 0.000980392156862745, 1.0);
-        dest[k] = static_cast<int16_t>(truncSat32((k * 32.0) * std::pow(base, exponent)));
+        const auto exact = [&] { return (k * 32.0) * std::pow(chromaBase(k), exponent); };
+        dest[k] = static_cast<int16_t>(truncated((k * 32.0) * powers[k], exact));
     }
     dest[kChromaEntries - 1] = 0;
 }
 
 void BuildThresholdCurve(int16_t* dest, int32_t strength) {
-    (void)memset_s(dest, 512, 0, 512);
     const double exponent = static_cast<float>(chromaExponent(strength));
+    if (!isCommon(exponent)) {
+        BuildThresholdCurve_plain(dest, strength);
+        return;
+    }
+    std::array<double, kHalfCentre> powers;
+    CurvePowers_neon(kHalfLogs.data(), kHalfCentre, exponent, powers.data());
     std::array<float, kHalfCentre> curve{};
+    for (int k = 1; k < kHalfCentre; ++k) {
+        const auto low = static_cast<float>(powers[k] * k * (1 - kTolerance));
+        const auto high = static_cast<float>(powers[k] * k * (1 + kTolerance));
+        curve[k] = low == high ? low : static_cast<float>(std::pow(halfBase(k), exponent) * k);
+    }
+    StoreThresholdCurve(dest, curve.data());
+}
+
+void StoreThresholdCurve(int16_t* dest, float* curve) {
+    (void)memset_s(dest, 512, 0, 512);
     float peak = 0.0f;
     int peakIndex = 0;
     for (int k = 1; k < kHalfCentre; ++k) {
-        const double base = static_cast<float>(halfBase(k));
-        curve[k] = static_cast<float>(std::pow(base, exponent) * k);
         if (curve[k] > peak) {
             peak = curve[k];
             peakIndex = k;
@@ -89,11 +133,17 @@ void BuildThresholdCurve(int16_t* dest, int32_t strength) {
 }
 
 void BuildTailCurve(int16_t* dest, int32_t strength) {
-    (void)memset_s(dest, 512, 0, 512);
     const double exponent = chromaExponent(strength);
+    if (!isCommon(exponent)) {
+        BuildTailCurve_plain(dest, strength);
+        return;
+    }
+    std::array<double, kHalfCentre> powers;
+    CurvePowers_neon(kHalfLogs.data(), kHalfCentre, exponent, powers.data());
+    (void)memset_s(dest, 512, 0, 512);
     for (int k = 1; k < kHalfCentre; ++k) {
-        const double power = std::pow(halfBase(k), exponent);
-        storeOdd(dest + kHalfCentre, k, truncSat32(std::fma(static_cast<double>(k), power, 0.49)));
+        const auto exact = [&] { return std::fma(static_cast<double>(k), std::pow(halfBase(k), exponent), 0.49); };
+        storeOdd(dest + kHalfCentre, k, truncated(k * powers[k] + 0.49, exact));
     }
 }
 

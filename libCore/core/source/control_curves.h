@@ -19,14 +19,18 @@ double quarterExponent(double a);
 // 241 entries around 120, scale 511, span 2044, five fractional bits: a quarter is kept at 4 * strength. Clears 512
 // bytes first.
 void BuildLumaCurve(int16_t* dest, int32_t strength);
+void BuildLumaCurve_plain(int16_t* dest, int32_t strength);
 // The same with exponent and base cut to single precision; clears 482 bytes first.
 void BuildLumaCurveSingle(int16_t* dest, int32_t strength);
 // 256 entries from 0 upward, the last one 0, scale 255, span 1020, five fractional bits.
 void BuildChromaCurve(int16_t* dest, int32_t strength);
+void BuildChromaCurve_plain(int16_t* dest, int32_t strength);
 // 256 entries around 128, scale 255, span 128, the part below the peak bent to a parabola. Clears 512 bytes first.
 void BuildThresholdCurve(int16_t* dest, int32_t strength);
+void BuildThresholdCurve_plain(int16_t* dest, int32_t strength);
 // 256 entries around 128, scale 255, span 128, rounded by 0.49. Clears 512 bytes first.
 void BuildTailCurve(int16_t* dest, int32_t strength);
+void BuildTailCurve_plain(int16_t* dest, int32_t strength);
 
 // The gain in 1/8192 that a luma detail selects: 5000 to 8000.
 int32_t LumaGainFromDetail(int32_t lumaDetail);
