@@ -1,8 +1,10 @@
 // The record that a file makes, byte for byte.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -139,6 +141,25 @@ TEST_F(TuningRecord, Tables) {
     write("");
     EXPECT_EQ(load(), retStsOK);
     for (size_t i = 0; i < 40; ++i) EXPECT_EQ(word(280 + 56 + 4 * i), 0) << "a missing table is cleared";
+}
+
+// The readers that no key uses.
+TEST_F(TuningRecord, SpareReaders) {
+    write("<t>-7 2147483648 5</t><f>1.5 -2e3 1e39 4</f><e>2 1e</e><x/>");
+    XmlConfig config;
+    ASSERT_TRUE(config.LoadConfig(file_.c_str()));
+    std::array<int32_t, 3> ints{1, 1, 1};
+    EXPECT_EQ(ReadXmlIntArray(config, "/Config/t", ints.data(), 3), 1);
+    EXPECT_EQ(ReadXmlIntArray(config, "/Config/x", ints.data(), 3), 0);
+    EXPECT_EQ(ints, (std::array<int32_t, 3>{-7, INT32_MAX, 1}));
+    constexpr float kMost = std::numeric_limits<float>::max();
+    std::array<float, 4> floats{9, 9, 9, 9};
+    EXPECT_EQ(ReadXmlFloatArray(config, "/Config/f", floats.data(), 4), 1);
+    EXPECT_EQ(floats, (std::array<float, 4>{1.5F, -2000.F, kMost, 9.F}));
+    EXPECT_EQ(ReadXmlFloatArray(config, "/Config/e", floats.data(), 2), 1);
+    EXPECT_EQ(floats, (std::array<float, 4>{2.F, 0.F, kMost, 9.F}));
+    EXPECT_STREQ(ReadXmlText(config, "/Config/t", "none"), "-7 2147483648 5");
+    EXPECT_STREQ(ReadXmlText(config, "/Config/x", "none"), "none");
 }
 
 }  // namespace

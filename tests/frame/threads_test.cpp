@@ -107,5 +107,17 @@ TEST(Fork, RunsOnAlone) {
     }
 }
 
+TEST(ForkAndJoin, ThreadWait) {
+    Ran ran;
+    ThreadRecord record{{}, 3, &ran};
+    ASSERT_EQ(pthread_create(&record.handle, nullptr, body, &record), 0);
+    test::takeTraces();
+    EXPECT_EQ(thread_wait(record.handle), 0);
+    EXPECT_EQ(ran.indices, 8u);
+    const auto traces = test::takeTraces();
+    ASSERT_EQ(traces.size(), 1u);
+    EXPECT_EQ(traces[0].what, record.handle);
+}
+
 }  // namespace
 }  // namespace eis
