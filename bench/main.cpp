@@ -68,6 +68,7 @@ int main(int argc, char** argv) {
     eisbench::registerScaleWorks();
     eisbench::registerRegistrationWorks();
     eisbench::registerDenoiseWorks();
+    eisbench::registerGhostWorks();
     eisbench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.printRatios();

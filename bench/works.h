@@ -10,6 +10,7 @@
 namespace eisbench {
 
 void registerDenoiseWorks();
+void registerGhostWorks();
 void registerScaleWorks();
 void registerRegistrationWorks();
 

@@ -1,0 +1,17 @@
+// The ghost mask of a whole picture, composed of plain forms.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "libCore/core/source/ghost_records.h"
+
+namespace eis::test {
+
+struct ReferenceGhosts {
+    std::vector<uint8_t> mask;  // without gaps, of the largest size that is a multiple of 4
+    uint32_t size;              // pixels, as luma shows it
+};
+ReferenceGhosts referenceGhosts(const ST_GHOSTDETECTION_PARAMS_IN& in);
+
+}  // namespace eis::test
