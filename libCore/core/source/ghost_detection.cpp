@@ -65,6 +65,26 @@ ret_status uniteChroma(const GhostForm& form, const ST_GHOST_BAND_PARAMS& band, 
     return retStsOK;
 }
 
+// Enlarges the band's own rows, in strips that stay in the cache. A strip takes along a row of the mask on either side,
+// which is as far as the enlargement of one without edges reads.
+void enlargeOwnRows(const ST_GHOST_BAND_PARAMS& band, const uint8_t* mask, uint8_t* spare) {
+    constexpr int32_t kStrip = 16;
+    const ST_PICTURE& img = band.pIn->img;
+    const int32_t maskWidth = img.width >> 2;
+    const int32_t maskHeight = img.height >> 2;
+    const int32_t ownEnd = std::min(img.height - band.bottomLuma, 4 * maskHeight);
+    for (int32_t first = band.topLuma >> 2; 4 * first < ownEnd; first += kStrip) {
+        const int32_t top = std::max(first - 1, 0);
+        const int32_t bottom = std::min(first + kStrip + 1, maskHeight);
+        UpScaleX16_neon(mask + int64_t{top} * maskWidth, bottom - top, maskWidth, spare);
+        const int32_t end = std::min(4 * (first + kStrip), ownEnd);
+        for (int32_t y = std::max(4 * first, band.topLuma); y < end; ++y) {
+            std::memcpy(band.pOut->pMask + int64_t{y - band.topLuma} * stride128(img.width),
+                        spare + int64_t{y - 4 * top} * 4 * maskWidth, 4 * int64_t{maskWidth});
+        }
+    }
+}
+
 ret_status detect(const GhostForm& form, const ST_GHOST_BAND_PARAMS& band) {
     const ST_GHOSTDETECTION_PARAMS_IN& in = *band.pIn;
     const int32_t width = in.img.width;
@@ -101,13 +121,7 @@ ret_status detect(const GhostForm& form, const ST_GHOST_BAND_PARAMS& band) {
                 quarterWidth);
     const Scratch<uint8_t> picture(int64_t{width} * height, form.name);
     if (!picture) return noMemory(form.noPictureText);
-    UpScaleX16_neon(mask.get(), quarterHeight, quarterWidth, picture.get());
-    const int64_t pitch = 4 * int64_t{quarterWidth};
-    const int32_t rows = std::min(ownHeight, 4 * quarterHeight - band.topLuma);
-    for (int32_t y = 0; y < rows; ++y) {
-        std::memcpy(band.pOut->pMask + int64_t{y} * stride128(width), picture.get() + (band.topLuma + y) * pitch,
-                    pitch);
-    }
+    enlargeOwnRows(band, mask.get(), picture.get());
     return retStsOK;
 }
 
