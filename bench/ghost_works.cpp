@@ -4,7 +4,8 @@
 
 #include "bench/frame.h"
 #include "bench/works.h"
-#include "libCore/core/source/ghost_detection.h"
+#include "libCore/core/source/neon/GhostDetection_Multithread.h"
+#include "libCore/core/source/neon/ghost_detection.h"
 #include "libCore/core/source/neon/ghost_filter.h"
 #include "tests/ghost/reference.h"
 

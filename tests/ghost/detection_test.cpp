@@ -1,4 +1,4 @@
-#include "libCore/core/source/ghost_detection.h"
+#include "libCore/core/source/neon/GhostDetection_Multithread.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,8 @@
 #include <vector>
 
 #include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/ghost_mask.h"
+#include "libCore/core/source/neon/ghost_detection.h"
+#include "libCore/core/source/neon/ghost_mask.h"
 #include "tests/ghost/reference.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/content.h"

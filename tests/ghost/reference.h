@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "libCore/core/source/ghost_records.h"
+#include "libCore/core/source/neon/ghost_records.h"
 
 namespace eis::test {
 

@@ -1,4 +1,4 @@
-#include "libCore/core/source/ghost_detection.h"
+#include "libCore/core/source/neon/ghost_detection.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -6,10 +6,10 @@
 
 #include "highLevel/src/chroma_edges.h"
 #include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/ghost_mask.h"
 #include "libCore/core/source/log.h"
 #include "libCore/core/source/memory.h"
 #include "libCore/core/source/neon/MultiThread_new.h"
+#include "libCore/core/source/neon/ghost_mask.h"
 #include "libCore/core/source/neon/resample_up.h"
 
 namespace eis {

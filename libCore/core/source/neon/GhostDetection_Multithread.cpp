@@ -1,15 +1,17 @@
+#include "libCore/core/source/neon/GhostDetection_Multithread.h"
+
 #include "highLevel/src/nr_bands.h"
 #include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/ghost_detection.h"
 #include "libCore/core/source/log.h"
 #include "libCore/core/source/memory.h"
+#include "libCore/core/source/neon/ghost_detection.h"
 #include "libCore/core/source/neon/traced_thread.h"
 
 namespace eis {
 
 namespace {
 
-constexpr char kUnit[] = "libCore/core/source/ghost_bands";
+constexpr char kUnit[] = "libCore/core/source/neon/GhostDetection_Multithread";
 constexpr TraceSite kSite{
     kUnit,
     "ret_status GhostDetection_Multithread_Maincall(ST_GHOSTDETECTION_PARAMS_IN*, ST_GHOSTDETECTION_PARAMS_OUT*)"};

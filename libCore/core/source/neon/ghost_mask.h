@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "include/acore_types.h"
-#include "libCore/core/source/ghost_records.h"
+#include "libCore/core/source/neon/ghost_records.h"
 
 namespace eis {
 

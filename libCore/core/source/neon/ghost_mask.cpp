@@ -1,4 +1,4 @@
-#include "libCore/core/source/ghost_mask.h"
+#include "libCore/core/source/neon/ghost_mask.h"
 
 #include <cstring>
 
