@@ -1,7 +1,6 @@
 #include "highLevel/src/chroma_gain.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 #include "highLevel/src/q7_convert.h"
@@ -130,12 +129,7 @@ TEST(ChromaGain, TablesHaveTheirShape) {
         const int16_t* table = chromaGainTables[t];
         EXPECT_EQ(*std::max_element(table, table + 256), tops[t]) << t + 1;
         for (int k = 0; k < 256; ++k) {
-            const bool unity = k <= 48 || k >= 207 || (k >= 127 && k <= 129);
-            EXPECT_EQ(table[k] == 128, unity) << t + 1 << ", " << k;
-            if (unity) continue;
-            // Nearly symmetric, and without jumps.
-            EXPECT_LE(std::abs(table[k] - table[256 - k]), 5) << t + 1 << ", " << k;
-            EXPECT_LE(std::abs(table[k] - table[k - 1]), 7) << t + 1 << ", " << k;
+            EXPECT_EQ(table[k] == 128, k <= 48 || k >= 207 || (k >= 127 && k <= 129)) << t + 1 << ", " << k;
         }
     }
     EXPECT_EQ(digest(chromaGainTables, sizeof chromaGainTables), 16092859377779590771u);

@@ -90,22 +90,5 @@ TEST(WaveletSweep, PlanesEqualTheComposition) {
     });
 }
 
-TEST(WaveletSweep, ConstantPlaneComesBack) {
-    const KernelCase c{50, 99, Content::kLow, {}, 0};
-    const WaveletInputs inputs(c);
-    const WaveletPlanes planes(c);
-    const Plane<int16_t>& samples = planes.samples.vectors;
-    const Plane<uint8_t>& firstLevel = planes.firstLevel.vectors;
-    fill(firstLevel, Content::kLow, 0);
-    for (const int pass : {1, 2}) {
-        fill(samples, Content::kLow, 0, 100 * 128 + 64, 0);
-        const uint64_t before = digest(samples);
-        WaveletDenoiseDispatch_Mask(inputs.record(c, planes, false), pass);
-        EXPECT_EQ(digest(samples), before);
-        // The side result of each pass stands in a plane of its own.
-        for (int y = 0; y < 198; ++y) EXPECT_EQ(firstLevel.at(7, y) == 101, y < 99 * pass) << pass << ", row " << y;
-    }
-}
-
 }  // namespace
 }  // namespace eis::test
