@@ -1,7 +1,6 @@
 #include "libCore/core/source/neon/curve_powers.h"
 
-#include <bit>
-#include <cstdint>
+#include <algorithm>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/curve_powers.cpp"
@@ -12,17 +11,25 @@ HWY_BEFORE_NAMESPACE();
 namespace eis {
 namespace HWY_NAMESPACE {
 
+namespace hn = hwy::HWY_NAMESPACE;
+
 void CurvePowers(const double* HWY_RESTRICT logs, int count, double exponent, double* HWY_RESTRICT powers) {
-    constexpr double kRound = 6755399441055744.0;  // added, leaves an integer in the lowest bits
-    for (int k = 0; k < count; ++k) {
-        const double wanted = exponent * logs[k];
-        const double x = wanted > -700.0 ? wanted : -700.0;
-        const double shifted = x * 1.4426950408889634 + kRound;
-        const double halvings = shifted - kRound;
-        const double r = (x - halvings * 0.693147180369123816) - halvings * 1.90821492927058770e-10;
-        double sum = 1.0 + r * (1.0 / 12);
-        for (int i = 11; i >= 1; --i) sum = 1.0 + r * (1.0 / i) * sum;
-        powers[k] = sum * std::bit_cast<double>((std::bit_cast<uint64_t>(shifted) + 1023) << 52);
+    const hn::ScalableTag<double> d;
+    const hn::RebindToUnsigned<decltype(d)> dU;
+    const auto one = hn::Set(d, 1.0);
+    const auto round = hn::Set(d, 6755399441055744.0);  // added, leaves an integer in the lowest bits
+    const int step = static_cast<int>(hn::Lanes(d));
+    for (int k = 0; k < count; k += step) {
+        const int at = std::min(k, count - step);
+        const auto x = hn::Max(hn::Mul(hn::Set(d, exponent), hn::LoadU(d, logs + at)), hn::Set(d, -700.0));
+        const auto shifted = hn::MulAdd(x, hn::Set(d, 1.4426950408889634), round);
+        const auto halvings = hn::Sub(shifted, round);
+        const auto r = hn::NegMulAdd(halvings, hn::Set(d, 1.90821492927058770e-10),
+                                     hn::NegMulAdd(halvings, hn::Set(d, 0.693147180369123816), x));
+        auto sum = one;
+        for (int i = 12; i >= 1; --i) sum = hn::MulAdd(hn::Mul(r, hn::Set(d, 1.0 / i)), sum, one);
+        const auto scale = hn::ShiftLeft<52>(hn::Add(hn::BitCast(dU, shifted), hn::Set(dU, 1023)));
+        hn::StoreU(hn::Mul(sum, hn::BitCast(d, scale)), d, powers + at);
     }
 }
 
