@@ -20,7 +20,9 @@ struct SynthOptions {
     double rotation = 0.5;                // largest rotation about the frame's centre, degrees
     double perspective = 0.002;           // largest change of scale from the frame's centre to its edges
     bool mover = false;
-    std::optional<PictureSize> size;  // of the frames, from the middle of the photograph made smaller to fit
+    std::optional<int> moverSize;      // width and height of its box; else a sixth and an eighth of the shorter side
+    std::optional<int> moverContrast;  // levels between it and what it covers; else a piece of the photograph, turned
+    std::optional<PictureSize> size;   // of the frames, from the middle of the photograph made smaller to fit
     std::uint64_t seed = 1;
 };
 
@@ -41,6 +43,8 @@ class BurstSynthesiser {
     const cv::Matx33d& homography(int index) const { return homographies_.at(index); }
     // The box of the moving object in frame `index`, in positions of frame 0.
     std::optional<cv::Rect> mover(int index) const;
+    // Where it is in that frame, 255 on 0, in positions of frame 0.
+    cv::Mat moverMask(int index) const;
 
     NoisyFrame frame(int index) const;
 

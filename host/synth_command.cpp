@@ -106,6 +106,10 @@ void runSynth(const SynthArguments& arguments) {
         frame.homography = burst.homography(index);
         frame.noiseSigma = noiseSigma(pictures);
         frame.mover = burst.mover(index);
+        if (frame.mover) {
+            frame.moverMask = numbered("mover", index);
+            saveBgr((folder / frame.moverMask).string(), burst.moverMask(index));
+        }
         saveBgr((folder / frame.frame).string(), pictures.noisy);
         saveBgr((folder / frame.clean).string(), pictures.clean);
         std::cout << describe(frame) << std::endl;
@@ -137,7 +141,16 @@ void addSynthCommand(CLI::App& app) {
         ->add_option("--perspective", arguments->perspective,
                      "largest change of scale from the centre to the edges (default 0.002)")
         ->check(CLI::Range(0.0, 0.05));
-    command->add_flag("--mover", options.mover, "an object that moves by itself");
+    CLI::Option* const mover = command->add_flag(
+        "--mover", options.mover, "an object that moves by itself; mover_NN.png shows where, in positions of frame 0");
+    command->add_option("--mover-size", options.moverSize, "its size in pixels, for a round one")
+        ->check(CLI::Range(8, 4000))
+        ->needs(mover);
+    command
+        ->add_option("--mover-contrast", options.moverContrast,
+                     "levels between it and what it covers, instead of a piece of the photograph")
+        ->check(CLI::Range(1, 127))
+        ->needs(mover);
     command->add_option("--size", arguments->size, "WxH of the frames; the photograph is made smaller to fit");
     command->add_option("--raw-size", arguments->rawSize, "WxH of the photograph if it is raw I420");
     command->add_option("--seed", options.seed, "of all that is random")

@@ -22,6 +22,7 @@ json toJson(const FrameTruth& frame) {
              {"homography", std::vector<double>(frame.homography.val, frame.homography.val + 9)},
              {"noiseSigma", {{"y", frame.noiseSigma[0]}, {"u", frame.noiseSigma[1]}, {"v", frame.noiseSigma[2]}}}};
     if (frame.mover) out["mover"] = {frame.mover->x, frame.mover->y, frame.mover->width, frame.mover->height};
+    if (!frame.moverMask.empty()) out["moverMask"] = frame.moverMask;
     return out;
 }
 
@@ -37,6 +38,7 @@ FrameTruth frameFromJson(const json& in) {
         const auto box = in.at("mover").get<std::array<int, 4>>();
         frame.mover = cv::Rect(box[0], box[1], box[2], box[3]);
     }
+    frame.moverMask = in.value("moverMask", "");
     return frame;
 }
 

@@ -2,11 +2,12 @@
 //
 //   {"photo": "...", "seed": 1, "noise": "medium", "width": W, "height": H, "options": {...},
 //    "frames": [{"frame": "frame_00.png", "clean": "clean_00.png", "homography": [nine numbers, row-major],
-//                "noiseSigma": {"y": s, "u": s, "v": s}, "mover": [x, y, width, height]}, ...]}
+//                "noiseSigma": {"y": s, "u": s, "v": s}, "mover": [x, y, width, height],
+//                "moverMask": "mover_00.png"}, ...]}
 //
 // A homography maps a position of the first frame to its position in the frame at hand; the first is the reference
 // and has the identity. "mover" is there only if an object moves: the box of the ellipse that it fills, in positions of
-// the reference.
+// the reference. "moverMask" is a picture of it, 255 on 0, in the same positions.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -23,6 +24,7 @@ struct FrameTruth {
     cv::Matx33d homography = cv::Matx33d::eye();
     cv::Vec3d noiseSigma{0, 0, 0};  // of Y, U, V in levels, frame minus clean
     std::optional<cv::Rect> mover;
+    std::string moverMask;  // a file name; empty without an object
 };
 
 struct BurstTruth {

@@ -8,6 +8,7 @@ class App;
 
 namespace eislab {
 
+void addGhostCommand(CLI::App& app);
 void addGpuCommand(CLI::App& app);
 void addTablesCommand(CLI::App& app);
 void addTuningCommand(CLI::App& app);

@@ -9,12 +9,13 @@
 namespace {
 
 int run(int argc, char** argv) {
-    CLI::App app{"A bench for tuning files, strength tables and the GPU filter of libkelvane_eis_ap."};
+    CLI::App app{"A bench for tuning files, strength tables, ghost masks and the GPU filter of libkelvane_eis_ap."};
     app.name("eis-lab");
     app.require_subcommand(1);
     app.footer(
         "Exit codes: 0 done and nothing found, 1 findings, 2 a file that the library refuses,\n"
         "            64 usage, 65 unwritable output, 70 internal error.");
+    eislab::addGhostCommand(app);
     eislab::addGpuCommand(app);
     eislab::addTablesCommand(app);
     eislab::addTuningCommand(app);

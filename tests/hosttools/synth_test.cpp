@@ -122,6 +122,27 @@ TEST(Synth, TheMoverMovesInsideItsBoxesAlone) {
     EXPECT_EQ(cv::countNonZero(difference.reshape(1)), 0);
 }
 
+TEST(Synth, AMoverOfAContrastDiffersByItWhereItsMasksSay) {
+    SynthOptions options;
+    options.frames = 3;
+    options.exactShift = cv::Point(0, 0);
+    options.rotation = options.perspective = 0;
+    options.mover = true;
+    options.moverSize = 20;
+    options.moverContrast = 30;
+    const BurstSynthesiser burst(scene(900, 700), options);
+    const cv::Mat masks[] = {burst.moverMask(0), burst.moverMask(2)};
+    EXPECT_EQ(cv::countNonZero(masks[0] & masks[1]), 0);
+    cv::Mat change;
+    cv::absdiff(burst.frame(0).noisy, burst.frame(2).noisy, change);
+    cv::cvtColor(change, change, cv::COLOR_BGR2GRAY);
+    for (const cv::Mat& mask : masks) {
+        EXPECT_NEAR(cv::countNonZero(mask), CV_PI * 8 * 8, 20);
+        EXPECT_NEAR(cv::mean(change, mask)[0], 30, 3);
+    }
+    EXPECT_LT(cv::mean(change, ~(masks[0] | masks[1]))[0], 0.05);
+}
+
 TEST(SynthNoise, LevelsLieWhereTheyShould) {
     const cv::Mat photo = scene(640, 480);
     const struct {
@@ -168,11 +189,8 @@ TEST(SynthTruth, ComesBackFromItsFile) {
     truth.seed = 0xfedcba9876543210;
     truth.frames.resize(2);
     truth.frames[0].frame = "frame_00.png";
-    truth.frames[1] = {"frame_01.png",
-                       "clean_01.png",
-                       {0.999, -0.01, 12.25, 0.01, 0.999, -3, 1e-6, -2e-6, 1},
-                       {1, 2, 3},
-                       cv::Rect(1, 2, 3, 4)};
+    truth.frames[1] = {"frame_01.png", "clean_01.png",       {0.999, -0.01, 12.25, 0.01, 0.999, -3, 1e-6, -2e-6, 1},
+                       {1, 2, 3},      cv::Rect(1, 2, 3, 4), "mover_01.png"};
     saveTruth(folder.file(""), truth);
     const std::optional<BurstTruth> back = loadTruth(folder.file(""));
     ASSERT_TRUE(back);
@@ -181,6 +199,7 @@ TEST(SynthTruth, ComesBackFromItsFile) {
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(found->clean, "clean_01.png");
     EXPECT_EQ(found->mover, truth.frames[1].mover);
+    EXPECT_EQ(found->moverMask, "mover_01.png");
     EXPECT_EQ(back->find("frame_02.png"), nullptr);
     EXPECT_EQ(homographyBetween(back->frames[0], *found), truth.frames[1].homography);
     for (const char* const damaged : {"", "{", "[]", R"({"photo": 1})", R"({"frames": [{}]})"}) {
