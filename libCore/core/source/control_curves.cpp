@@ -18,7 +18,10 @@ constexpr double kTolerance = 1e-10;
 // The natural logarithm from 1/128 to 1, where it is a constant: a series of the inverse hyperbolic tangent.
 constexpr double constantLog(double value) {
     int halvings = 0;
-    for (; value < 0.7; value *= 2) ++halvings;
+    while (value < 0.7) {
+        value *= 2;
+        ++halvings;
+    }
     const double t = (value - 1) / (value + 1);
     double sum = 0;
     double power = t;
