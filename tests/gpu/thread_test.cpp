@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <vector>
 
@@ -13,10 +14,10 @@
 namespace eis {
 namespace {
 
-std::vector<char> g_seen;
+std::array<char, kGpuThreadParamSize> g_seen;
 
 void* look(void* param) {
-    g_seen.assign(static_cast<char*>(param), static_cast<char*>(param) + kGpuThreadParamSize);
+    std::copy_n(static_cast<const char*>(param), g_seen.size(), g_seen.begin());
     return nullptr;
 }
 
