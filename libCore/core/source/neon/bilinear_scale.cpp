@@ -19,11 +19,15 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// Columns handled in one go, so that a strip's tables and row sums stay on the stack and near.
-constexpr int kStrip = 2048;
+// Columns handled in one go, whose tables stay on the stack. Rows are read in runs as long as can be: the processor
+// fetches ahead along a row only.
+constexpr int kStrip = 6144;
+constexpr int kScatteredStrip = 1024;
 // Columns whose neighbours come from one load of 16 bytes.
 constexpr int kBlock = 4;
 constexpr int kLoad = 16;
+// Rows below that are fetched.
+constexpr int kRowsAhead = 4;
 
 using Sums = HWY_CAPPED(int32_t, 8);
 using SumsV = hn::Vec<Sums>;
@@ -58,51 +62,64 @@ struct SourcePlane {
     }
 };
 
-// Column tables of a strip, filled up to whole steps.
-struct Columns {
-    int32_t left[kStrip];
-    int32_t right[kStrip];
+// Where destination columns fall; `entries` words of the table are valid.
+struct ColumnMap {
+    int32_t step;
+    const void* table;
+    int entries;
+
+    ScalePosition at(int x) const { return scalePosition(step, scaleColumn(table, entries, x)); }
+};
+
+// Tables of a strip's columns, filled up to whole steps, where each block's neighbours lie in one load.
+struct CompactColumns {
     // Of each block: its load's first column, the bytes of the load that go to its lanes, the weights of the lanes.
     int32_t base[kStrip / kBlock];
     alignas(32) uint8_t lanes[kStrip / kBlock][kLoad];
     alignas(32) int16_t weights[kStrip / kBlock][2 * kBlock];
-    bool compact;  // whether each block's neighbours lie in one load inside the row
 };
 
-// A source row interpolated at the strip's columns: 20 bits, 4096 times the sample value.
-struct RowSums {
-    int64_t row = -1;  // which source row it holds
-    alignas(32) int32_t values[kStrip];
+// Tables of columns wherever their neighbours lie.
+struct ScatteredColumns {
+    int32_t left[kScatteredStrip];
+    int32_t right[kScatteredStrip];
+    uint32_t fraction[kScatteredStrip];
 };
 
-void FillColumns(const SourcePlane& source, int32_t stepX, const void* colTable, int entries, int first, int count,
-                 Columns& columns) {
-    const int32_t end = source.width + source.border;
-    columns.compact = end + source.border >= kLoad;
+// False when a block's neighbours do not lie in one load inside the row.
+bool FillColumns(const SourcePlane& source, const ColumnMap& map, int first, int count, CompactColumns& columns) {
     for (int b = 0; b * kBlock < WholeSteps(count); ++b) {
+        int32_t left[kBlock];
+        int32_t right[kBlock];
         int32_t low = INT32_MAX;
         int32_t high = INT32_MIN;
         for (int k = 0; k < kBlock; ++k) {
-            const int x = b * kBlock + k;
-            const ScalePosition position =
-                scalePosition(stepX, scaleColumn(colTable, entries, first + std::min(x, count - 1)));
-            columns.left[x] = source.column(position.index);
-            columns.right[x] = source.column(int64_t{position.index} + 1);
+            const ScalePosition position = map.at(first + std::min(b * kBlock + k, count - 1));
+            left[k] = source.column(position.index);
+            right[k] = source.column(int64_t{position.index} + 1);
             columns.weights[b][LaneOf(k, 0)] = static_cast<int16_t>(4096 - position.fraction);
             columns.weights[b][LaneOf(k, 1)] = static_cast<int16_t>(position.fraction);
-            low = std::min({low, columns.left[x], columns.right[x]});
-            high = std::max({high, columns.left[x], columns.right[x]});
+            low = std::min({low, left[k], right[k]});
+            high = std::max({high, left[k], right[k]});
         }
-        const int32_t base = std::min(low, end - kLoad);
+        const int32_t base = std::min(low, source.width + source.border - kLoad);
+        if (base < -source.border || high - base >= kLoad) return false;
         columns.base[b] = base;
-        columns.compact = columns.compact && high - base < kLoad;
-        if (!columns.compact) continue;
         std::memset(columns.lanes[b], 0x80, kLoad);  // which gives a zero byte
         for (int k = 0; k < kBlock; ++k) {
-            const int x = b * kBlock + k;
-            columns.lanes[b][2 * LaneOf(k, 0)] = static_cast<uint8_t>(columns.left[x] - base);
-            columns.lanes[b][2 * LaneOf(k, 1)] = static_cast<uint8_t>(columns.right[x] - base);
+            columns.lanes[b][2 * LaneOf(k, 0)] = static_cast<uint8_t>(left[k] - base);
+            columns.lanes[b][2 * LaneOf(k, 1)] = static_cast<uint8_t>(right[k] - base);
         }
+    }
+    return true;
+}
+
+void FillColumns(const SourcePlane& source, const ColumnMap& map, int first, int count, ScatteredColumns& columns) {
+    for (int x = 0; x < count; ++x) {
+        const ScalePosition position = map.at(first + x);
+        columns.left[x] = source.column(position.index);
+        columns.right[x] = source.column(int64_t{position.index} + 1);
+        columns.fraction[x] = position.fraction;
     }
 }
 
@@ -118,31 +135,17 @@ HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> LoadBlocks(const uint8_t* HWY
 #endif
 }
 
-// The same columns `ahead` bytes below are fetched: few processors do it across the end of a page, where most rows end.
-void CompactSums(const uint8_t* HWY_RESTRICT row, int64_t ahead, const Columns& columns, int count,
-                 int32_t* HWY_RESTRICT sums) {
+// A row interpolated at a vector of columns from x on: 20 bits, 4096 times the sample value.
+HWY_INLINE SumsV ColumnSums(const uint8_t* HWY_RESTRICT row, const CompactColumns& columns, int x) {
     const Sums d;
     const hn::Repartition<uint8_t, Sums> d8;
     const hn::Repartition<int16_t, Sums> d16;
-    for (int x = 0; x < count; x += kSumLanes) {
-        const int b = x / kBlock;
-        hwy::Prefetch(row + ahead + columns.base[b]);
-        const auto samples = hn::TableLookupBytesOr0(LoadBlocks(row, columns.base + b), hn::Load(d8, columns.lanes[b]));
-        SumsV second = hn::Zero(d);
-        const SumsV first = hn::ReorderWidenMulAccumulate(d, hn::BitCast(d16, samples),
-                                                          hn::Load(d16, columns.weights[b]), hn::Zero(d), second);
-        hn::Store(hn::Add(first, second), d, sums + x);
-    }
-}
-
-// Wherever the neighbours lie.
-void ScatteredSums(const uint8_t* HWY_RESTRICT row, int64_t /*ahead*/, const Columns& columns, int count,
-                   int32_t* HWY_RESTRICT sums) {
-    for (int x = 0; x < count; ++x) {
-        const int16_t* weights = columns.weights[x / kBlock];
-        sums[x] = row[columns.left[x]] * weights[LaneOf(x % kBlock, 0)] +
-                  row[columns.right[x]] * weights[LaneOf(x % kBlock, 1)];
-    }
+    const int b = x / kBlock;
+    const auto samples = hn::TableLookupBytesOr0(LoadBlocks(row, columns.base + b), hn::Load(d8, columns.lanes[b]));
+    SumsV second = hn::Zero(d);
+    const SumsV first = hn::ReorderWidenMulAccumulate(d, hn::BitCast(d16, samples), hn::Load(d16, columns.weights[b]),
+                                                      hn::Zero(d), second);
+    return hn::Add(first, second);
 }
 
 // Sums of four vectors, 0 to 255 each, as bytes in order.
@@ -163,19 +166,33 @@ HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> PackSums(SumsV a, SumsV b, Su
 #endif
 }
 
-// Wrapping: the sum of both terms is at most 255 << 24 unsigned, however far below zero the second one is.
-void VerticalBlend(const int32_t* HWY_RESTRICT upper, const int32_t* HWY_RESTRICT lower, uint32_t fraction, int count,
-                   uint8_t* HWY_RESTRICT dst) {
+// The two source rows of a destination row, and the weight of the lower one in 4096ths. The same columns `ahead` bytes
+// below are fetched: few processors do it across the end of a page, where most rows end.
+struct RowPair {
+    const uint8_t* upper;
+    const uint8_t* lower;
+    uint32_t fraction;
+    int64_t ahead;
+};
+
+// Between two rows' sums. Wrapping: the sum of both terms is at most 255 << 24 unsigned, however far below zero the
+// second one is.
+void BlendRows(const RowPair& rows, const CompactColumns& columns, int count, uint8_t* HWY_RESTRICT dst) {
     const Sums d;
     const hn::RebindToUnsigned<Sums> dU;
     const hn::Repartition<uint8_t, Sums> d8;
-    const SumsV fy = hn::Set(d, static_cast<int32_t>(fraction));
+    const SumsV fy = hn::Set(d, static_cast<int32_t>(rows.fraction));
     const auto blend = [&](int x) HWY_ATTR {
-        const SumsV u = hn::Load(d, upper + x);
-        const SumsV sum = hn::Add(hn::ShiftLeft<12>(u), hn::Mul(hn::Sub(hn::Load(d, lower + x), u), fy));
+        const SumsV upper = ColumnSums(rows.upper, columns, x);
+        const SumsV lower = ColumnSums(rows.lower, columns, x);
+        const SumsV sum = hn::Add(hn::ShiftLeft<12>(upper), hn::Mul(hn::Sub(lower, upper), fy));
         return hn::BitCast(d, hn::ShiftRight<24>(hn::BitCast(dU, sum)));
     };
     for (int x = 0; x < count; x += kBytes) {
+        for (int fetched = x; fetched < x + kBytes; fetched += kBytes / 2) {
+            hwy::Prefetch(rows.upper + rows.ahead + columns.base[fetched / kBlock]);
+            hwy::Prefetch(rows.lower + rows.ahead + columns.base[fetched / kBlock]);
+        }
         const auto bytes = PackSums(blend(x), blend(x + kSumLanes), blend(x + 2 * kSumLanes), blend(x + 3 * kSumLanes));
         if (x + kBytes <= count) {
             hn::StoreU(bytes, d8, dst + x);
@@ -187,51 +204,74 @@ void VerticalBlend(const int32_t* HWY_RESTRICT upper, const int32_t* HWY_RESTRIC
     }
 }
 
-// One strip of one plane. Sums of source rows are kept while destination rows go on using them.
-void ScaleStrip(const SourcePlane& source, const Columns& columns, int count, int32_t stepY, uint8_t* dst, int dstPitch,
-                int rowFirst, int rowEnd) {
-    const auto horizontalSums = columns.compact ? CompactSums : ScatteredSums;
-    RowSums sums[2];
-    for (int y = rowFirst; y < rowEnd; ++y) {
-        const ScalePosition position = scalePosition(stepY, y);
-        const int32_t* use[2];
-        for (int i = 0; i < 2; ++i) {
-            const int64_t row = int64_t{position.index} + i;
-            RowSums& slot = sums[row & 1];
-            if (slot.row != row) {
-                const int64_t ahead = row + 4 < source.height ? 4 * source.pitch : 0;
-                horizontalSums(source.row(row), ahead, columns, WholeSteps(count), slot.values);
-                slot.row = row;
-            }
-            use[i] = slot.values;
-        }
-        VerticalBlend(use[0], use[1], position.fraction, count, dst + int64_t{y} * dstPitch);
+void BlendRows(const RowPair& rows, const ScatteredColumns& columns, int count, uint8_t* HWY_RESTRICT dst) {
+    for (int x = 0; x < count; ++x) {
+        const auto sum = [&](const uint8_t* row) {
+            const uint32_t left = row[columns.left[x]];
+            return (left << 12) + (row[columns.right[x]] - left) * columns.fraction[x];
+        };
+        const uint32_t upper = sum(rows.upper);
+        dst[x] = static_cast<uint8_t>(((upper << 12) + (sum(rows.lower) - upper) * rows.fraction) >> 24);
     }
 }
 
-// `entries` words of colTable are valid.
-void ScaleSource(const SourcePlane& source, uint8_t* dst, int dstW, int dstH, int dstPitch, int rowFirst, int rowEnd,
-                 const void* colTable, int entries) {
+// One plane's destination, from row rowFirst to row rowEnd - 1.
+struct Destination {
+    uint8_t* samples;
+    int64_t pitch;
+    int32_t rowFirst;
+    int32_t rowEnd;
+};
+
+template <class Columns>
+void ScaleStrip(const SourcePlane& source, const Columns& columns, int32_t stepY, const Destination& to, int first,
+                int count) {
+    for (int y = to.rowFirst; y < to.rowEnd; ++y) {
+        const ScalePosition position = scalePosition(stepY, y);
+        const int64_t row = position.index;
+        const int64_t ahead = row + 1 + kRowsAhead < source.height ? kRowsAhead * source.pitch : 0;
+        BlendRows({source.row(row), source.row(row + 1), position.fraction, ahead}, columns, count,
+                  to.samples + y * to.pitch + first);
+    }
+}
+
+HWY_NOINLINE void ScaleScattered(const SourcePlane& source, const ColumnMap& map, int32_t stepY, const Destination& to,
+                                 int first, int end) {
+    ScatteredColumns columns;
+    for (int x = first; x < end; x += kScatteredStrip) {
+        const int count = std::min(kScatteredStrip, end - x);
+        FillColumns(source, map, x, count, columns);
+        ScaleStrip(source, columns, stepY, to, x, count);
+    }
+}
+
+void ScaleSource(const SourcePlane& source, const Destination& to, int dstW, int dstH, const void* colTable,
+                 int entries) {
     if (source.width < 1 || source.height < 1) return;
+    const ColumnMap map{scaleStep(source.width, dstW), colTable, entries};
+    const int32_t stepY = scaleStep(source.height, dstH);
     const int strips = (dstW + kStrip - 1) / kStrip;
+    CompactColumns columns;
     for (int x = 0, count = 0; x < dstW; x += count) {
         count = std::min(WholeSteps((dstW + strips - 1) / strips), dstW - x);
-        Columns columns;
-        FillColumns(source, scaleStep(source.width, dstW), colTable, entries, x, count, columns);
-        ScaleStrip(source, columns, count, scaleStep(source.height, dstH), dst + x, dstPitch, rowFirst, rowEnd);
+        if (FillColumns(source, map, x, count, columns)) {
+            ScaleStrip(source, columns, stepY, to, x, count);
+        } else {
+            ScaleScattered(source, map, stepY, to, x, x + count);
+        }
     }
 }
 
 void ScalePadded(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH, int dstPitch, int rowFirst,
                  int rowEnd, const void* colTable, int entries) {
     const int64_t pitch = scalePaddedPitch(srcW);
-    ScaleSource({src + kScaleBorder * pitch + kScaleBorder, pitch, srcW, srcH, kScaleBorder}, dst, dstW, dstH, dstPitch,
-                rowFirst, rowEnd, colTable, entries);
+    ScaleSource({src + kScaleBorder * pitch + kScaleBorder, pitch, srcW, srcH, kScaleBorder},
+                {dst, dstPitch, rowFirst, rowEnd}, dstW, dstH, colTable, entries);
 }
 
 void ScaleDirect(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
                  int dstPitch) {
-    ScaleSource({src, srcPitch, srcW, srcH, 0}, dst, dstW, dstH, dstPitch, 0, dstH, nullptr, 0);
+    ScaleSource({src, srcPitch, srcW, srcH, 0}, {dst, dstPitch, 0, dstH}, dstW, dstH, nullptr, 0);
 }
 
 }  // namespace HWY_NAMESPACE
