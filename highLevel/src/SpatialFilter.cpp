@@ -17,11 +17,10 @@ LumaPassParams lumaParams(const ST_NR_BAND_PARAMS& band, const LumaScratch& scra
             picture.width,
             {picture.height, band.bandTopOverlap, band.bandBottomOverlap},
             {picture.pData[0], band.lumaStart, stride128(picture.width)},
-            scratch,
-            band.stMultiDenoiseIn.stDNParams.lumaNrEnable != 0};
+            scratch};
 }
 
-// The chroma pass works where luma has had its wide planes.
+// The chroma pass works where luma's sweeps have had their rows.
 ChromaPassParams chromaParams(const ST_NR_BAND_PARAMS& band, const LumaScratch& scratch) {
     const ST_PICTURE& picture = band.stPicOut;
     const ST_DN_PARAMS_VA& dn = band.stMultiDenoiseIn.stDNParams;
@@ -38,8 +37,8 @@ ChromaPassParams chromaParams(const ST_NR_BAND_PARAMS& band, const LumaScratch& 
     params.chromaGainIndex = dn.chromaGainIndex;
     params.chromaEdgeAlpha = dn.chromaEdgeAlpha;
     params.pChromaLut = dn.pSpatialChromaNrLUT;
-    params.scratch =
-        CutChromaScratch(reinterpret_cast<uint8_t*>(scratch.nrWide), picture.width, picture.height, kChromaHighLevel);
+    params.scratch = CutChromaScratch(reinterpret_cast<uint8_t*>(scratch.nrWideTmp), picture.width, picture.height,
+                                      kChromaHighLevel);
     params.scratch.pThresholds = scratch.pThresholds;
     return params;
 }
@@ -48,7 +47,7 @@ ret_status denoiseBand(const ST_NR_BAND_PARAMS& band, const LumaScratch& scratch
     const ST_DN_PARAMS_VA& dn = band.stMultiDenoiseIn.stDNParams;
     const LumaPassParams luma = lumaParams(band, scratch);
     SplitLuma(luma);
-    MergeLuma(luma);
+    SmoothLuma(luma);
     if (dn.chromaNrEnable != 0) {
         const ChromaPassParams chroma = chromaParams(band, scratch);
         const ret_status status = RunChromaPass(chroma);
@@ -66,10 +65,11 @@ ret_status denoiseBand(const ST_NR_BAND_PARAMS& band, const LumaScratch& scratch
         return retStsOK;
     }
     BuildDetailMap(luma);
-    // The overlap rows that a map is made of are another band's to write.
+    // The overlap rows are another band's to write.
+    KeepBorderRows(luma);
     CountBands(g_nrLumaDone);
     AwaitBands(g_nrLumaDone);
-    RemixLuma(luma, band.stPicOut.pData[0]);
+    MergeLuma(luma, band.stPicOut.pData[0]);
     return retStsOK;
 }
 
@@ -93,9 +93,9 @@ ret_status SpatialNrHighLevelNew(ST_MULTIDENOISE_PARAMS_IN* in, ST_MULTIDENOISE_
     const LumaPassParams luma = lumaParams(whole, scratch);
     SplitLuma(luma);
     EIS_LOG_INFO("wDiv2 : %d ,hDiv2 : %d, stride : %d \n", width / 2, height / 2, picture.stride);
-    MergeLuma(luma);
+    SmoothLuma(luma);
     BuildDetailMap(luma);
-    if (in->stDNParams.lumaNrEnable != 0) RemixLuma(luma, picture.pData[0]);
+    if (in->stDNParams.lumaNrEnable != 0) MergeLuma(luma, picture.pData[0]);
     if (in->stDNParams.chromaNrEnable != 0) {
         const ChromaPassParams chroma = chromaParams(whole, scratch);
         const ret_status status = RunChromaPass(chroma);

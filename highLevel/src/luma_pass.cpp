@@ -86,8 +86,8 @@ LumaScratch CutLumaScratch(uint8_t* bytePlanes, uint8_t* widePlanes, uint8_t* li
     LumaScratch scratch{};
     scratch.detailMap = bytePlanes;
     scratch.gradQuarter = bytePlanes + samples;
-    scratch.nrOut = scratch.gradQuarter + quarter;
-    scratch.mapQuarter = scratch.nrOut + samples;
+    scratch.border = {scratch.gradQuarter + quarter, width};
+    scratch.mapQuarter = scratch.border.rows + samples;
     scratch.lumaQuarter = scratch.mapQuarter + quarter;
     scratch.nrWide = aligned<int16_t>(widePlanes);
     scratch.shrinkLut = scratch.nrWide + samples;
@@ -133,20 +133,30 @@ void BuildDetailMap(const LumaPassParams& params) {
     std::memset(s.detailMap + mapped, 0, int64_t{params.width} * params.band.height - mapped);
 }
 
-void RemixLuma(const LumaPassParams& params, uint8_t* plane) {
-    const LumaScratch& s = params.scratch;
-    const int top = params.band.bandTopOverlap;
-    for (int row = top; row < params.band.height - params.band.bandBottomOverlap; ++row) {
-        const RemixDetailArgs args{plane + (params.source.start + int64_t{row} * params.source.pitch),
-                                   s.nrOut + int64_t{row} * params.width,
-                                   mapRow(params, row),
-                                   params.width,
-                                   1,
-                                   params.source.pitch,
-                                   params.settings.mapCentre,
-                                   params.settings.mapMixGain};
-        RemixDetail(&args);
-    }
+void KeepBorderRows(const LumaPassParams& params) {
+    const BandSource& source = params.source;
+    const NrBand& band = params.band;
+    const auto keep = [&](int first, int end, uint8_t* to) {
+        const BandSource rows{source.plane, source.start + int64_t{first} * source.pitch, source.pitch};
+        CopyBand(rows, params.width, end - first, to, params.width);
+    };
+    const BorderRows& border = params.scratch.border;
+    const int above = std::min(band.bandTopOverlap, BorderRows::kRows);
+    keep(band.bandTopOverlap - above, band.bandTopOverlap, border.above(-above));
+    const int coreEnd = band.height - band.bandBottomOverlap;
+    keep(coreEnd, std::min(coreEnd + BorderRows::kRows, band.height), border.below(0));
+}
+
+void RemixLumaRow(const LumaPassParams& params, int row, const uint8_t* denoised, uint8_t* plane) {
+    const RemixDetailArgs args{plane + (params.source.start + int64_t{row} * params.source.pitch),
+                               denoised,
+                               mapRow(params, row),
+                               params.width,
+                               1,
+                               params.source.pitch,
+                               params.settings.mapCentre,
+                               params.settings.mapMixGain};
+    RemixDetail(&args);
 }
 
 }  // namespace eis

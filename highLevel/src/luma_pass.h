@@ -22,17 +22,29 @@ struct LumaSettings {
 };
 LumaSettings ComputeLumaSettings(const ST_DN_PARAMS_VA& dn);
 
+// Rows beside a band's core, as they came: as many as its details reach.
+struct BorderRows {
+    static constexpr int kRows = 6;  // on either side
+
+    uint8_t* rows;
+    int32_t width;
+
+    // From -kRows to -1 before the core's first row, and from 0 on behind its last one.
+    uint8_t* above(int row) const { return rows + int64_t{kRows + row} * width; }
+    uint8_t* below(int row) const { return rows + int64_t{kRows + row} * width; }
+};
+
 // With W and h the size of what a pass sees, WH their product and P = (W >> 2) * (h >> 2). No step uses more of it than
-// it has rows at hand, so that much of the two large planes may never be touched.
+// it has rows at hand, so that most of it may never be touched.
 struct LumaScratch {
     uint8_t* detailMap;  // WH; the first step leaves it alone
     uint8_t* gradQuarter;
-    uint8_t* nrOut;  // WH
+    BorderRows border;  // at the start of WH bytes
     uint8_t* mapQuarter;
     uint8_t* lumaQuarter;
     int16_t* nrWide;        // WH, of which the low band takes the first quarter
     int16_t* shrinkLut;     // 1024 entries
-    int16_t* nrWideTmp;     // WH, of which rows on their way through the pass take the first few
+    int16_t* nrWideTmp;     // WH, of which rows on their way through a sweep take the first few; free between sweeps
     int32_t* nrLineState;   // max(W, h) entries
     uint16_t* pThresholds;  // of the chroma pass
 };
@@ -58,19 +70,24 @@ struct LumaPassParams {
     NrBand band;
     BandSource source;
     LumaScratch scratch;
-    bool writesLuma;  // or is run for the gradients alone
 };
 
-// The steps, in this order. From the third one on the wide planes are free for others.
+// The steps, in this order.
 //
-// Splitting and merging sweep over the band once each, down and up, as the two passes of the low band's smoothing do:
-// a row goes through all steps while the caches hold it. Only the low band waits for the second sweep; details are
-// split off once more. Of a band's overlap only those rows are worked on that its core depends on.
-void SplitLuma(const LumaPassParams& params);  // leaves the low band, smoothed downward, and lumaQuarter
-void MergeLuma(const LumaPassParams& params);  // leaves gradQuarter, 0 far from the core, and the core rows of nrOut
+// The first two sweep over the band down and up, as the two passes of the low band's smoothing do, and the last one
+// once more: a row goes through all of a sweep's steps while the caches hold it. Only the low band waits from sweep to
+// sweep; details are split off once more rather than stored, gradients taken once more. Of a band's overlap only those
+// rows are worked on that its core depends on.
+void SplitLuma(const LumaPassParams& params);   // leaves the low band, smoothed downward, and lumaQuarter
+void SmoothLuma(const LumaPassParams& params);  // smooths it upward and leaves gradQuarter, 0 far from the core
 void BuildDetailMap(const LumaPassParams& params);
+// Before neighbours may write their cores.
+void KeepBorderRows(const LumaPassParams& params);
 // Writes the core rows of the picture's plane; nothing else writes into it.
-void RemixLuma(const LumaPassParams& params, uint8_t* plane);
+void MergeLuma(const LumaPassParams& params, uint8_t* plane);
+
+// Lays a denoised row into the plane, with part of what was there back where the map has texture.
+void RemixLumaRow(const LumaPassParams& params, int row, const uint8_t* denoised, uint8_t* plane);
 
 // Rows [begin, end).
 struct RowRange {

@@ -21,8 +21,8 @@ constexpr uint16_t kTopMix = 614;
 // Rows of the low band.
 struct SweepRows {
     RowRange smoothed;   // and their details shrunk: all but the overlaps, of which one row counts
-    RowRange gradients;  // what guards those details and what makes the rows at quarter scale
-    RowRange low;        // what the gradients are made of
+    RowRange gradients;  // what makes the rows at quarter scale
+    RowRange low;        // what gradients are made of
     RowRange quarter;    // at quarter scale
 
     explicit SweepRows(const NrBand& band) {
@@ -31,8 +31,9 @@ struct SweepRows {
         const int bottom = band.bandBottomOverlap >= 4 ? (band.bandBottomOverlap >> 1) - 1 : 0;
         quarter = LumaQuarterRows(band);
         smoothed = {top, half - bottom};
-        gradients = {std::min(2 * quarter.begin, smoothed.begin), std::max(2 * quarter.end, smoothed.end)};
-        low = {std::max(gradients.begin - 1, 0), std::min(gradients.end + 1, half)};
+        gradients = {2 * quarter.begin, 2 * quarter.end};
+        low = {std::max(std::min(gradients.begin, smoothed.begin) - 1, 0),
+               std::min(std::max(gradients.end, smoothed.end) + 1, half)};
     }
 };
 
@@ -41,13 +42,14 @@ struct SweepLines {
     int16_t* detail[2];  // down the columns
     int16_t* smooth;
     int16_t* bands[3];  // HL, LH, HH
-    int16_t* joinedLow[2];
+    int16_t* joinedLow;
     int16_t* joinedHigh[2];
     int16_t* even[2];
     uint8_t* gradX;
     uint8_t* gradY;
     uint8_t* gradMean;  // two rows
-    uint8_t* medians;   // four rows
+    uint8_t* denoised;
+    uint8_t* medians;  // four rows
 
     SweepLines(int16_t* memory, int width) {
         const int half = width / 2;
@@ -57,22 +59,26 @@ struct SweepLines {
             return line;
         };
         const auto takeBytes = [&](int bytes) { return reinterpret_cast<uint8_t*>(take((bytes + 1) / 2)); };
-        for (auto* lines : {&detail, &joinedLow, &joinedHigh, &even}) {
+        smooth = take(width);
+        joinedLow = take(width);
+        for (auto* lines : {&detail, &joinedHigh, &even}) {
             for (int16_t*& line : *lines) line = take(width);
         }
-        smooth = take(width);
         for (int16_t*& line : bands) line = take(half);
         gradX = takeBytes(half);
         gradY = takeBytes(half);
         gradMean = takeBytes(2 * half);
+        denoised = takeBytes(width);
         medians = takeBytes(4 * width);
     }
 };
 
-// The band's luma as the split takes it, with medians made when they are asked for. The last three rows asked for stay.
+// The band's luma as the split takes it, with medians made when they are asked for. The last four rows asked for stay.
+// Once neighbours write their bands, rows beyond the core come from copies.
 class LumaRows {
   public:
-    LumaRows(const LumaPassParams& params, uint8_t* medians) : params_(params), medians_(medians) {}
+    LumaRows(const LumaPassParams& params, uint8_t* medians, bool coreOnly)
+        : params_(params), medians_(medians), coreOnly_(coreOnly) {}
 
     const uint8_t* operator()(int row) {
         if (!params_.settings.median || row == 0 || row == params_.band.height - 1) return source(row);
@@ -87,12 +93,18 @@ class LumaRows {
 
   private:
     const uint8_t* source(int row) const {
+        const NrBand& band = params_.band;
+        const int coreEnd = band.height - band.bandBottomOverlap;
+        const BorderRows& border = params_.scratch.border;
+        if (coreOnly_ && row < band.bandTopOverlap) return border.above(row - band.bandTopOverlap);
+        if (coreOnly_ && row >= coreEnd) return border.below(row - coreEnd);
         const BandSource& source = params_.source;
         return source.plane + std::max<int64_t>(source.start + int64_t{row} * source.pitch, 0);
     }
 
     const LumaPassParams& params_;
     uint8_t* medians_;
+    bool coreOnly_;
     int held_[4] = {-1, -1, -1, -1};
 };
 
@@ -149,20 +161,20 @@ class LowBandSmoothing {
     int16_t table_[2 * kRecursiveLutEntries];
 };
 
-// What both sweeps do to a row of pairs.
+// What the sweeps do to a row of pairs.
 class LumaSweep {
   public:
-    explicit LumaSweep(const LumaPassParams& passParams)
+    LumaSweep(const LumaPassParams& passParams, bool coreOnly)
         : params(passParams),
           s(passParams.scratch),
           halfWidth(passParams.width / 2),
           halfHeight(passParams.band.height / 2),
           rows(passParams.band),
           lines(s.nrWideTmp, passParams.width),
-          luma(passParams, lines.medians),
-          smoothing(passParams, rows.smoothed) {}
+          luma(passParams, lines.medians, coreOnly) {}
 
     int16_t* low(int i) const { return s.nrWide + int64_t{i} * halfWidth; }
+    uint8_t* gradMean(int i) const { return lines.gradMean + int64_t{i & 1} * halfWidth; }
 
     void liftDetail(int i) {
         const uint8_t* x0 = luma(2 * i);
@@ -174,6 +186,14 @@ class LumaSweep {
         const int16_t* detail = lines.detail[i & 1];
         LiftSmoothRow(luma(2 * i), i > 0 ? lines.detail[(i - 1) & 1] : detail, detail, 2 * halfWidth, lines.smooth);
     }
+    void takeGradients(int i) {
+        if (i > 0 && i < halfHeight - 1) {
+            GradientRow(low(i - 1), low(i), low(i + 1), halfWidth, kGradientThreshold, lines.gradX, lines.gradY,
+                        gradMean(i));
+            return;
+        }
+        for (uint8_t* line : {lines.gradX, lines.gradY, gradMean(i)}) std::memset(line, 0, halfWidth);
+    }
 
     const LumaPassParams& params;
     const LumaScratch& s;
@@ -182,14 +202,14 @@ class LumaSweep {
     const SweepRows rows;
     const SweepLines lines;
     LumaRows luma;
-    LowBandSmoothing smoothing;
 };
 
-class DownwardSweep : LumaSweep {
+class SplitSweep : LumaSweep {
   public:
-    using LumaSweep::LumaSweep;
+    explicit SplitSweep(const LumaPassParams& passParams) : LumaSweep(passParams, false) {}
 
     void run() {
+        LowBandSmoothing smoothing(params, rows.smoothed);
         if (rows.low.begin > 0) liftDetail(rows.low.begin - 1);
         for (int i = rows.low.begin; i < rows.low.end; ++i) {
             liftDetail(i);
@@ -205,46 +225,27 @@ class DownwardSweep : LumaSweep {
         const BandSource& source = params.source;
         const BandSource four{source.plane, source.start + int64_t{4} * quarterRow * source.pitch, source.pitch};
         DownScaleBand4x4(four, params.width, 4, s.lumaQuarter + int64_t{quarterRow} * (params.width / 4),
-                         reinterpret_cast<uint8_t*>(lines.joinedLow[0]));
+                         reinterpret_cast<uint8_t*>(lines.joinedLow));
     }
 };
 
-class UpwardSweep : LumaSweep {
+class SmoothSweep : LumaSweep {
   public:
-    explicit UpwardSweep(const LumaPassParams& passParams) : LumaSweep(passParams) {
-        BuildShrinkLut(s.shrinkLut, params.settings.hfStrength);
-        shrink_ = PrepareShrink({nullptr, 0, nullptr, 0, 0, 0, s.shrinkLut, kGuardLimit, kTopMix});
-    }
+    explicit SmoothSweep(const LumaPassParams& passParams) : LumaSweep(passParams, false) {}
 
     void run() {
+        LowBandSmoothing smoothing(params, rows.smoothed);
         clearQuarter({0, rows.quarter.begin});
         clearQuarter({rows.quarter.end, params.band.height / 4});
-        const bool merges = params.writesLuma;
-        if (merges) liftDetail(rows.smoothed.end - 1);
         for (int i = rows.gradients.end - 1; i >= rows.gradients.begin; --i) {
             smoothing.upTo(i - 1);
             takeGradients(i);
-            if (i % 2 == 0 && rows.quarter.contains(i / 2)) shrinkGradients(i / 2);
-            if (!merges || !rows.smoothed.contains(i)) continue;
-            mergeDetails(i);
-            if (i + 1 < rows.smoothed.end) writePair(i + 1, lines.joinedHigh[i & 1]);
-            if (i == 0) writePair(0, lines.joinedHigh[0]);
+            if (i % 2 == 0) shrinkGradients(i / 2);
         }
-        if (merges) writeUnpaired();
+        smoothing.upTo(rows.smoothed.begin);
     }
 
   private:
-    uint8_t* gradMean(int i) const { return lines.gradMean + int64_t{i & 1} * halfWidth; }
-
-    void takeGradients(int i) {
-        if (i > 0 && i < halfHeight - 1) {
-            GradientRow(low(i - 1), low(i), low(i + 1), halfWidth, kGradientThreshold, lines.gradX, lines.gradY,
-                        gradMean(i));
-            return;
-        }
-        for (uint8_t* line : {lines.gradX, lines.gradY, gradMean(i)}) std::memset(line, 0, halfWidth);
-    }
-
     void shrinkGradients(int quarterRow) {
         DownScaleBox2x2_neon(lines.gradMean, halfWidth, s.gradQuarter + int64_t{quarterRow} * (params.width / 4),
                              halfWidth, 2);
@@ -254,56 +255,85 @@ class UpwardSweep : LumaSweep {
         const int64_t width = params.width / 4;
         std::memset(s.gradQuarter + range.begin * width, 0, (range.end - range.begin) * width);
     }
+};
 
+// Reads luma ahead of the rows that it writes.
+class MergeSweep : LumaSweep {
+  public:
+    MergeSweep(const LumaPassParams& passParams, uint8_t* plane) : LumaSweep(passParams, true), plane_(plane) {
+        BuildShrinkLut(s.shrinkLut, params.settings.hfStrength);
+        shrink_ = PrepareShrink({nullptr, 0, nullptr, 0, 0, 0, s.shrinkLut, kGuardLimit, kTopMix});
+    }
+
+    void run() {
+        const RowRange& pairs = rows.smoothed;
+        if (pairs.begin > 0) liftDetail(pairs.begin - 1);
+        for (int i = pairs.begin; i < pairs.end; ++i) {
+            liftDetail(i);
+            liftSmooth(i);
+            takeGradients(i);
+            mergeDetails(i);
+            joinEven(i);
+            if (i > pairs.begin) writeOdd(i - 1, lines.even[i & 1]);
+            writeEven(i);
+        }
+        writeOdd(pairs.end - 1, lines.even[(pairs.end - 1) & 1]);
+    }
+
+  private:
     // Splits the details off once more, shrinks them, and joins the pair's bands along the row.
     void mergeDetails(int i) {
-        if (i > 0) liftDetail(i - 1);
-        liftSmooth(i);
         SplitRowHigh(lines.smooth, halfWidth, lines.bands[0]);
         SplitRow(lines.detail[i & 1], halfWidth, lines.bands[1], lines.bands[2]);
         const uint8_t* const guards[3] = {lines.gradX, lines.gradY, gradMean(i)};
         for (int band = 0; band < 3; ++band) ShrinkDetailRow(shrink_, guards[band], halfWidth, lines.bands[band]);
-        JoinRow(low(i), lines.bands[0], halfWidth, lines.joinedLow[i & 1]);
+        JoinRow(low(i), lines.bands[0], halfWidth, lines.joinedLow);
         JoinRow(lines.bands[1], lines.bands[2], halfWidth, lines.joinedHigh[i & 1]);
     }
 
-    // Joins a pair down the columns, once the pair below has its even row.
-    void writePair(int i, const int16_t* highBefore) {
+    // Down the columns; the odd row once the pair below has its even one.
+    void joinEven(int i) {
         const int16_t* high = lines.joinedHigh[i & 1];
-        int16_t* even = lines.even[i & 1];
-        UnliftSmoothRow(lines.joinedLow[i & 1], highBefore, high, 2 * halfWidth, even);
-        if (isCore(2 * i)) NarrowPlaneSat(even, out(2 * i), 2 * halfWidth, 1);
-        const int16_t* below = i < halfHeight - 1 ? lines.even[(i + 1) & 1] : even;
-        if (isCore(2 * i + 1)) UnliftDetailRow(high, even, below, 2 * halfWidth, out(2 * i + 1));
+        const int16_t* highBefore = i > rows.smoothed.begin ? lines.joinedHigh[(i - 1) & 1] : high;
+        UnliftSmoothRow(lines.joinedLow, highBefore, high, 2 * halfWidth, lines.even[i & 1]);
+    }
+    void writeEven(int i) {
+        if (!isCore(2 * i)) return;
+        NarrowPlaneSat(lines.even[i & 1], lines.denoised, 2 * halfWidth, 1);
+        write(2 * i);
+    }
+    void writeOdd(int i, const int16_t* evenBelow) {
+        if (!isCore(2 * i + 1)) return;
+        UnliftDetailRow(lines.joinedHigh[i & 1], lines.even[i & 1], evenBelow, 2 * halfWidth, lines.denoised);
+        write(2 * i + 1);
     }
 
-    // A last column and row that make no pair come through as they are.
-    void writeUnpaired() {
-        if (params.width % 2 != 0) {
-            for (int y = 0; y < params.band.height; ++y) {
-                if (isCore(y)) out(y)[params.width - 1] = luma(y)[params.width - 1];
-            }
-        }
-        const int last = params.band.height - 1;
-        if (last % 2 == 0 && isCore(last)) std::memcpy(out(last), luma(last), params.width);
+    // A last column that makes no pair comes through as it is, as does a last row, which nothing need be done to.
+    void write(int y) {
+        if (params.width % 2 != 0) lines.denoised[params.width - 1] = luma(y)[params.width - 1];
+        RemixLumaRow(params, y, lines.denoised, plane_);
     }
 
     bool isCore(int y) const {
         return y >= params.band.bandTopOverlap && y < params.band.height - params.band.bandBottomOverlap;
     }
-    uint8_t* out(int y) const { return s.nrOut + int64_t{y} * params.width; }
 
+    uint8_t* plane_;
     ShrinkSettings shrink_;
 };
 
 }  // namespace
 
 void SplitLuma(const LumaPassParams& params) {
-    DownwardSweep(params).run();
+    SplitSweep(params).run();
 }
 
-void MergeLuma(const LumaPassParams& params) {
-    UpwardSweep(params).run();
+void SmoothLuma(const LumaPassParams& params) {
+    SmoothSweep(params).run();
+}
+
+void MergeLuma(const LumaPassParams& params, uint8_t* plane) {
+    MergeSweep(params, plane).run();
 }
 
 }  // namespace eis
