@@ -39,7 +39,6 @@ ChromaPassParams chromaParams(const ST_NR_BAND_PARAMS& band, const LumaScratch& 
     params.pChromaLut = dn.pSpatialChromaNrLUT;
     params.scratch = CutChromaScratch(reinterpret_cast<uint8_t*>(scratch.nrWideTmp), picture.width, picture.height,
                                       kChromaHighLevel);
-    params.scratch.pThresholds = scratch.pThresholds;
     return params;
 }
 
@@ -87,8 +86,7 @@ ret_status SpatialNrHighLevelNew(ST_MULTIDENOISE_PARAMS_IN* in, ST_MULTIDENOISE_
     const Scratch<uint8_t> lineState(sizes.lineState, __func__);
     if (!bytePlanes || !widePlanes || !thresholds || !lineState) return retStsNoMemory;
 
-    const LumaScratch scratch =
-        CutLumaScratch(bytePlanes.get(), widePlanes.get(), lineState.get(), thresholds.get(), width, height);
+    const LumaScratch scratch = CutLumaScratch(bytePlanes.get(), widePlanes.get(), lineState.get(), width, height);
     const ST_NR_BAND_PARAMS whole{*in, picture, 0, 0, 0, 0};
     const LumaPassParams luma = lumaParams(whole, scratch);
     SplitLuma(luma);

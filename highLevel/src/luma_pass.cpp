@@ -79,8 +79,8 @@ LumaScratchSizes ComputeLumaScratch(int32_t width, int32_t height) {
             int64_t{4} * std::max(width, height), 2 * (samples >> 4)};
 }
 
-LumaScratch CutLumaScratch(uint8_t* bytePlanes, uint8_t* widePlanes, uint8_t* lineState, uint8_t* thresholds,
-                           int32_t width, int32_t height) {
+LumaScratch CutLumaScratch(uint8_t* bytePlanes, uint8_t* widePlanes, uint8_t* lineState, int32_t width,
+                           int32_t height) {
     const int64_t samples = int64_t{width} * height;
     const int64_t quarter = int64_t{width >> 2} * (height >> 2);
     LumaScratch scratch{};
@@ -93,16 +93,13 @@ LumaScratch CutLumaScratch(uint8_t* bytePlanes, uint8_t* widePlanes, uint8_t* li
     scratch.shrinkLut = scratch.nrWide + samples;
     scratch.nrWideTmp = scratch.shrinkLut + kShrinkLutEntries;
     scratch.nrLineState = aligned<int32_t>(lineState);
-    scratch.pThresholds = aligned<uint16_t>(thresholds);
     return scratch;
 }
 
 LumaScratch CutLumaScratch(uint8_t* block, int32_t width, int32_t height) {
     const LumaScratchSizes sizes = ComputeLumaScratch(width, height);
     uint8_t* widePlanes = block + sizes.bytePlanes;
-    uint8_t* lineState = widePlanes + sizes.widePlanes;
-    uint8_t* thresholds = lineState + sizes.lineState + kAlignment;
-    return CutLumaScratch(block, widePlanes, lineState, thresholds, width, height);
+    return CutLumaScratch(block, widePlanes, widePlanes + sizes.widePlanes, width, height);
 }
 
 RowRange LumaQuarterRows(const NrBand& band) {

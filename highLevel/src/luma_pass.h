@@ -42,11 +42,10 @@ struct LumaScratch {
     BorderRows border;  // at the start of WH bytes
     uint8_t* mapQuarter;
     uint8_t* lumaQuarter;
-    int16_t* nrWide;        // WH, of which the low band takes the first quarter
-    int16_t* shrinkLut;     // 1024 entries
-    int16_t* nrWideTmp;     // WH, of which rows on their way through a sweep take the first few; free between sweeps
-    int32_t* nrLineState;   // max(W, h) entries
-    uint16_t* pThresholds;  // of the chroma pass
+    int16_t* nrWide;       // WH, of which the low band takes the first quarter
+    int16_t* shrinkLut;    // 1024 entries
+    int16_t* nrWideTmp;    // WH, of which rows on their way through a sweep take the first few; free between sweeps
+    int32_t* nrLineState;  // max(W, h) entries
 };
 
 // Bytes of the scratch's parts; each but the first may hold its samples from an aligned address on.
@@ -54,14 +53,13 @@ struct LumaScratchSizes {
     int64_t bytePlanes;
     int64_t widePlanes;
     int64_t lineState;
-    int64_t thresholds;
+    int64_t thresholds;  // never touched: the chroma pass has its own beside its planes
 
     // Of all parts in one block, with room to align those behind the first.
     int64_t inOneBlock() const;
 };
 LumaScratchSizes ComputeLumaScratch(int32_t width, int32_t height);
-LumaScratch CutLumaScratch(uint8_t* bytePlanes, uint8_t* widePlanes, uint8_t* lineState, uint8_t* thresholds,
-                           int32_t width, int32_t height);
+LumaScratch CutLumaScratch(uint8_t* bytePlanes, uint8_t* widePlanes, uint8_t* lineState, int32_t width, int32_t height);
 LumaScratch CutLumaScratch(uint8_t* block, int32_t width, int32_t height);
 
 struct LumaPassParams {
