@@ -139,9 +139,9 @@ void KeepBorderRows(const LumaPassParams& params) {
     };
     const BorderRows& border = params.scratch.border;
     const int above = std::min(band.bandTopOverlap, BorderRows::kRows);
-    keep(band.bandTopOverlap - above, band.bandTopOverlap, border.above(-above));
+    keep(band.bandTopOverlap - above, band.bandTopOverlap, border.at(-above));
     const int coreEnd = band.height - band.bandBottomOverlap;
-    keep(coreEnd, std::min(coreEnd + BorderRows::kRows, band.height), border.below(0));
+    keep(coreEnd, std::min(coreEnd + BorderRows::kRows, band.height), border.at(0));
 }
 
 void RemixLumaRow(const LumaPassParams& params, int row, const uint8_t* denoised, uint8_t* plane) {

@@ -29,9 +29,8 @@ struct BorderRows {
     uint8_t* rows;
     int32_t width;
 
-    // From -kRows to -1 before the core's first row, and from 0 on behind its last one.
-    uint8_t* above(int row) const { return rows + int64_t{kRows + row} * width; }
-    uint8_t* below(int row) const { return rows + int64_t{kRows + row} * width; }
+    // From -kRows to -1 before the core's first row, from 0 on behind its last one.
+    uint8_t* at(int row) const { return rows + int64_t{kRows + row} * width; }
 };
 
 // With W and h the size of what a pass sees, WH their product and P = (W >> 2) * (h >> 2). No step uses more of it than

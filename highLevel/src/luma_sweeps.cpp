@@ -96,8 +96,8 @@ class LumaRows {
         const NrBand& band = params_.band;
         const int coreEnd = band.height - band.bandBottomOverlap;
         const BorderRows& border = params_.scratch.border;
-        if (coreOnly_ && row < band.bandTopOverlap) return border.above(row - band.bandTopOverlap);
-        if (coreOnly_ && row >= coreEnd) return border.below(row - coreEnd);
+        if (coreOnly_ && row < band.bandTopOverlap) return border.at(row - band.bandTopOverlap);
+        if (coreOnly_ && row >= coreEnd) return border.at(row - coreEnd);
         const BandSource& source = params_.source;
         return source.plane + std::max<int64_t>(source.start + int64_t{row} * source.pitch, 0);
     }
