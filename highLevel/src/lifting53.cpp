@@ -1,5 +1,7 @@
 #include "highLevel/src/lifting53.h"
 
+#include <hwy/cache_control.h>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "highLevel/src/lifting53.cpp"
 #include "hwy/foreach_target.h"
@@ -65,8 +67,15 @@ HWY_INLINE void UndoDetailRow(const int16_t* HWY_RESTRICT d, const int16_t* HWY_
     for (int x = 0; x < count; ++x) SetSample(d[x] + HalfSum(x0[x], x2[x]), x1[x]);
 }
 
-void DetailRowOfBytes(const uint8_t* x0, const uint8_t* x1, const uint8_t* x2, int count, int16_t* d) {
-    DetailRow(x0, x1, x2, count, d);
+void DetailRowOfBytes(const uint8_t* x0, const uint8_t* x1, const uint8_t* x2, int64_t ahead, int count, int16_t* d) {
+    constexpr int kCacheLine = 64;
+    int x = 0;
+    for (; x + kCacheLine <= count; x += kCacheLine) {
+        hwy::Prefetch(x1 + ahead + x);
+        hwy::Prefetch(x2 + ahead + x);
+        DetailRow(x0 + x, x1 + x, x2 + x, kCacheLine, d + x);
+    }
+    DetailRow(x0 + x, x1 + x, x2 + x, count - x, d + x);
 }
 void SmoothRowOfBytes(const uint8_t* x0, const int16_t* d0, const int16_t* d1, int count, int16_t* s) {
     SmoothRow(x0, d0, d1, count, s);
@@ -229,8 +238,8 @@ void Lifting53Inverse(int16_t* pPlane, int width, int height, int stride, int16_
     HWY_DYNAMIC_DISPATCH(LiftInverse)(pPlane, width, height, stride, pTmp);
 }
 
-void LiftDetailRow(const uint8_t* x0, const uint8_t* x1, const uint8_t* x2, int count, int16_t* d) {
-    HWY_DYNAMIC_DISPATCH(DetailRowOfBytes)(x0, x1, x2, count, d);
+void LiftDetailRow(const uint8_t* x0, const uint8_t* x1, const uint8_t* x2, int64_t ahead, int count, int16_t* d) {
+    HWY_DYNAMIC_DISPATCH(DetailRowOfBytes)(x0, x1, x2, ahead, count, d);
 }
 
 void LiftSmoothRow(const uint8_t* x0, const int16_t* dBefore, const int16_t* d, int count, int16_t* s) {

@@ -18,8 +18,9 @@ void Lifting53Inverse_plain(int16_t* pPlane, int width, int height, int stride, 
 
 // The steps a row at a time, for callers that keep few rows. Down the columns, of three rows of bytes in a line, the
 // last of them the first once more behind the last pair: the middle one's detail, and what smooths the first one, from
-// the details of the pair before and of this pair; the first pair is the one before itself.
-void LiftDetailRow(const uint8_t* x0, const uint8_t* x1, const uint8_t* x2, int count, int16_t* d);
+// the details of the pair before and of this pair; the first pair is the one before itself. What lies `ahead` bytes
+// behind the last two rows is fetched: few processors do it across the end of a page, where most rows end.
+void LiftDetailRow(const uint8_t* x0, const uint8_t* x1, const uint8_t* x2, int64_t ahead, int count, int16_t* d);
 void LiftSmoothRow(const uint8_t* x0, const int16_t* dBefore, const int16_t* d, int count, int16_t* s);
 // Back: first the even row, then the odd one between two even ones, cut to bytes.
 void UnliftSmoothRow(const int16_t* s, const int16_t* dBefore, const int16_t* d, int count, int16_t* x0);

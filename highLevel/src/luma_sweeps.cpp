@@ -179,12 +179,18 @@ class LumaSweep {
     void liftDetail(int i) {
         const uint8_t* x0 = luma(2 * i);
         const uint8_t* x1 = luma(2 * i + 1);
-        LiftDetailRow(x0, x1, i < halfHeight - 1 ? luma(2 * i + 2) : x0, 2 * halfWidth, lines.detail[i & 1]);
+        const uint8_t* x2 = i < halfHeight - 1 ? luma(2 * i + 2) : x0;
+        LiftDetailRow(x0, x1, x2, fetchAhead(i), 2 * halfWidth, lines.detail[i & 1]);
     }
     // The details of this pair and of the one before must be there.
     void liftSmooth(int i) {
         const int16_t* detail = lines.detail[i & 1];
         LiftSmoothRow(luma(2 * i), i > 0 ? lines.detail[(i - 1) & 1] : detail, detail, 2 * halfWidth, lines.smooth);
+    }
+    // Where the rows of the second pair below lie: they are fetched early.
+    int64_t fetchAhead(int i) const {
+        constexpr int kPairs = 2;
+        return i + kPairs < halfHeight && !params.settings.median ? int64_t{2 * kPairs} * params.source.pitch : 0;
     }
     void takeGradients(int i) {
         if (i > 0 && i < halfHeight - 1) {
@@ -257,7 +263,7 @@ class SmoothSweep : LumaSweep {
     }
 };
 
-// Reads luma ahead of the rows that it writes.
+// Works in place: luma is read ahead of the rows that are written, and what is needed again of those is held.
 class MergeSweep : LumaSweep {
   public:
     MergeSweep(const LumaPassParams& passParams, uint8_t* plane) : LumaSweep(passParams, true), plane_(plane) {

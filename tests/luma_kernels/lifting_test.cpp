@@ -41,8 +41,8 @@ TEST(Lifting, RowStepsMakeThePlanes) {
         for (int i = 0; i < width * height; ++i) wide.data()[i] = luma.data()[i];
         Lifting53Forward_plain(wide.data(), width, height, width, tmp.data());
         for (int i = 0; i < pairs; ++i) {
-            LiftDetailRow(luma.row(2 * i), luma.row(2 * i + 1), luma.row(i < pairs - 1 ? 2 * i + 2 : 2 * i), width,
-                          d.row(i));
+            LiftDetailRow(luma.row(2 * i), luma.row(2 * i + 1), luma.row(i < pairs - 1 ? 2 * i + 2 : 2 * i),
+                          i < pairs - 2 ? 2 * width : 0, width, d.row(i));
             LiftSmoothRow(luma.row(2 * i), d.row(i > 0 ? i - 1 : 0), d.row(i), width, s.row(i));
             SplitRowLow(s.row(i), n, low.row(i));
             SplitRow(s.row(i), n, lowHigh.row(i), lowHigh.row(i) + n);
