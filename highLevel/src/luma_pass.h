@@ -22,7 +22,7 @@ struct LumaSettings {
 };
 LumaSettings ComputeLumaSettings(const ST_DN_PARAMS_VA& dn);
 
-// Rows beside a band's core, as they came: as many as its details reach.
+// Rows beside a band's core, as they came: as many as its merging asks for.
 struct BorderRows {
     static constexpr int kRows = 6;  // on either side
 
