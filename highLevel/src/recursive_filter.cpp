@@ -1,5 +1,7 @@
 #include "highLevel/src/recursive_filter.h"
 
+#include <hwy/cache_control.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -119,6 +121,8 @@ struct RowBlock {
     HWY_ALIGN int16_t samples[kBlockRows][kStrip];  // of the strip at hand; rows without samples of their own repeat
     HWY_ALIGN int16_t pulled[kBlockRows][kStrip];   // along the row, Q7 around the centre
     int32_t state[kBlockRows];                      // the last value of each row
+    const int16_t* nextStrip;                       // in the first row, fetched while the strip at hand is filtered
+    int64_t nextRow;                                // samples from row to row there
 };
 
 HWY_INLINE V16 CentredQ7(V16 samples) {
@@ -190,6 +194,7 @@ void PullDown(const PullTables& tables, RowBlock& block, int16_t* HWY_RESTRICT l
         for (int r = 0; r < block.rows; ++r) {
             int16_t* samples = block.samples[r] + c;
             const int16_t* pulled = block.pulled[r] + c;
+            hwy::Prefetch(block.nextStrip + r * block.nextRow + c);
             const VectorPair h{hn::Load(d, pulled), hn::Load(d, pulled + kLanes)};
             v = Pulled(tables.down, h, v, h);
             const VectorPair x{CentredQ7(hn::Load(d, samples)), CentredQ7(hn::Load(d, samples + kLanes))};
@@ -273,6 +278,11 @@ void FilterBlock(const PullTables& tables, const RecursiveFilterArgs& args, RowB
                 std::fill(block.samples[r] + count, block.samples[r] + kStrip, block.samples[r][count - 1]);
             if (i == 0) block.state[r] = 128 * block.samples[r][block.backward ? count - 1 : 0];
         }
+        // Rows lie apart, so that no processor foresees the next strip.
+        const int next = column + (block.backward ? -kStrip : kStrip);
+        const bool fetches = next >= 0 && next + kStrip <= args.width;
+        block.nextStrip = fetches ? src - column + next : block.samples[0];
+        block.nextRow = fetches ? down * args.srcStride : kStrip;
         int16_t& start = dst[block.backward ? count - 1 : 0];
         const int16_t kept = start;
         if (!FilterNarrow(tables, block, count, args.pLineState + column)) {
