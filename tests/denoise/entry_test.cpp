@@ -330,6 +330,17 @@ TEST(DenoiseEntries, EachThreadStartFailing) {
     check(call, 0, spatialCall(call, joined({kBandsStart, {kStage + "Create Error\n"}})));
 }
 
+TEST(SpatialEntry, WhicheverBandIsFirst) {
+    SpatialCallFixture call(kWidth, kInBands, 10);
+    call.expect();
+    const JitteredThreads jittered(300);
+    for (int run = 0; run < 1000; ++run) {
+        call.picture.restore();
+        ASSERT_EQ(call.run(), retStsOK);
+        ASSERT_TRUE(call.picture.asExpected()) << run;
+    }
+}
+
 TEST(SpatialEntry, MutexFailing) {
     SpatialCallFixture call(kWidth, kInBands, 9);
     const auto failed = [&](int result, int /*nth*/) {

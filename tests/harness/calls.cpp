@@ -3,6 +3,7 @@
 #include <pthread.h>
 #include <semaphore.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <array>
 #include <atomic>
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <sstream>
@@ -19,6 +21,9 @@
 
 #include "tests/harness/events.h"
 #include "tests/harness/files.h"
+
+extern "C" int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*),
+                                     void* argument);
 
 namespace eis::test {
 
@@ -63,6 +68,8 @@ std::atomic<int> g_failuresInARow{0};
 std::atomic<int64_t> g_clock{0};
 std::atomic<int64_t> g_clockStep{0};
 std::atomic<bool> g_clockIsFake{false};
+std::atomic<uint32_t> g_jitter{0};
+std::atomic<uint32_t> g_jitterState{1};
 
 bool isWatched() {
     return t_ownWork == 0 && g_watching.load(std::memory_order_relaxed);
@@ -168,6 +175,42 @@ FakeClock::~FakeClock() {
     g_clockIsFake = false;
 }
 
+JitteredThreads::JitteredThreads(uint32_t microseconds) {
+    g_jitter = microseconds;
+}
+JitteredThreads::~JitteredThreads() {
+    g_jitter = 0;
+}
+
+// A thread's function behind its wait.
+struct Delayed {
+    void* (*function)(void*);
+    void* argument;
+    useconds_t delay;
+
+    static void* run(void* delayed) {
+        Delayed self{};
+        {
+            const OwnWork own;
+            self = *std::unique_ptr<Delayed>(static_cast<Delayed*>(delayed));
+        }
+        usleep(self.delay);
+        return self.function(self.argument);
+    }
+};
+
+// Starts a thread, late where starts are jittered.
+int startThread(pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*), void* argument) {
+    const uint32_t jitter = g_jitter;
+    if (jitter == 0) return __real_pthread_create(thread, attributes, function, argument);
+    const OwnWork own;
+    const uint32_t state = g_jitterState += 0x9E3779B9;  // a Weyl sequence
+    auto delayed = std::make_unique<Delayed>(function, argument, (state >> 8) % (jitter + 1));
+    const int result = __real_pthread_create(thread, attributes, Delayed::run, delayed.get());
+    if (result == 0) (void)delayed.release();
+    return result;
+}
+
 int failEachInTurn(const FaultLoop& loop) {
     constexpr int kLimit = 10000;
     for (int nth = 1; nth < kLimit; ++nth) {
@@ -210,8 +253,6 @@ extern "C" {
 void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
 void __real_free(void* memory);
-int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*),
-                          void* argument);
 FILE* __real_fopen(const char* path, const char* mode);
 size_t __real_fread(void* buffer, size_t size, size_t count, FILE* stream);
 int __real_gettimeofday(timeval* now, void* zone);
@@ -244,10 +285,10 @@ void __wrap_free(void* memory) {
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*),
                           void* argument) {
     if (isMadeToFail(eis::test::kThreadCreate)) return EAGAIN;
-    if (!eis::test::isWatched()) return __real_pthread_create(thread, attributes, function, argument);
+    if (!eis::test::isWatched()) return eis::test::startThread(thread, attributes, function, argument);
     // The lock keeps a thread that ends or detaches at once from doing so before it is known.
     const eis::test::TableLock lock;
-    const int result = __real_pthread_create(thread, attributes, function, argument);
+    const int result = eis::test::startThread(thread, attributes, function, argument);
     if (result == 0) eis::test::holdLocked(Kind::kThread, *thread, 0);
     return result;
 }

@@ -56,6 +56,15 @@ class FailNth {
     bool hit() const;
 };
 
+// While one lives, each thread that starts waits first, for 0 to `microseconds` in a sequence of its own.
+class JitteredThreads {
+  public:
+    explicit JitteredThreads(uint32_t microseconds);
+    JitteredThreads(const JitteredThreads&) = delete;
+    JitteredThreads& operator=(const JitteredThreads&) = delete;
+    ~JitteredThreads();
+};
+
 // Readings of the clock: the first is `first` microseconds, each later one `step` more.
 class FakeClock {
   public:
