@@ -1,5 +1,6 @@
 #include "libCore/core/source/homography.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "libCore/core/source/jacobi_eigen9.h"
@@ -58,36 +59,70 @@ void multiply3x3(const float* a, const float* b, float* product) {
     }
 }
 
+// A fit before and after its eigenproblem.
+struct Equations {
+    Normalisation ref;
+    Normalisation cur;
+    float LtL[81];
+    float eigenvalues[9];
+    float eigenvectors[81];
+
+    // False when there is nothing to fit.
+    bool setUp(const float* pRefPoints, const float* pCurPoints, int n) {
+        if (n < 1) return false;
+        ref = normalise(pRefPoints, n);
+        cur = normalise(pCurPoints, n);
+        if (!ref.hasSpread || !cur.hasSpread) return false;
+        std::fill_n(LtL, 81, 0.0F);
+        for (int i = 0; i < n; ++i) {
+            accumulate(ref.apply(loadPoint(pRefPoints, i)), cur.apply(loadPoint(pCurPoints, i)), LtL);
+        }
+        for (int j = 0; j < 9; ++j) {
+            for (int k = 0; k < j; ++k) LtL[j * 9 + k] = LtL[k * 9 + j];
+        }
+        return true;
+    }
+
+    void denormalise(float* homographyOut) const {
+        const float denormaliseCur[9] = {
+            1.0F / cur.scale.x, 0, cur.centre.x, 0, 1.0F / cur.scale.y, cur.centre.y, 0, 0, 1};
+        const float normaliseRef[9] = {
+            ref.scale.x, 0, -ref.centre.x * ref.scale.x, 0, ref.scale.y, -ref.centre.y * ref.scale.y, 0, 0, 1};
+        float left[9];
+        float product[9];
+        multiply3x3(denormaliseCur, &eigenvectors[8 * 9], left);
+        multiply3x3(left, normaliseRef, product);
+        for (int i = 0; i < 9; ++i) homographyOut[i] = product[i] / product[8];
+    }
+};
+
 }  // namespace
 
 int CalcHomography(const float* pRefPoints, const float* pCurPoints, int n, float* homographyOut, int iterFactor,
                    void* workspace) {
-    if (n < 1) return 0;
-    const Normalisation ref = normalise(pRefPoints, n);
-    const Normalisation cur = normalise(pCurPoints, n);
-    if (!ref.hasSpread || !cur.hasSpread) return 0;
-
-    float LtL[81] = {};
-    for (int i = 0; i < n; ++i) {
-        accumulate(ref.apply(loadPoint(pRefPoints, i)), cur.apply(loadPoint(pCurPoints, i)), LtL);
-    }
-    for (int j = 0; j < 9; ++j) {
-        for (int k = 0; k < j; ++k) LtL[j * 9 + k] = LtL[k * 9 + j];
-    }
-    float eigenvalues[9];
-    float eigenvectors[81];
-    const int status = JacobiEigen9(LtL, eigenvalues, eigenvectors, iterFactor, workspace);
+    Equations equations;
+    if (!equations.setUp(pRefPoints, pCurPoints, n)) return 0;
+    const int status =
+        JacobiEigen9(equations.LtL, equations.eigenvalues, equations.eigenvectors, iterFactor, workspace);
     if (status != 0) return status;
-
-    const float denormaliseCur[9] = {1.0F / cur.scale.x, 0, cur.centre.x, 0, 1.0F / cur.scale.y, cur.centre.y, 0, 0, 1};
-    const float normaliseRef[9] = {
-        ref.scale.x, 0, -ref.centre.x * ref.scale.x, 0, ref.scale.y, -ref.centre.y * ref.scale.y, 0, 0, 1};
-    float left[9];
-    float product[9];
-    multiply3x3(denormaliseCur, &eigenvectors[8 * 9], left);
-    multiply3x3(left, normaliseRef, product);
-    for (int i = 0; i < 9; ++i) homographyOut[i] = product[i] / product[8];
+    equations.denormalise(homographyOut);
     return 0;
+}
+
+void CalcHomographies(HomographyFit* fits, int count, int n, int iterFactor, void* workspace) {
+    static_assert(kFitBatch <= kJacobiBatch);
+    Equations equations[kFitBatch];
+    EigenProblem problems[kFitBatch] = {};
+    int problemCount = 0;
+    for (int i = 0; i < count; ++i) {
+        Equations& own = equations[i];
+        fits[i].written = own.setUp(fits[i].pRefPoints, fits[i].pCurPoints, n);
+        if (fits[i].written) problems[problemCount++] = {own.LtL, own.eigenvalues, own.eigenvectors};
+    }
+    JacobiEigen9Batch(problems, problemCount, iterFactor, workspace);
+    for (int i = 0; i < count; ++i) {
+        if (fits[i].written) equations[i].denormalise(fits[i].homography);
+    }
 }
 
 }  // namespace eis

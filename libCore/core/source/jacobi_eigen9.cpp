@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <utility>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/jacobi_eigen9.cpp"
@@ -18,144 +17,315 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 constexpr int kN = 9;
-constexpr int kPitch = 16;  // rows in whole vectors; what is behind their ninth element is not used
 constexpr float kEpsilon = 2.220446e-16F;
+// A row holds eight elements of the matrix, eight of the vectors, then the ninth of each and some that are not used.
+constexpr int kVectors = 8;
+constexpr int kNinths = 16;
+constexpr int kPitch = 24;
 
 using Floats = HWY_CAPPED(float, 8);
 using Keys = hn::RebindToSigned<Floats>;
 constexpr int kLanes = static_cast<int>(hn::MaxLanes(Floats()));
+constexpr int kRowEnd = kNinths + kLanes;
 
-// A magnitude and where it stands. Magnitudes are compared by their bits, which rise with them.
-struct Largest {
-    int32_t key;
-    int32_t index;
+// What a row's or column's number selects, as masks, and the column's place in a row.
+struct Selection {
+    int32_t itself[kPitch];  // its element in a row
+    int32_t upTo[8];         // of the first eight elements those up to it
+    int32_t from[8];         // and those from it on
+    int32_t at;
+    int32_t unused[7];
+};
+struct Selections {
+    HWY_ALIGN Selection of[kN] = {};
+
+    constexpr Selections() {
+        for (int k = 0; k < kN; ++k) {
+            of[k].at = k < 8 ? k : kNinths;
+            of[k].itself[of[k].at] = -1;
+            for (int i = 0; i < 8; ++i) {
+                of[k].upTo[i] = i <= k ? -1 : 0;
+                of[k].from[i] = i >= k ? -1 : 0;
+            }
+        }
+    }
+};
+constexpr Selections kSelections;
+
+// Magnitudes are compared by their bits, which rise with them.
+HWY_INLINE hn::Vec<Keys> Magnitudes(hn::Vec<Floats> elements) {
+    return hn::BitCast(Keys(), hn::Abs(elements));
+}
+
+// The largest of eight keys, in every lane; keys(i) are those from i on.
+template <class Eight>
+HWY_INLINE hn::Vec<Keys> LargestOf(const Eight& keys) {
+    auto best = keys(0);
+    for (int i = kLanes; i < 8; i += kLanes) best = hn::Max(best, keys(i));
+    return hn::MaxOfLanes(Keys(), best);
+}
+
+// The first of eight keys that is the given one; 8 if there is none.
+template <class Eight>
+HWY_INLINE int FirstOf(const Eight& keys, hn::Vec<Keys> key) {
+    unsigned bits = 1U << 8;
+    for (int i = 0; i < 8; i += kLanes) {
+        uint8_t some[8];
+        hn::StoreMaskBits(Keys(), hn::Eq(keys(i), key), some);
+        bits |= unsigned{some[0]} << i;
+    }
+    return std::countr_zero(bits);
+}
+
+struct Pivot {
+    uint8_t k;
+    uint8_t l;
 };
 
-HWY_INLINE hn::Vec<Keys> LoadKeys(const float* elements) {
-    const Floats d;
-    return hn::BitCast(Keys(), hn::Abs(hn::Load(d, elements)));
-}
-HWY_INLINE hn::Vec<Keys> LoadKeys(const int32_t* keys) {
-    return hn::Load(Keys(), keys);
-}
+constexpr int kSquad = 4;
 
-// The first largest of the eight elements' or keys' lanes from `from` to `to` - 1; -1 is below all.
-template <class T>
-HWY_INLINE Largest LargestOf(const T* HWY_RESTRICT keys, int from, int to) {
-    const Keys d;
-    const auto select = [&](int i) HWY_ATTR {
-        const auto lane = hn::Iota(d, i);
-        const auto in = hn::And(hn::Gt(lane, hn::Set(d, from - 1)), hn::Gt(hn::Set(d, to), lane));
-        return hn::IfThenElse(in, LoadKeys(keys + i), hn::Set(d, -1));
-    };
-    auto best = hn::Set(d, -1);
-    for (int i = 0; i < 8; i += kLanes) best = hn::Max(best, select(i));
-    best = hn::MaxOfLanes(d, best);
-    for (int i = 0; i < 8; i += kLanes) {
-        const intptr_t found = hn::FindFirstTrue(d, hn::Eq(select(i), best));
-        if (found >= 0) return {hn::GetLane(best), static_cast<int32_t>(i + found)};
-    }
-    return {-1, 0};
-}
+// The largest off-diagonal elements of the rows, at 0 to 7, and of the columns, at 10 to 17, as they were when they
+// were looked for. A rotation touches other rows and columns, too: their entries go stale, by design.
+struct Maxima {
+    static constexpr int kColumns = kN;
+    static constexpr int kCount = 2 * kN;
+    HWY_ALIGN int32_t keys[kCount][kSquad] = {};  // of each solver of a squad
+};
 
-// The whole symmetric matrix without its diagonal, so that a row holds what stands right of it and above it.
+// One matrix on its way. It is kept whole, without its diagonal, so that a row holds what stands right of it and above
+// it.
 struct Solver {
-    HWY_ALIGN float matrix[kN][kPitch];
-    HWY_ALIGN float vectors[kN][kPitch];
-    // Largest off-diagonal elements as they were when they were looked for: of row i, 0 to 7, and of column i + 1. A
-    // rotation touches other rows and columns, too: their entries go stale, by design.
-    HWY_ALIGN int32_t rowKeys[8];
-    HWY_ALIGN int32_t columnKeys[8];
-    int32_t columnOfRow[8];
-    int32_t rowOfColumn[8];
+    HWY_ALIGN float rows[kN][kPitch];
+    Pivot places[Maxima::kCount];  // of the maxima
+    float values[kN];
 
-    void findMaxima(int k) {
-        if (k < kN - 1) {
-            Largest right = LargestOf(matrix[k], k + 1, 8);
-            const int32_t last = std::bit_cast<int32_t>(std::fabs(matrix[k][8]));
-            if (last > right.key) right = {last, 8};
-            rowKeys[k] = right.key;
-            columnOfRow[k] = right.index;
-        }
-        if (k > 0) {
-            const Largest above = LargestOf(matrix[k], 0, k);
-            columnKeys[k - 1] = above.key;
-            rowOfColumn[k - 1] = above.index;
+    void start(const float* matrix) {
+        for (int k = 0; k < kN; ++k) {
+            values[k] = matrix[k * kN + k];
+            places[k].k = places[Maxima::kColumns + k].l = static_cast<uint8_t>(k);
+            std::fill_n(rows[k], kPitch, 0.0F);
+            rows[k][k < 8 ? kVectors + k : kNinths + 1] = 1.0F;
+            for (int m = 0; m < kN; ++m) {
+                if (m != k) rows[k][kSelections.of[m].at] = matrix[std::min(k, m) * kN + std::max(k, m)];
+            }
         }
     }
 
-    // Rows first, a column only when strictly above.
-    std::pair<int, int> pivot() const {
-        const Largest row = LargestOf(rowKeys, 0, 8);
-        const Largest column = LargestOf(columnKeys, 0, 8);
-        if (column.key > row.key) return {rowOfColumn[column.index], column.index + 1};
-        return {row.index, columnOfRow[row.index]};
-    }
-
-    void rotate(int k, int l, float cosine, float sine) {
-        rotateRows(matrix[k], matrix[l], cosine, sine, k, l);
-        rotateRows(vectors[k], vectors[l], cosine, sine, -1, -1);
-        for (int m = 0; m < kN; ++m) {
-            matrix[m][k] = matrix[k][m];
-            matrix[m][l] = matrix[l][m];
+    void finish(float* eigenvalues, float* eigenvectors) const {
+        std::copy_n(values, kN, eigenvalues);
+        for (int k = 0; k < kN; ++k) {
+            std::copy_n(rows[k] + kVectors, 8, eigenvectors + k * kN);
+            eigenvectors[k * kN + 8] = rows[k][kNinths + 1];
         }
     }
 
-  private:
-    // Elements k and l become 0: in the same store, for rows are soon read as vectors again.
-    static void rotateRows(float* HWY_RESTRICT a, float* HWY_RESTRICT b, float cosine, float sine, int k, int l) {
+    HWY_INLINE float element(Pivot pivot) const { return rows[pivot.k][kSelections.of[pivot.l].at]; }
+
+    // Row 8 has nothing to its right, column 0 nothing above it: what is found there is not looked at.
+    HWY_INLINE void findMaxima(int k, Maxima& maxima, int i) {
         const Floats d;
         const Keys dKeys;
+        const Selection& selection = kSelections.of[k];
+        const auto right = [&](int m) HWY_ATTR {
+            return hn::Or(Magnitudes(hn::Load(d, rows[k] + m)), hn::Load(dKeys, selection.upTo + m));
+        };
+        const auto above = [&](int m) HWY_ATTR {
+            return hn::Or(Magnitudes(hn::Load(d, rows[k] + m)), hn::Load(dKeys, selection.from + m));
+        };
+        const auto bestRight = hn::Max(LargestOf(right), Magnitudes(hn::Set(d, rows[k][kNinths])));
+        const auto bestAbove = LargestOf(above);
+        const auto column = static_cast<uint8_t>(FirstOf(right, bestRight));
+        const auto row = static_cast<uint8_t>(FirstOf(above, bestAbove));
+        places[k].l = column;
+        places[Maxima::kColumns + k].k = row;
+        maxima.keys[k][i] = hn::GetLane(bestRight);
+        maxima.keys[Maxima::kColumns + k][i] = hn::GetLane(bestAbove);
+    }
+
+    HWY_INLINE void rotate(Pivot pivot, float cosine, float sine) {
+        const Floats d;
+        const Keys dKeys;
+        const Selection& k = kSelections.of[pivot.k];
+        const Selection& l = kSelections.of[pivot.l];
+        float* HWY_RESTRICT a = rows[pivot.k];
+        float* HWY_RESTRICT b = rows[pivot.l];
         const auto c = hn::Set(d, cosine);
         const auto s = hn::Set(d, sine);
-        for (int m = 0; m < kPitch; m += kLanes) {
+        for (int m = 0; m < kRowEnd; m += kLanes) {
             const auto x = hn::Load(d, a + m);
             const auto y = hn::Load(d, b + m);
-            const auto lane = hn::Iota(dKeys, m);
-            const auto cleared = hn::Or(hn::Eq(lane, hn::Set(dKeys, k)), hn::Eq(lane, hn::Set(dKeys, l)));
-            const auto clear = hn::MaskFromVec(hn::BitCast(d, hn::VecFromMask(dKeys, cleared)));
-            hn::Store(hn::IfThenZeroElse(clear, hn::Sub(hn::Mul(x, c), hn::Mul(y, s))), d, a + m);
-            hn::Store(hn::IfThenZeroElse(clear, hn::Add(hn::Mul(x, s), hn::Mul(y, c))), d, b + m);
+            const auto turnedX = hn::Sub(hn::Mul(x, c), hn::Mul(y, s));
+            const auto turnedY = hn::Add(hn::Mul(x, s), hn::Mul(y, c));
+            if (m >= kVectors && m < kNinths) {
+                hn::Store(turnedX, d, a + m);
+                hn::Store(turnedY, d, b + m);
+                continue;
+            }
+            // What is rotated away becomes 0.
+            const auto away = hn::Or(hn::Load(dKeys, k.itself + m), hn::Load(dKeys, l.itself + m));
+            hn::Store(hn::AndNot(hn::BitCast(d, away), turnedX), d, a + m);
+            hn::Store(hn::AndNot(hn::BitCast(d, away), turnedY), d, b + m);
+        }
+    }
+
+    // To the columns what has become of the rows. Vector loads right behind these stores have to wait for them.
+    HWY_INLINE void mirror(Pivot pivot) {
+        const int k = kSelections.of[pivot.k].at;
+        const int l = kSelections.of[pivot.l].at;
+        const float* a = rows[pivot.k];
+        const float* b = rows[pivot.l];
+        for (int m = 0; m < kN; ++m) {
+            rows[m][k] = a[m < 8 ? m : kNinths];
+            rows[m][l] = b[m < 8 ? m : kNinths];
         }
     }
 };
+
+using Doubles = HWY_CAPPED(double, 4);
+using Singles = hn::Rebind<float, Doubles>;
 
 // hypot of the widened values, cut to single precision. Neither overflow nor the error of any sane hypot shows in the
 // result, unless the root lies at the middle between two floats or below the normal ones.
-HWY_INLINE float HypotSingle(float a, float b) {
-    const double root = std::sqrt(double{a} * double{a} + double{b} * double{b});
-    constexpr uint64_t kBelow = (uint64_t{1} << 29) - 1;  // bits that are cut off
-    const uint64_t fromMiddle = (std::bit_cast<uint64_t>(root) + 8 - (uint64_t{1} << 28)) & kBelow;
-    if (fromMiddle <= 16 || root < 1.2e-38) [[unlikely]] {
-        return static_cast<float>(std::hypot(double{a}, double{b}));
+HWY_INLINE hn::Vec<Singles> Hypot(hn::Vec<Singles> a, hn::Vec<Singles> b) {
+    const Doubles d;
+    const hn::RebindToSigned<Doubles> dBits;
+    const Singles dSingle;
+    const auto wideA = hn::PromoteTo(d, a);
+    const auto wideB = hn::PromoteTo(d, b);
+    const auto root = hn::Sqrt(hn::Add(hn::Mul(wideA, wideA), hn::Mul(wideB, wideB)));
+    constexpr int64_t kBelow = (int64_t{1} << 29) - 1;  // bits that are cut off
+    const auto fromMiddle =
+        hn::And(hn::Add(hn::BitCast(dBits, root), hn::Set(dBits, 8 - (int64_t{1} << 28))), hn::Set(dBits, kBelow));
+    const auto atMiddle = hn::RebindMask(d, hn::Lt(fromMiddle, hn::Set(dBits, 17)));
+    if (hn::AllFalse(d, hn::Or(atMiddle, hn::Lt(root, hn::Set(d, 1.2e-38))))) [[likely]] {
+        return hn::DemoteTo(dSingle, root);
     }
-    return static_cast<float>(root);
+    HWY_ALIGN float x[4];
+    HWY_ALIGN float y[4];
+    hn::Store(a, dSingle, x);
+    hn::Store(b, dSingle, y);
+    for (size_t i = 0; i < hn::MaxLanes(dSingle); ++i) {
+        x[i] = static_cast<float>(std::hypot(double{x[i]}, double{y[i]}));
+    }
+    return hn::Load(dSingle, x);
 }
 
-void Solve(const float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor) {
-    Solver solver{};
-    for (int k = 0; k < kN; ++k) {
-        eigenvalues[k] = matrix[k * kN + k];
-        solver.vectors[k][k] = 1.0F;
-        for (int m = k + 1; m < kN; ++m) solver.matrix[k][m] = solver.matrix[m][k] = matrix[k * kN + m];
+// Up to four solvers that take each step together, for the steps of one wait for each other.
+struct Squad {
+    int count = 0;
+    Solver* solvers[kSquad];
+    Maxima maxima;
+    Pivot pivots[kSquad];
+    // Of solvers that are done, too: any numbers.
+    HWY_ALIGN float p[kSquad] = {1, 1, 1, 1};
+    HWY_ALIGN float y[kSquad] = {1, 1, 1, 1};
+    HWY_ALIGN float t[kSquad];
+    HWY_ALIGN float cosine[kSquad];
+    HWY_ALIGN float sine[kSquad];
+    HWY_ALIGN float shift[kSquad];
+
+    void add(Solver& solver) {
+        for (int k = 0; k < kN; ++k) solver.findMaxima(k, maxima, count);
+        solvers[count++] = &solver;
     }
-    for (int k = 0; k < kN; ++k) solver.findMaxima(k);
-    for (int64_t i = 0; i < int64_t{81} * iterFactor; ++i) {
-        const auto [k, l] = solver.pivot();
-        const float p = solver.matrix[k][l];
-        if (std::fabs(p) <= kEpsilon) break;
-        const float y = (eigenvalues[l] - eigenvalues[k]) * 0.5F;
-        const float t = std::fabs(y) + HypotSingle(p, y);
-        const float s = HypotSingle(p, t);
-        const float sine = y < 0 ? -(p / s) : p / s;
-        const float shift = y < 0 ? -((p / t) * p) : (p / t) * p;
-        eigenvalues[k] -= shift;
-        eigenvalues[l] += shift;
-        solver.rotate(k, l, t / s, sine);
-        solver.findMaxima(k);
-        solver.findMaxima(l);
+
+    // Rows first, a column only when strictly above. Solvers that have nothing left to rotate away leave.
+    HWY_INLINE void findPivots() {
+        const HWY_CAPPED(int32_t, kSquad) d;
+        HWY_ALIGN int32_t found[kSquad];
+        for (int lane = 0; lane < kSquad; lane += static_cast<int>(hn::MaxLanes(d))) {
+            auto best = hn::Load(d, &maxima.keys[0][lane]);
+            auto where = hn::Zero(d);
+            for (int i = 1; i < Maxima::kCount; ++i) {
+                if (i == kN - 1 || i == Maxima::kColumns) continue;
+                const auto key = hn::Load(d, &maxima.keys[i][lane]);
+                where = hn::IfThenElse(hn::Gt(key, best), hn::Set(d, i), where);
+                best = hn::Max(key, best);
+            }
+            hn::Store(where, d, found + lane);
+        }
+        for (int i = 0; i < count;) {
+            const Solver& solver = *solvers[i];
+            const Pivot pivot = solver.places[found[i]];
+            p[i] = solver.element(pivot);
+            y[i] = (solver.values[pivot.l] - solver.values[pivot.k]) * 0.5F;
+            pivots[i] = pivot;
+            if (std::fabs(p[i]) <= kEpsilon) [[unlikely]] {
+                leave(i);
+                found[i] = found[count];
+                continue;
+            }
+            ++i;
+        }
     }
-    for (int k = 0; k < kN; ++k) std::copy_n(solver.vectors[k], kN, eigenvectors + k * kN);
+
+    HWY_INLINE void findTangents() {
+        const Singles d;
+        for (int i = 0; i < kSquad; i += static_cast<int>(hn::MaxLanes(d))) {
+            const auto half = hn::Load(d, y + i);
+            hn::Store(hn::Add(hn::Abs(half), Hypot(hn::Load(d, p + i), half)), d, t + i);
+        }
+    }
+
+    HWY_INLINE void findAngles() {
+        const Singles d;
+        for (int i = 0; i < kSquad; i += static_cast<int>(hn::MaxLanes(d))) {
+            const auto pivot = hn::Load(d, p + i);
+            const auto sum = hn::Load(d, t + i);
+            const auto s = Hypot(pivot, sum);
+            const auto sign = hn::IfThenElseZero(hn::Lt(hn::Load(d, y + i), hn::Zero(d)), hn::SignBit(d));
+            hn::Store(hn::Div(sum, s), d, cosine + i);
+            hn::Store(hn::Xor(hn::Div(pivot, s), sign), d, sine + i);
+            hn::Store(hn::Xor(hn::Mul(hn::Div(pivot, sum), pivot), sign), d, shift + i);
+        }
+    }
+
+    HWY_INLINE void rotate(int i) {
+        Solver& solver = *solvers[i];
+        const Pivot pivot = pivots[i];
+        solver.values[pivot.k] -= shift[i];
+        solver.values[pivot.l] += shift[i];
+        solver.rotate(pivot, cosine[i], sine[i]);
+        solver.findMaxima(pivot.k, maxima, i);
+        solver.findMaxima(pivot.l, maxima, i);
+        solver.mirror(pivot);
+    }
+
+  private:
+    HWY_NOINLINE void leave(int i) {
+        --count;
+        solvers[i] = solvers[count];
+        for (auto& keys : maxima.keys) keys[i] = keys[count];
+    }
+};
+
+// One rotation of each matrix of a squad. What the other squad needs for its next one is spread between them, so that
+// no step has to wait for the one before.
+HWY_NOINLINE void Turn(Squad& turning, Squad& waiting) {
+    for (int i = 0; i < kSquad; ++i) {
+        if (i < turning.count) turning.rotate(i);
+        if (waiting.count == 0) continue;
+        if (i == 0) waiting.findPivots();
+        if (i == 1) waiting.findTangents();
+        if (i == 2) waiting.findAngles();
+    }
+}
+
+void Solve(const EigenProblem* problems, int count, int iterFactor) {
+    Solver solvers[kJacobiBatch];
+    Squad squads[2];
+    for (int i = 0; i < count; ++i) {
+        solvers[i].start(problems[i].matrix);
+        squads[i % 2].add(solvers[i]);
+    }
+    squads[0].findPivots();
+    squads[0].findTangents();
+    squads[0].findAngles();
+    for (int64_t i = 0; i < int64_t{81} * iterFactor && squads[0].count + squads[1].count != 0; ++i) {
+        Turn(squads[0], squads[1]);
+        Turn(squads[1], squads[0]);
+    }
+    for (int i = 0; i < count; ++i) solvers[i].finish(problems[i].eigenvalues, problems[i].eigenvectors);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -167,14 +337,35 @@ namespace eis {
 
 HWY_EXPORT(Solve);
 
-int JacobiEigen9(float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor, void* workspace) {
-    // Rotations keep the sum of squares: what begins in this range cannot overflow, nor turn into a NaN.
-    const bool common = std::all_of(matrix, matrix + 81, [](float element) { return std::fabs(element) < 1e15F; });
-    if (!common || eigenvectors == nullptr) {
-        return JacobiEigen9_plain(matrix, eigenvalues, eigenvectors, iterFactor, workspace);
+namespace {
+
+// Rotations keep the sum of squares: what begins in this range cannot overflow, nor turn into a NaN.
+bool isCommon(const float* matrix) {
+    int common = 0;
+    for (int i = 0; i < 81; ++i) common += std::fabs(matrix[i]) < 1e15F ? 1 : 0;
+    return common == 81;
+}
+
+}  // namespace
+
+void JacobiEigen9Batch(const EigenProblem* problems, int count, int iterFactor, void* workspace) {
+    EigenProblem common[kJacobiBatch];
+    int commonCount = 0;
+    for (int i = 0; i < count; ++i) {
+        const EigenProblem& problem = problems[i];
+        if (problem.eigenvectors != nullptr && isCommon(problem.matrix)) {
+            common[commonCount++] = problem;
+        } else {
+            JacobiEigen9_plain(problem.matrix, problem.eigenvalues, problem.eigenvectors, iterFactor, workspace);
+        }
     }
-    HWY_DYNAMIC_DISPATCH(Solve)(matrix, eigenvalues, eigenvectors, iterFactor);
-    SortEigenpairs(eigenvalues, eigenvectors);
+    HWY_DYNAMIC_DISPATCH(Solve)(common, commonCount, iterFactor);
+    for (int i = 0; i < commonCount; ++i) SortEigenpairs(common[i].eigenvalues, common[i].eigenvectors);
+}
+
+int JacobiEigen9(float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor, void* workspace) {
+    const EigenProblem problem{matrix, eigenvalues, eigenvectors};
+    JacobiEigen9Batch(&problem, 1, iterFactor, workspace);
     return 0;
 }
 

@@ -134,6 +134,31 @@ bool drawUsableSample(const Workspace& work, Generator& generator, Sample& sampl
     return false;
 }
 
+// Samples drawn ahead, for draws do not depend on models, and the models fitted to them.
+struct Batch {
+    Sample samples[kFitBatch];
+    HomographyFit fits[kFitBatch];
+    int count = 0;
+    bool last = false;  // no further sample can be drawn
+
+    void draw(const Workspace& work, int wanted, Generator& generator) {
+        for (count = 0; count < wanted; ++count) {
+            Sample& sample = samples[count];
+            last = !drawUsableSample(work, generator, sample);
+            if (last) break;
+            fits[count].pRefPoints = &sample.ref[0].x;
+            fits[count].pCurPoints = &sample.cur[0].x;
+        }
+        CalcHomographies(fits, count, kSampleSize, kSampleIterFactor, work.eigen);
+    }
+
+    // Batches of nearly one size, since a small one takes as long as a large one.
+    static int size(int32_t iterations) {
+        const int32_t batches = (iterations + kFitBatch - 1) / kFitBatch;
+        return (iterations + batches - 1) / batches;
+    }
+};
+
 struct Score {
     int32_t inliers;
     float error;  // sum of the inliers' squared errors, in the order of the pairs
@@ -195,13 +220,17 @@ int RansacEstimation(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const Ran
     // Of the best model, or of the last one scored while none is accepted.
     const uint8_t* kept = working;
     int32_t iterations = params->maxIters;
-    for (int32_t i = 0; i < iterations; ++i) {
-        Sample sample;
-        if (!drawUsableSample(work, generator, sample)) return -1;
+    Batch batch;
+    for (int32_t i = 0, first = 0; i < iterations; ++i) {
+        if (i - first == batch.count) {
+            if (batch.last) return -1;
+            first = i;
+            batch.draw(work, Batch::size(iterations - i), generator);
+            if (batch.count == 0) return -1;
+        }
         // A sample without spread leaves the preceding model, which is then scored again.
-        const int status =
-            CalcHomography(&sample.ref[0].x, &sample.cur[0].x, kSampleSize, model, kSampleIterFactor, work.eigen);
-        if (status != 0) continue;
+        const HomographyFit& fit = batch.fits[i - first];
+        if (fit.written) std::memcpy(model, fit.homography, sizeof model);
         const Score score = scoreModel(work, model, params->threshold, best, kept != working, working);
         if (!score.beats(best)) continue;
         best = score;
