@@ -21,7 +21,7 @@ struct HomographyFit {
     float homography[9];
     bool written;  // whether homography was
 };
-inline constexpr int kFitBatch = 8;
+inline constexpr int kFitBatch = 12;
 void CalcHomographies(HomographyFit* fits, int count, int n, int iterFactor, void* workspace);
 
 }  // namespace eis

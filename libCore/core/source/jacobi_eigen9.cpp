@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/jacobi_eigen9.cpp"
@@ -231,18 +232,11 @@ struct Squad {
 
     // Rows first, a column only when strictly above. Solvers that have nothing left to rotate away leave.
     HWY_INLINE void findPivots() {
-        const HWY_CAPPED(int32_t, kSquad) d;
         HWY_ALIGN int32_t found[kSquad];
-        for (int lane = 0; lane < kSquad; lane += static_cast<int>(hn::MaxLanes(d))) {
-            auto best = hn::Load(d, &maxima.keys[0][lane]);
-            auto where = hn::Zero(d);
-            for (int i = 1; i < Maxima::kCount; ++i) {
-                if (i == kN - 1 || i == Maxima::kColumns) continue;
-                const auto key = hn::Load(d, &maxima.keys[i][lane]);
-                where = hn::IfThenElse(hn::Gt(key, best), hn::Set(d, i), where);
-                best = hn::Max(key, best);
-            }
-            hn::Store(where, d, found + lane);
+        for (int lane = 0; lane < kSquad; lane += static_cast<int>(hn::MaxLanes(SquadKeys()))) {
+            const auto row = firstLargest(0, lane);
+            const auto column = firstLargest(Maxima::kColumns + 1, lane);
+            hn::Store(hn::IfThenElse(hn::Gt(column.key, row.key), column.at, row.at), SquadKeys(), found + lane);
         }
         for (int i = 0; i < count;) {
             const Solver& solver = *solvers[i];
@@ -292,6 +286,24 @@ struct Squad {
     }
 
   private:
+    using SquadKeys = HWY_CAPPED(int32_t, kSquad);
+    struct Largest {
+        hn::Vec<SquadKeys> key;
+        hn::Vec<SquadKeys> at;
+    };
+
+    // Of the eight maxima from `from` on.
+    HWY_INLINE Largest firstLargest(int from, int lane) const {
+        const SquadKeys d;
+        Largest largest{hn::Load(d, &maxima.keys[from][lane]), hn::Set(d, from)};
+        for (int i = from + 1; i < from + 8; ++i) {
+            const auto key = hn::Load(d, &maxima.keys[i][lane]);
+            largest.at = hn::IfThenElse(hn::Gt(key, largest.key), hn::Set(d, i), largest.at);
+            largest.key = hn::Max(key, largest.key);
+        }
+        return largest;
+    }
+
     HWY_NOINLINE void leave(int i) {
         --count;
         solvers[i] = solvers[count];
@@ -299,31 +311,35 @@ struct Squad {
     }
 };
 
-// One rotation of each matrix of a squad. What the other squad needs for its next one is spread between them, so that
-// no step has to wait for the one before.
-HWY_NOINLINE void Turn(Squad& turning, Squad& waiting) {
+// One rotation of each matrix of a squad. What the others need for theirs is spread between them, a step at a time and
+// long after the one before, so that none has to wait.
+HWY_NOINLINE void Turn(Squad& turning, Squad& next, Squad& last) {
     for (int i = 0; i < kSquad; ++i) {
         if (i < turning.count) turning.rotate(i);
-        if (waiting.count == 0) continue;
-        if (i == 0) waiting.findPivots();
-        if (i == 1) waiting.findTangents();
-        if (i == 2) waiting.findAngles();
+        if (i == 0 && next.count != 0) next.findTangents();
+        if (i == 2 && next.count != 0) next.findAngles();
+        if (i == 3 && last.count != 0) last.findPivots();
     }
 }
 
 void Solve(const EigenProblem* problems, int count, int iterFactor) {
     Solver solvers[kJacobiBatch];
-    Squad squads[2];
+    Squad a, b, c;
+    Squad* const squads[] = {&a, &b, &c};
+    static_assert(kJacobiBatch == std::size(squads) * kSquad);
     for (int i = 0; i < count; ++i) {
         solvers[i].start(problems[i].matrix);
-        squads[i % 2].add(solvers[i]);
+        squads[i % std::size(squads)]->add(solvers[i]);
     }
-    squads[0].findPivots();
-    squads[0].findTangents();
-    squads[0].findAngles();
-    for (int64_t i = 0; i < int64_t{81} * iterFactor && squads[0].count + squads[1].count != 0; ++i) {
-        Turn(squads[0], squads[1]);
-        Turn(squads[1], squads[0]);
+    for (Squad* squad : squads) {
+        squad->findPivots();
+        squad->findTangents();
+        squad->findAngles();
+    }
+    for (int64_t i = 0; i < int64_t{81} * iterFactor && a.count + b.count + c.count != 0; ++i) {
+        Turn(a, b, c);
+        Turn(b, c, a);
+        Turn(c, a, b);
     }
     for (int i = 0; i < count; ++i) solvers[i].finish(problems[i].eigenvalues, problems[i].eigenvectors);
 }

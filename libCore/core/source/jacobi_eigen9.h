@@ -25,7 +25,7 @@ struct EigenProblem {
     float* eigenvalues;
     float* eigenvectors;
 };
-inline constexpr int kJacobiBatch = 8;
+inline constexpr int kJacobiBatch = 12;
 void JacobiEigen9Batch(const EigenProblem* problems, int count, int iterFactor, void* workspace);
 
 // Its last step: by value, descending; vectors, if not null, with them.

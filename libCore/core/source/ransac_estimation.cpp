@@ -20,6 +20,7 @@ constexpr int kSampleSize = 4;
 constexpr int kMaxRejectedDraws = 100;
 constexpr int32_t kMinSquaredDistance = 20000;
 constexpr int kSampleIterFactor = 2;
+constexpr int32_t kFirstSamples = 8;
 
 // Multiply-with-carry (Marsaglia), the same sequence at every call.
 class Generator {
@@ -152,10 +153,13 @@ struct Batch {
         CalcHomographies(fits, count, kSampleSize, kSampleIterFactor, work.eigen);
     }
 
-    // Batches of nearly one size, since a small one takes as long as a large one.
-    static int size(int32_t iterations) {
-        const int32_t batches = (iterations + kFitBatch - 1) / kFitBatch;
-        return (iterations + batches - 1) / batches;
+    // How many to draw at iteration i of so many. The first few may show that hardly more are needed; the rest is
+    // shared out evenly, since a small batch takes nearly as long as a large one.
+    static int wanted(int32_t i, int32_t iterations) {
+        const int32_t left = iterations - i;
+        if (i == 0) return std::min(left, kFirstSamples);
+        const int32_t batches = (left + kFitBatch - 1) / kFitBatch;
+        return (left + batches - 1) / batches;
     }
 };
 
@@ -225,7 +229,7 @@ int RansacEstimation(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const Ran
         if (i - first == batch.count) {
             if (batch.last) return -1;
             first = i;
-            batch.draw(work, Batch::size(iterations - i), generator);
+            batch.draw(work, Batch::wanted(i, iterations), generator);
             if (batch.count == 0) return -1;
         }
         // A sample without spread leaves the preceding model, which is then scored again.
