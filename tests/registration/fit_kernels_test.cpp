@@ -1,6 +1,8 @@
 // The estimation's fast forms against their definitions: eigensolver, counting of inliers, filter of repeated points.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -18,22 +20,22 @@ namespace eis::test {
 namespace {
 
 struct Solution {
-    Solution(decltype(JacobiEigen9)* solve, const float* from, int iterFactor) {
-        float matrix[81];
-        std::memcpy(matrix, from, sizeof matrix);
-        uint8_t workspace[kJacobiWorkspaceBytes];
-        EXPECT_EQ(solve(matrix, results, results + 9, iterFactor, workspace), 0);
-    }
+    explicit Solution(const std::array<float, 81>& from) : matrix(from) {}
+    EigenProblem problem(bool wantsVectors) { return {matrix.data(), results, wantsVectors ? results + 9 : nullptr}; }
     bool operator==(const Solution& other) const { return std::memcmp(results, other.results, sizeof results) == 0; }
-    float results[90];
+    std::array<float, 81> matrix;
+    float results[90] = {};
 };
 
-// Symmetric matrices, from those of a fit to ones that overflow; equal, zero and tiny elements among them.
+// Symmetric matrices, from those of a fit to ones that overflow; equal, zero and tiny elements among them. One by one,
+// and in batches of every size, in which each takes another number of rotations.
 TEST(FitKernels, EigensolverFormsAgree) {
+    constexpr int kCount = 400;
     Random random(5);
     const double scales[] = {1, 1e-3, 1e3, 1e-20, 1e-38, 1e10, 2e15, 1e30};
-    for (int round = 0; round < 400; ++round) {
-        float matrix[81];
+    std::vector<Solution> problems;
+    for (int round = 0; round < kCount; ++round) {
+        std::array<float, 81> matrix;
         const double scale = scales[round % std::size(scales)];
         const int distinct = round % 3 == 0 ? 2 : round % 5 == 0 ? 3 : 1000;
         for (int i = 0; i < 9; ++i) {
@@ -44,12 +46,35 @@ TEST(FitKernels, EigensolverFormsAgree) {
         }
         if (round == 7) matrix[3] = matrix[27] = NAN;
         if (round == 14) matrix[3] = matrix[27] = INFINITY;
-        for (const int iterFactor : {0, 2, 30}) {
-            const Solution expected(JacobiEigen9_plain, matrix, iterFactor);
-            forEachTarget([&] {
-                EXPECT_EQ(Solution(JacobiEigen9, matrix, iterFactor), expected) << round << ", " << iterFactor;
-            });
+        if (round % 50 == 21) matrix.fill(0);
+        problems.emplace_back(matrix);
+    }
+    const auto wantsVectors = [](int i) { return i % 11 != 3; };
+    uint8_t workspace[kJacobiWorkspaceBytes];
+    for (const int iterFactor : {0, 1, 2, 30}) {
+        std::vector<Solution> expected = problems;
+        for (int i = 0; i < kCount; ++i) {
+            const auto [matrix, values, vectors] = expected[i].problem(wantsVectors(i));
+            EXPECT_EQ(JacobiEigen9_plain(matrix, values, vectors, iterFactor, workspace), 0);
         }
+        forEachTarget([&] {
+            std::vector<Solution> single = problems;
+            std::vector<Solution> batched = problems;
+            for (int i = 0, size = 0; i < kCount; i += size) {
+                size = std::min(size % kJacobiBatch + 1, kCount - i);
+                EigenProblem batch[kJacobiBatch];
+                for (int k = 0; k < size; ++k) {
+                    batch[k] = batched[i + k].problem(wantsVectors(i + k));
+                    const auto [matrix, values, vectors] = single[i + k].problem(wantsVectors(i + k));
+                    EXPECT_EQ(JacobiEigen9(matrix, values, vectors, iterFactor, workspace), 0);
+                }
+                JacobiEigen9Batch(batch, size, iterFactor, workspace);
+            }
+            for (int i = 0; i < kCount; ++i) {
+                EXPECT_EQ(single[i], expected[i]) << i << ", " << iterFactor;
+                EXPECT_EQ(batched[i], expected[i]) << i << ", " << iterFactor;
+            }
+        });
     }
 }
 

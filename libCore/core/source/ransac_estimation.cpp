@@ -158,8 +158,8 @@ struct Batch {
     static int wanted(int32_t i, int32_t iterations) {
         const int32_t left = iterations - i;
         if (i == 0) return std::min(left, kFirstSamples);
-        const int32_t batches = (left + kFitBatch - 1) / kFitBatch;
-        return (left + batches - 1) / batches;
+        const int32_t batches = (left - 1) / kFitBatch + 1;
+        return (left - 1) / batches + 1;
     }
 };
 
