@@ -217,7 +217,7 @@ struct Squad {
     Solver* solvers[kSquad];
     Maxima maxima;
     Pivot pivots[kSquad];
-    // Of solvers that are done, too: any numbers.
+    // Of those that have left: any numbers with which hypot is quick.
     HWY_ALIGN float p[kSquad] = {1, 1, 1, 1};
     HWY_ALIGN float y[kSquad] = {1, 1, 1, 1};
     HWY_ALIGN float t[kSquad];
@@ -308,11 +308,12 @@ struct Squad {
         --count;
         solvers[i] = solvers[count];
         for (auto& keys : maxima.keys) keys[i] = keys[count];
+        p[count] = y[count] = 1;
     }
 };
 
-// One rotation of each matrix of a squad. What the others need for theirs is spread between them, a step at a time and
-// long after the one before, so that none has to wait.
+// One rotation of each matrix of a squad. What the squads that turned last and turn next need is spread between them, a
+// step at a time and long after the one before, so that none has to wait.
 HWY_NOINLINE void Turn(Squad& turning, Squad& next, Squad& last) {
     for (int i = 0; i < kSquad; ++i) {
         if (i < turning.count) turning.rotate(i);
@@ -365,7 +366,7 @@ bool isCommon(const float* matrix) {
 }  // namespace
 
 void JacobiEigen9Batch(const EigenProblem* problems, int count, int iterFactor, void* workspace) {
-    EigenProblem common[kJacobiBatch];
+    EigenProblem common[kJacobiBatch] = {};
     int commonCount = 0;
     for (int i = 0; i < count; ++i) {
         const EigenProblem& problem = problems[i];
