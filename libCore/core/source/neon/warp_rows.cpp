@@ -92,48 +92,72 @@ void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, floa
     std::fill(Y + positions, Y + end, 0.0F);
 }
 
-// Of coordinates from 0 to 32767, where no conversion saturates and a fraction has seven bits; others are uncommon.
+// Truncated, of values that a signed word holds.
+#if HWY_ARCH_X86
+HWY_INLINE hn::Vec128<int32_t> Truncated(hn::Vec128<float> v) {
+    return hn::Vec128<int32_t>{_mm_cvttps_epi32(v.raw)};
+}
+#if HWY_CAP_GE256
+HWY_INLINE hn::Vec256<int32_t> Truncated(hn::Vec256<float> v) {
+    return hn::Vec256<int32_t>{_mm256_cvttps_epi32(v.raw)};
+}
+#endif
+#if HWY_CAP_GE512
+HWY_INLINE hn::Vec512<int32_t> Truncated(hn::Vec512<float> v) {
+    return hn::Vec512<int32_t>{_mm512_cvttps_epi32(v.raw)};
+}
+#endif
+#else
+template <class V>
+HWY_INLINE auto Truncated(V v) {
+    return hn::ConvertTo(hn::RebindToSigned<hn::DFromV<V>>(), v);
+}
+#endif
+
+// Of coordinates from 0 to 32767, which have 22 bits in units of 1/128; others are uncommon.
 void Locate(const float* HWY_RESTRICT X, const float* HWY_RESTRICT Y, const Source& from, int positions,
             Positions& HWY_RESTRICT at) {
     const hn::ScalableTag<float> d;
     const hn::RebindToSigned<decltype(d)> dI;
     const hn::RebindToUnsigned<decltype(d)> dU;
+    const hn::Repartition<uint16_t, decltype(d)> d16;
     alignas(16) static constexpr int32_t kSteps[kWarpGroupPositions] = {0, 2, 4, 6};
     const auto steps = hn::LoadDup128(dI, kSteps);
-    auto least = hn::Zero(dI);
     auto lastLuma = hn::Zero(dI);
     auto lastChroma = hn::Zero(dI);
     for (int p = 0; p < positions; p += static_cast<int>(hn::Lanes(d))) {
-        const auto limited = [&](const float* coordinates) HWY_ATTR {
-            return hn::Min(hn::Max(hn::LoadU(d, coordinates + p), hn::Zero(d)), hn::Set(d, 32767.0F));
-        };
-        const auto x = limited(X);
-        const auto y = limited(Y);
-        const auto ix = hn::ConvertTo(dI, x);
-        const auto iy = hn::ConvertTo(dI, y);
-        const auto fraction = [&](auto coordinate, auto whole) HWY_ATTR {
-            const auto units = hn::ConvertTo(dI, hn::Mul(coordinate, hn::Set(d, 128.0F)));
-            return hn::BitCast(dU, hn::Sub(units, hn::ShiftLeft<7>(whole)));
-        };
-        const auto twice = [&](auto word) HWY_ATTR { return hn::Or(word, hn::ShiftLeft<16>(word)); };
+        const auto limited = [&](auto coordinate)
+                                 HWY_ATTR { return hn::Min(hn::Max(coordinate, hn::Zero(d)), hn::Set(d, 32767.0F)); };
+        const auto units = [&](auto coordinate) HWY_ATTR { return Truncated(hn::Mul(coordinate, hn::Set(d, 128.0F))); };
         const auto half = [&](auto whole) HWY_ATTR { return hn::ShiftRight<1>(hn::Add(whole, hn::Set(dI, 1))); };
-        const auto fx = fraction(x, ix);
+        const auto fractionTwice = [&](auto unit) HWY_ATTR {
+            const auto fraction = hn::And(unit, hn::Set(dI, 127));
+            return hn::BitCast(d16, hn::Or(fraction, hn::ShiftLeft<16>(fraction)));
+        };
+        const auto rawX = hn::LoadU(d, X + p);
+        const auto rawY = hn::LoadU(d, Y + p);
+        const auto x = limited(rawX);
+        const auto y = limited(rawY);
+        const auto unitsX = units(x);
+        const auto unitsY = units(y);
+        const auto ix = hn::ShiftRight<7>(unitsX);
+        const auto iy = hn::ShiftRight<7>(unitsY);
         const auto offset = hn::Add(ix, hn::Mul(iy, hn::Set(dI, static_cast<int32_t>(from.stride))));
         const auto chromaOffset = hn::Add(half(ix), hn::Mul(half(iy), hn::Set(dI, from.chromaPitch)));
-        const auto uncommon = hn::Or(hn::Ne(x, hn::LoadU(d, X + p)), hn::Ne(y, hn::LoadU(d, Y + p)));
-        const auto uncommonBits = hn::BitCast(dU, hn::VecFromMask(d, uncommon));
+        const auto uncommon = hn::BitCast(dU, hn::VecFromMask(d, hn::Or(hn::Ne(x, rawX), hn::Ne(y, rawY))));
         const auto uneven = hn::BitCast(dU, hn::Xor(offset, hn::Add(hn::Broadcast<0>(offset), steps)));
-        least = hn::Min(least, hn::Min(offset, chromaOffset));
+        const auto columnWeights = hn::Add(hn::Mul(fractionTwice(unitsX), hn::Set(d16, 255)), hn::Set(d16, 128));
         lastLuma = hn::Max(lastLuma, offset);
         lastChroma = hn::Max(lastChroma, chromaOffset);
         hn::StoreU(offset, dI, at.offset + p);
         hn::StoreU(chromaOffset, dI, at.chromaOffset + p);
-        hn::StoreU(twice(hn::Add(hn::Sub(hn::Set(dU, 128), fx), hn::ShiftLeft<8>(fx))), dU, at.columnWeights + p);
-        hn::StoreU(twice(fraction(y, iy)), dU, at.rowWeights + p);
-        hn::StoreU(uncommonBits, dU, at.uncommon + p);
-        hn::StoreU(hn::Or(uncommonBits, uneven), dU, at.special + p);
+        hn::StoreU(hn::BitCast(dU, columnWeights), dU, at.columnWeights + p);
+        hn::StoreU(hn::BitCast(dU, fractionTwice(unitsY)), dU, at.rowWeights + p);
+        hn::StoreU(uncommon, dU, at.uncommon + p);
+        hn::StoreU(hn::Or(uncommon, uneven), dU, at.special + p);
     }
-    at.inside = hn::GetLane(hn::MinOfLanes(dI, least)) >= 0 &&
+    // With these strides no offset wraps, so that none is negative.
+    at.inside = from.stride >= 0 && from.stride <= 65535 &&
                 hn::GetLane(hn::MaxOfLanes(dI, lastLuma)) <= from.lastLoad &&
                 hn::GetLane(hn::MaxOfLanes(dI, lastChroma)) <= from.chromaSize - kWarpGroupPositions;
 }
@@ -338,7 +362,7 @@ bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
         int fetched = 0;
         for (int g = 0, together = 0; g < groups; g += together) {
             const int p = kWarpGroupPositions * g;
-            for (; fetched <= g; fetched += 4) FetchAhead(from, at, p, lumaOnly);
+            for (; fetched <= g; fetched += 8) FetchAhead(from, at, p, lumaOnly);
             const bool plain = at.inside && g + kGroupsTogether <= groups && NoneTogether(at.special + p);
             together = plain ? kGroupsTogether : 1;
             if (plain) {
