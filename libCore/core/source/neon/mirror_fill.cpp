@@ -24,11 +24,14 @@ struct PlaneArea {
 
 void fillColumns(const PlaneArea& area) {
     const int64_t end = int64_t{area.x} + area.w;
+    const int64_t padding = std::max<int64_t>(area.pitch - end, 0);
+    // A padding wider than what is filled to its left takes the first column.
+    const int64_t mirrored = std::min(padding, end);
     for (int r = area.y; r < area.y + area.h; ++r) {
         uint8_t* row = area.row(r);
-        for (int k = 0; k < area.x; ++k) row[k] = row[2 * area.x - k];
-        // A padding wider than what is filled to its left takes the first column.
-        for (int64_t k = 0; k < area.pitch - end; ++k) row[end + k] = row[std::max<int64_t>(0, end - 1 - k)];
+        std::reverse_copy(row + area.x + 1, row + 2 * int64_t{area.x} + 1, row);
+        std::reverse_copy(row + end - mirrored, row + end, row + end);
+        std::memset(row + end + mirrored, row[0], padding - mirrored);
     }
 }
 
