@@ -21,8 +21,8 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// Groups handled in one go, so that their state stays on the stack.
-constexpr int kGroups = 128;
+// Groups handled in one go, so that their state leaves the first cache to the rows.
+constexpr int kGroups = 64;
 constexpr int kPositions = kGroups * kWarpGroupPositions;
 // Rows below that are fetched. Rotated reads cross a page or a row too often for the processor to do it.
 constexpr int kRowsAhead = 8;
