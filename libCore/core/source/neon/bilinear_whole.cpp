@@ -53,88 +53,69 @@ void ScaleHalf(const uint8_t* src, int64_t srcPitch, uint8_t* dst, int dstW, int
     }
 }
 
-// Source columns handled in one go.
-constexpr int kStrip = 1920;
-
-// Of a source row at doubled width: four times the samples of even and of odd destination columns.
-struct DoubledRow {
-    int row = -1;  // which source row it holds
-    HWY_ALIGN uint16_t even[kStrip];
-    HWY_ALIGN uint16_t odd[kStrip];
+// Between two samples or sums, at a quarter of the way and at three: four times their value.
+template <class V>
+struct Quarters {
+    V near;
+    V far;
 };
-
-// Columns first to first + count - 1 of a row of `width` samples. The outermost two lean on their inner neighbour.
-void DoubleColumns(const uint8_t* HWY_RESTRICT samples, int64_t ahead, int width, int first, int count,
-                   DoubledRow& out) {
-    const uint8_t* HWY_RESTRICT at = samples + first;
-    const int begin = first == 0 ? 1 : 0;
-    const int end = first + count == width ? count - 1 : count;
-    const Words d;
-    const hn::Rebind<uint8_t, Words> dHalf;
-    const int step = static_cast<int>(hn::Lanes(d));
-    int x = begin;
-    for (; x + step <= end; x += step) {
-        hwy::Prefetch(at + ahead + x);
-        const auto middle = hn::PromoteTo(d, hn::LoadU(dHalf, at + x));
-        const auto three = hn::Add(middle, hn::Add(middle, middle));
-        hn::StoreU(hn::Add(three, hn::PromoteTo(d, hn::LoadU(dHalf, at + x - 1))), d, out.even + x);
-        hn::StoreU(hn::Add(three, hn::PromoteTo(d, hn::LoadU(dHalf, at + x + 1))), d, out.odd + x);
-    }
-    for (; x < count; ++x) {
-        out.even[x] = static_cast<uint16_t>(3 * at[x] + at[x - 1]);
-        if (x < end) out.odd[x] = static_cast<uint16_t>(3 * at[x] + at[x + 1]);
-    }
-    if (begin == 1) {
-        out.even[0] = static_cast<uint16_t>(3 * at[0] + samples[std::min(1, width - 1)]);
-        if (end > 0) out.odd[0] = static_cast<uint16_t>(3 * at[0] + at[1]);
-    }
-    if (end < count) out.odd[end] = static_cast<uint16_t>(3 * at[end] + samples[std::max(width - 2, 0)]);
+template <class V>
+HWY_INLINE Quarters<V> QuartersOf(V a, V b) {
+    const V sum = hn::Add(a, b);
+    return {hn::Add(sum, hn::Add(a, a)), hn::Add(sum, hn::Add(b, b))};
 }
 
-// Three parts of one row and one of the other; even columns are the lower bytes of words.
-void DoubleRow(const DoubledRow& near, const DoubledRow& far, int count, uint8_t* HWY_RESTRICT dst, int64_t ahead) {
+// Two destination rows between two source rows, from columns between x and x + 1 on, as many as d has lanes.
+template <class D>
+HWY_INLINE void DoubleColumns(D d, const uint8_t* upper, const uint8_t* lower, uint8_t* dst, int64_t dstPitch) {
+    const hn::Rebind<uint8_t, D> dHalf;
+    const hn::Repartition<uint8_t, D> d8;
+    const auto columns = [&](const uint8_t* row) HWY_ATTR {
+        return QuartersOf(hn::PromoteTo(d, hn::LoadU(dHalf, row)), hn::PromoteTo(d, hn::LoadU(dHalf, row + 1)));
+    };
+    const auto above = columns(upper);
+    const auto below = columns(lower);
+    const auto left = QuartersOf(above.near, below.near);
+    const auto right = QuartersOf(above.far, below.far);
+    const auto store = [&](auto even, auto odd, uint8_t* to) HWY_ATTR {
+        hn::StoreU(hn::BitCast(d8, hn::Or(hn::ShiftRight<4>(even), hn::ShiftLeft<8>(hn::ShiftRight<4>(odd)))), d8, to);
+    };
+    store(left.near, right.near, dst);
+    store(left.far, right.far, dst + dstPitch);
+}
+
+// The outermost columns are as their inner neighbours. `ahead` source bytes below and two destination rows below are
+// fetched.
+void DoubleRows(const uint8_t* upper, const uint8_t* lower, int width, uint8_t* dst, int64_t dstPitch, int64_t ahead,
+                int64_t dstAhead) {
     const Words d;
-    const hn::Repartition<uint8_t, Words> d8;
-    const auto blend = [&](const uint16_t* HWY_RESTRICT three, const uint16_t* HWY_RESTRICT one, int x) HWY_ATTR {
-        const auto a = hn::Load(d, three + x);
-        return hn::ShiftRight<4>(hn::Add(hn::Add(a, hn::Load(d, one + x)), hn::Add(a, a)));
-    };
-    const auto pairs = [&](int x) HWY_ATTR {
-        const auto even = blend(near.even, far.even, x);
-        return hn::BitCast(d8, hn::Or(even, hn::ShiftLeft<8>(blend(near.odd, far.odd, x))));
-    };
-    const int step = static_cast<int>(hn::Lanes(d));
+    const hn::CappedTag<uint16_t, 1> dOne;
+    const int step = static_cast<int>(hn::MaxLanes(d));
+    const int count = width - 1;
     int x = 0;
     for (; x + step <= count; x += step) {
-        hwy::Prefetch(dst + ahead + 2 * x);
-        hn::StoreU(pairs(x), d8, dst + 2 * x);
+        hwy::Prefetch(lower + ahead + x);
+        hwy::Prefetch(dst + dstAhead + 2 * x);
+        hwy::Prefetch(dst + dstAhead + dstPitch + 2 * x);
+        DoubleColumns(d, upper + x, lower + x, dst + 1 + 2 * x, dstPitch);
     }
-    if (x < count) {
-        HWY_ALIGN uint8_t last[2 * hn::MaxLanes(d)];
-        hn::Store(pairs(x), d8, last);
-        std::memcpy(dst + 2 * x, last, size_t{2} * (count - x));
+    for (; x < count; ++x) DoubleColumns(dOne, upper + x, lower + x, dst + 1 + 2 * x, dstPitch);
+    for (uint8_t* row : {dst, dst + dstPitch}) {
+        row[0] = row[1];
+        row[2 * width - 1] = row[2 * width - 2];
     }
 }
 
+// So are the outermost rows.
 void ScaleDouble(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstPitch) {
-    for (int first = 0; first < srcW; first += kStrip) {
-        const int count = std::min(srcW - first, kStrip);
-        DoubledRow rows[2];
-        const auto doubled = [&](int row) HWY_ATTR -> const DoubledRow& {
-            DoubledRow& slot = rows[row & 1];
-            const int64_t ahead = row + 1 < srcH ? srcPitch : 0;
-            if (slot.row != row) DoubleColumns(src + row * srcPitch, ahead, srcW, first, count, slot);
-            slot.row = row;
-            return slot;
-        };
-        for (int y = 0; y < 2 * srcH; ++y) {
-            const int far = y % 2 == 0 ? y / 2 - 1 : y / 2 + 1;
-            // The first and the last row lean on their inner neighbour.
-            const int inside = far < 0 ? std::min(1, srcH - 1) : far == srcH ? std::max(srcH - 2, 0) : far;
-            DoubleRow(doubled(y / 2), doubled(inside), count, dst + int64_t{y} * dstPitch + 2 * int64_t{first},
-                      y + 2 < 2 * srcH ? 2 * int64_t{dstPitch} : 0);
-        }
+    const int64_t pitch = dstPitch;
+    for (int y = 0; y + 1 < srcH; ++y) {
+        const bool inside = y + 3 < srcH;
+        DoubleRows(src + y * srcPitch, src + (y + 1) * srcPitch, srcW, dst + (2 * y + 1) * pitch, pitch,
+                   inside ? srcPitch : 0, inside ? 2 * pitch : 0);
     }
+    std::memcpy(dst, dst + pitch, 2 * static_cast<size_t>(srcW));
+    std::memcpy(dst + (2 * srcH - 1) * pitch, dst + (2 * srcH - 2) * pitch, 2 * static_cast<size_t>(srcW));
 }
 
 }  // namespace HWY_NAMESPACE
@@ -159,7 +140,7 @@ bool ScaleWholeRatio(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, u
         HWY_DYNAMIC_DISPATCH(ScaleHalf)(src, srcPitch, dst, dstW, dstH, dstPitch);
         return true;
     }
-    if (dstW == int64_t{srcW} * 2 && dstH == int64_t{srcH} * 2) {
+    if (dstW == int64_t{srcW} * 2 && dstH == int64_t{srcH} * 2 && srcW > 1 && srcH > 1) {
         HWY_DYNAMIC_DISPATCH(ScaleDouble)(src, srcW, srcH, srcPitch, dst, dstPitch);
         return true;
     }
