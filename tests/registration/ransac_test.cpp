@@ -5,10 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
-#include <vector>
 
-#include "libCore/core/source/homography.h"
-#include "libCore/core/source/jacobi_eigen9.h"
 #include "libCore/core/source/neon/reprojection.h"
 #include "libCore/core/source/ransac_estimation.h"
 #include "tests/harness/planes.h"
@@ -23,7 +20,8 @@ constexpr RansacParams kParams{150, 15.0F, 0.9995F};
 
 // A run on copies of the pairs, which stand at odd addresses at the ends of their blocks.
 struct Estimate {
-    explicit Estimate(const PairList& list, RansacParams params = kParams) {
+    explicit Estimate(const PairList& list, RansacParams params = kParams,
+                      decltype(RansacEstimation)* run = RansacEstimation) {
         const size_t n = list.ref.size();
         const GuardedMemory ref(n * sizeof(Point), {Placement::kAtEnd, 1});
         const GuardedMemory cur(n * sizeof(Point), {Placement::kAtEnd, 1});
@@ -32,7 +30,7 @@ struct Estimate {
         std::memcpy(cur.data(), list.cur.data(), cur.size());
         ST_MATCH_PAIRS pairs{reinterpret_cast<float*>(ref.data()), reinterpret_cast<float*>(cur.data()),
                              static_cast<int32_t>(n)};
-        status = RansacEstimation(&pairs, h.data(), &params, scratch.data());
+        status = run(&pairs, h.data(), &params, scratch.data());
         count = pairs.pointNum;
         for (size_t i = 0; i < n; ++i) left.add(loadPoint(pairs.pRefPoints, i), loadPoint(pairs.pCurPoints, i));
     }
@@ -128,118 +126,10 @@ TEST(Ransac, SameChoiceOnEveryTarget) {
     });
 }
 
-// The definition, one sample after the other.
-class PlainRansac {
-  public:
-    PlainRansac(const PairList& list, const RansacParams& params) : list_(list), params_(params) {}
-
-    // -1 where a sample cannot be drawn; `kept` are the pairs of the best model, else of the last one.
-    int run() {
-        const auto n = static_cast<int>(list_.ref.size());
-        std::vector<float> columns[5] = {std::vector<float>(n), std::vector<float>(n), std::vector<float>(n),
-                                         std::vector<float>(n), std::vector<float>(n)};
-        for (int i = 0; i < n; ++i) {
-            const float values[] = {list_.ref[i].x, list_.ref[i].y, list_.cur[i].x, list_.cur[i].y};
-            for (int c = 0; c < 4; ++c) columns[c][i] = values[c];
-        }
-        const PairColumns pairs{columns[0].data(), columns[1].data(), columns[2].data(), columns[3].data(), n};
-        float bestError = 0;
-        iterations = params_.maxIters;
-        for (int i = 0; i < iterations; ++i) {
-            int rejected = 0;
-            while (!draw(n)) {
-                if (++rejected == 100) return -1;
-            }
-            uint8_t workspace[kJacobiWorkspaceBytes];
-            std::array<float, 9> model;
-            CalcHomography(&ref_[0].x, &cur_[0].x, 4, model.data(), 2, workspace);
-            ReprojectionErrors_plain(pairs, model.data(), columns[4].data());
-            std::vector<int> inliers;
-            float error = 0;
-            for (int p = 0; p < n; ++p) {
-                if (!(columns[4][p] <= params_.threshold)) continue;
-                inliers.push_back(p);
-                error += columns[4][p];
-            }
-            const auto found = static_cast<int>(inliers.size());
-            const bool better = found > count || (found == count && error < bestError);
-            if (!accepted || better) kept = inliers;
-            if (!better) continue;
-            accepted = true;
-            h = model;
-            count = found;
-            bestError = error;
-            shorten(n);
-        }
-        return 0;
-    }
-
-    std::array<float, 9> h = {-7, -7, -7, -7, -7, -7, -7, -7, -7};
-    std::vector<int> kept;
-    int count = 4;
-    bool accepted = false;
-    int iterations = 0;
-
-  private:
-    bool draw(int n) {
-        uint32_t indices[4];
-        for (int k = 0; k < 4; ++k) {
-            state_ = (state_ & 0xFFFFFFFF) * 4164903690U + (state_ >> 32);
-            indices[k] = static_cast<uint32_t>(state_) % static_cast<uint32_t>(n);
-            ref_[k] = list_.ref[indices[k]];
-            cur_[k] = list_.cur[indices[k]];
-            for (int e = 0; e < k; ++e) {
-                if (indices[e] == indices[k]) return false;
-            }
-            for (int e = 0; e < k; ++e) {
-                const auto dx = static_cast<int>(ref_[e].x - cur_[k].x);
-                const auto dy = static_cast<int>(ref_[e].y - cur_[k].y);
-                if (dx * dx + dy * dy < 20000) return false;
-            }
-        }
-        for (const auto& [from, a, b] : {std::array{2, 1, 0}, {3, 1, 0}, {3, 2, 0}, {3, 2, 1}}) {
-            for (const Point* p : {ref_, cur_}) {
-                if (collinear(p[from], p[a], p[b])) return false;
-            }
-        }
-        return true;
-    }
-
-    static bool collinear(Point from, Point a, Point b) {
-        const auto dx1 = static_cast<int>(a.x - from.x);
-        const auto dy1 = static_cast<int>(a.y - from.y);
-        const auto dx2 = static_cast<int>(b.x - from.x);
-        const auto dy2 = static_cast<int>(b.y - from.y);
-        return 0.1 * (std::abs(dx1) + std::abs(dy1) + std::abs(dx2) + std::abs(dy2)) >= std::abs(dx2 * dy1 - dy2 * dx1);
-    }
-
-    void shorten(int n) {
-        const float outliers = static_cast<float>(n - count) * (1.0F / static_cast<float>(n));
-        const double q = 1.0F - outliers;
-        const auto denom = static_cast<float>(1.0 - q * q * q * q);
-        if (denom == 0) {
-            iterations = 0;
-            return;
-        }
-        const float num = std::log(1.0F - params_.confidence);
-        const float den = std::log(denom);
-        if (den < 0 && -num < -(den * static_cast<float>(iterations))) {
-            iterations = static_cast<int>(static_cast<double>(num / den) + 0.5);
-        }
-    }
-
-    const PairList& list_;
-    RansacParams params_;
-    uint64_t state_ = UINT64_MAX;
-    Point ref_[4];
-    Point cur_[4];
-};
-
 // Drawing ahead shows nowhere: not where draws fail in the midst of it, nor where a model ends the search.
 TEST(Ransac, AsOneSampleAfterTheOther) {
     Random random(27);
     int outcomes[2][2] = {};  // of status and of whether a model was accepted
-    int shortened = 0;
     for (int round = 0; round < 300; ++round) {
         const int n = 6 + round % 40;
         PairList list = randomPairs(kShake, n, 1280, 960, round % 3 * 2, 0.1 * (round % 6), random);
@@ -251,25 +141,17 @@ TEST(Ransac, AsOneSampleAfterTheOther) {
         const int maxIters[] = {0, 1, 8, 9, 21, 150};
         const RansacParams params{maxIters[round % 5 + (round % 7 == 0 ? 1 : 0)], 15.0F,
                                   round % 4 == 0 ? 0.5F : 0.9995F};
-        PlainRansac plain(list, params);
-        const int status = plain.run();
-        ++outcomes[status == 0 ? 0 : 1][plain.accepted ? 1 : 0];
-        shortened += plain.iterations < params.maxIters ? 1 : 0;
-        PairList expected = list;
-        for (size_t i = 0; status == 0 && i < plain.kept.size(); ++i) {
-            expected.ref[i] = list.ref[plain.kept[i]];
-            expected.cur[i] = list.cur[plain.kept[i]];
-        }
-        const Estimate estimate(list, params);
-        EXPECT_EQ(estimate.status, status) << round;
-        EXPECT_EQ(estimate.count, status == 0 ? plain.count : n) << round;
-        EXPECT_EQ(std::memcmp(estimate.h.data(), plain.h.data(), sizeof plain.h), 0) << round;
-        EXPECT_TRUE(estimate.left.ref == expected.ref && estimate.left.cur == expected.cur) << round;
+        const Estimate plain(list, params, RansacEstimation_plain);
+        ++outcomes[plain.status == 0 ? 0 : 1][plain.accepted() ? 1 : 0];
+        const Estimate ahead(list, params);
+        EXPECT_EQ(ahead.status, plain.status) << round;
+        EXPECT_EQ(ahead.count, plain.count) << round;
+        EXPECT_EQ(std::memcmp(ahead.h.data(), plain.h.data(), sizeof plain.h), 0) << round;
+        EXPECT_TRUE(ahead.left.ref == plain.left.ref && ahead.left.cur == plain.left.cur) << round;
     }
     for (const auto& outcome : outcomes) {
         for (const int count : outcome) EXPECT_GT(count, 2);
     }
-    EXPECT_GT(shortened, 30);
 }
 
 // Lists of which no sample passes the gates.

@@ -209,9 +209,8 @@ void compact(ST_MATCH_PAIRS& pairs, const uint8_t* mask) {
     }
 }
 
-}  // namespace
-
-int RansacEstimation(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const RansacParams* params, void* scratch) {
+// Draws at most `ahead` samples at a time.
+int estimate(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const RansacParams* params, void* scratch, int ahead) {
     const int32_t n = matchPairs->pointNum;
     // Three pairs and fewer can never make a sample of four.
     if (n < kSampleSize) return -1;
@@ -229,7 +228,7 @@ int RansacEstimation(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const Ran
         if (i - first == batch.count) {
             if (batch.last) return -1;
             first = i;
-            batch.draw(work, Batch::wanted(i, iterations), generator);
+            batch.draw(work, std::min(Batch::wanted(i, iterations), ahead), generator);
             if (batch.count == 0) return -1;
         }
         // A sample without spread leaves the preceding model, which is then scored again.
@@ -246,6 +245,17 @@ int RansacEstimation(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const Ran
     compact(*matchPairs, kept);
     matchPairs->pointNum = best.inliers;
     return 0;
+}
+
+}  // namespace
+
+int RansacEstimation(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const RansacParams* params, void* scratch) {
+    return estimate(matchPairs, homographyOut, params, scratch, kFitBatch);
+}
+
+int RansacEstimation_plain(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const RansacParams* params,
+                           void* scratch) {
+    return estimate(matchPairs, homographyOut, params, scratch, 1);
 }
 
 }  // namespace eis
