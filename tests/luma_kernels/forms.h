@@ -8,7 +8,7 @@
 namespace eis::test {
 
 // form(case, plain) gives the plane that the plain or the vector form makes of the case. Both must agree, and all of
-// them come to the digest that they came to when the plain form was checked against the definition.
+// them come to a known digest.
 template <class Form>
 void expectFormsAgree(uint64_t expected, Form form) {
     CaseDigest all;
