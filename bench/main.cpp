@@ -37,7 +37,8 @@ int measureGoals(int argc, char** argv) {
             return goalsUsage();
         }
     }
-    const int64_t targets = hwy::SupportedTargets();
+    const int64_t targets = hwy::SupportedTargets() & HWY_TARGETS;
+    hwy::GetChosenTarget().Update(targets);  // asking has chosen among all of them
     options.avx3 = (targets & HWY_AVX3) != 0;
     options.targetName = hwy::TargetName(targets & -targets);
     eisbench::Goals goals(options);
