@@ -12,6 +12,7 @@
 #include "libCore/core/source/motion_estimation.h"
 #include "libCore/core/source/neon/affine_transform.h"
 #include "libCore/core/source/neon/mirror_fill.h"
+#include "libCore/core/source/neon/warp_runs.h"
 
 namespace eisbench {
 
@@ -42,8 +43,8 @@ struct WarpWork {
     void oneThread() {
         const eis::WarpRecord record{picture(from), picture(to), area.x,      area.y,
                                      area.width,    area.height, kHomography, xTable.data()};
-        eis::AffineTransform_neon_Impl_stride(&record, 0, 1);
-        eis::MirrorFillOutside(&record.destination, record.x, record.y, record.w, record.h);
+        eis::WarpRuns(record).work();
+        eis::MirrorFillRows(record.destination, record.y, record.h);
     }
 
     // Luma linear, chroma nearest, as the library samples them.

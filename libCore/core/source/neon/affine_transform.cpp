@@ -7,14 +7,13 @@
 #include "libCore/core/source/neon/mirror_fill.h"
 #include "libCore/core/source/neon/multi_thread.h"
 #include "libCore/core/source/neon/warp_rows.h"
+#include "libCore/core/source/neon/warp_runs.h"
 
 namespace eis {
 
 namespace {
 
 constexpr int kThreads = 4;
-
-using WarpBand = void (*)(const WarpRecord* record, int threadIndex, int threadCount);
 
 // Whether the last group of the band's last row pair was contiguous.
 bool warpBand(const WarpRecord& record, int threadIndex, int threadCount, bool lumaOnly) {
@@ -25,24 +24,26 @@ bool warpBand(const WarpRecord& record, int threadIndex, int threadCount, bool l
     return contiguous;
 }
 
-// No object with a destructor stands between here and the exit, which need not unwind.
-template <WarpBand band>
-void* warpThread(void* argument) {
-    const auto* thread = static_cast<const ThreadRecord*>(argument);
-    band(static_cast<const WarpRecord*>(thread->argument), thread->index, kThreads);
+// No object with a destructor stands between here and the exits, which need not unwind.
+void* takeRuns(void* argument) {
+    static_cast<WarpRuns*>(static_cast<const ThreadRecord*>(argument)->argument)->work();
     pthread_exit(nullptr);
 }
 
-template <WarpBand band>
-WarpRecord warp(const ST_PICTURE& srcPic, const ST_PICTURE& dstPic, const float* homography, const ST_MOTION_AREA& area,
-                float* xTable) {
+void* warpLumaBand(void* argument) {
+    const auto* thread = static_cast<const ThreadRecord*>(argument);
+    AffineTransform_neon_Impl_stride_Y(static_cast<const WarpRecord*>(thread->argument), thread->index, kThreads);
+    pthread_exit(nullptr);
+}
+
+WarpRecord makeRecord(const ST_PICTURE& srcPic, const ST_PICTURE& dstPic, const float* homography,
+                      const ST_MOTION_AREA& area, float* xTable) {
     WarpRecord record{srcPic, dstPic, area.x, area.y, area.width, area.height, homography, xTable};
     record.source.stride = stride128(srcPic.width);
     record.destination.stride = record.source.stride;
     for (int group = 0; group < record.source.stride / 8; ++group) {
         for (int i = 0; i < 4; ++i) xTable[4 * group + i] = static_cast<float>(area.x + 8 * group + 2 * i);
     }
-    if (create_thread_lock(warpThread<band>, &record, kThreads) != 0) band(&record, 0, 1);
     return record;
 }
 
@@ -60,17 +61,21 @@ void AffineTransform_neon_Impl_stride_Y(const WarpRecord* record, int threadInde
 int AffineTransform_neon_stride(const ST_IMGREGISTRATION_PARAMS_IN* /*paramsIn*/, const ST_PICTURE* srcPic,
                                 const ST_PICTURE* dstPic, const float* homography, const ST_MOTION_AREA* motionArea,
                                 void* scratch) {
-    const WarpRecord record =
-        warp<AffineTransform_neon_Impl_stride>(*srcPic, *dstPic, homography, *motionArea, static_cast<float*>(scratch));
-    MirrorFillOutside(&record.destination, record.x, record.y, record.w, record.h);
+    const WarpRecord record = makeRecord(*srcPic, *dstPic, homography, *motionArea, static_cast<float*>(scratch));
+    WarpRuns runs(record);
+    if (create_thread_lock(takeRuns, &runs, kThreads) != 0) {
+        AffineTransform_neon_Impl_stride(&record, 0, 1);
+        MirrorFillColumns(record.destination, record.x, record.w, record.y, record.y + record.h);
+    }
+    MirrorFillRows(record.destination, record.y, record.h);
     return 0;
 }
 
 int AffineTransform_neon_stride_Y(const ST_IMGREGISTRATION_PARAMS_IN* /*paramsIn*/, const ST_PICTURE* srcPic,
                                   const ST_PICTURE* dstPic, const float* homography, const ST_MOTION_AREA* motionArea,
                                   void* scratch) {
-    const WarpRecord record = warp<AffineTransform_neon_Impl_stride_Y>(*srcPic, *dstPic, homography, *motionArea,
-                                                                       static_cast<float*>(scratch));
+    WarpRecord record = makeRecord(*srcPic, *dstPic, homography, *motionArea, static_cast<float*>(scratch));
+    if (create_thread_lock(warpLumaBand, &record, kThreads) != 0) AffineTransform_neon_Impl_stride_Y(&record, 0, 1);
     MirrorFillOutside_Y(&record.destination, record.x, record.y, record.w, record.h);
     return 0;
 }

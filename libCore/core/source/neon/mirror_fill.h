@@ -14,4 +14,9 @@ int32_t warpChromaPitch(int32_t stride);
 void MirrorFillOutside(const ST_PICTURE* dstPic, int x, int y, int w, int h);
 void MirrorFillOutside_Y(const ST_PICTURE* dstPic, int x, int y, int w, int h);
 
+// MirrorFillOutside in two steps: columns of rows `first` to `end - 1` and, both being even, of their chroma rows; when
+// all rows of the rectangle have theirs, the rows above and below.
+void MirrorFillColumns(const ST_PICTURE& picture, int x, int w, int first, int end);
+void MirrorFillRows(const ST_PICTURE& picture, int y, int h);
+
 }  // namespace eis
