@@ -24,6 +24,7 @@ constexpr int kBytes = static_cast<int>(hn::MaxLanes(Bytes()));
 // written one after the other, for the processor fetches far better along one row than along two that take turns, and
 // so it is with stores: such strips hold a whole row of all but the widest planes.
 constexpr int kStrip = 8192;
+constexpr int kAlignment = 64;
 
 // Sums of the pairs of a row.
 HWY_INLINE WordsV PairSums(const uint8_t* row) {
@@ -68,52 +69,55 @@ void ScaleHalf(const uint8_t* src, int64_t srcPitch, uint8_t* dst, int dstW, int
     }
 }
 
-// Between two samples or sums, at a quarter of the way and at three: four times their value.
-struct Quarters {
-    WordsV near;
-    WordsV far;
-};
-HWY_INLINE Quarters QuartersOf(WordsV a, WordsV b) {
-    const WordsV sum = hn::Add(a, b);
-    return {hn::Add(sum, hn::Add(a, a)), hn::Add(sum, hn::Add(b, b))};
-}
-
-// Of samples side by side.
-HWY_INLINE Quarters QuartersOfPairs(BytesV pairs) {
+// Three times the first sample of each pair and the second one: a quarter of the way between them, times four.
+HWY_INLINE WordsV Quarters(BytesV pairs) {
     const Words d;
 #if HWY_ARCH_X86
-    const auto near = hn::Set(d, 0x0103);
-    const auto far = hn::Set(d, 0x0301);
+    const auto weights = hn::Set(d, 0x0103);
 #if HWY_CAP_GE256
-    return {WordsV{_mm256_maddubs_epi16(pairs.raw, near.raw)}, WordsV{_mm256_maddubs_epi16(pairs.raw, far.raw)}};
+    return WordsV{_mm256_maddubs_epi16(pairs.raw, weights.raw)};
 #else
-    return {WordsV{_mm_maddubs_epi16(pairs.raw, near.raw)}, WordsV{_mm_maddubs_epi16(pairs.raw, far.raw)}};
+    return WordsV{_mm_maddubs_epi16(pairs.raw, weights.raw)};
 #endif
 #else
     const WordsV words = hn::BitCast(d, pairs);
-    return QuartersOf(hn::And(words, hn::Set(d, 0xFF)), hn::ShiftRight<8>(words));
+    const WordsV first = hn::And(words, hn::Set(d, 0xFF));
+    return hn::Add(hn::Add(first, hn::ShiftRight<8>(words)), hn::Add(first, first));
 #endif
 }
 
-// Samples of two rows between two rows of pairs.
-struct RowPair {
-    BytesV nearUpper;
-    BytesV nearLower;
+// Pairs of a sample and its left neighbour, and of it and its right one; of the lower or the upper half of each block.
+struct Neighbours {
+    BytesV left[2];
+    BytesV right[2];
+
+    HWY_INLINE explicit Neighbours(const uint8_t* row) {
+        const Bytes d;
+        const BytesV samples = hn::LoadU(d, row);
+        const BytesV before = hn::LoadU(d, row - 1);
+        const BytesV behind = hn::LoadU(d, row + 1);
+        left[0] = hn::InterleaveLower(d, samples, before);
+        left[1] = hn::InterleaveUpper(d, samples, before);
+        right[0] = hn::InterleaveLower(d, samples, behind);
+        right[1] = hn::InterleaveUpper(d, samples, behind);
+    }
 };
-HWY_INLINE RowPair BetweenRows(BytesV upperPairs, BytesV lowerPairs) {
-    const Quarters upper = QuartersOfPairs(upperPairs);
-    const Quarters lower = QuartersOfPairs(lowerPairs);
-    const Quarters left = QuartersOf(upper.near, lower.near);
-    const Quarters right = QuartersOf(upper.far, lower.far);
-    const auto samples = [](WordsV even, WordsV odd) HWY_ATTR {
-        return hn::BitCast(Bytes(), hn::Or(hn::ShiftRight<4>(even), hn::ShiftLeft<8>(hn::ShiftRight<4>(odd))));
+
+// A quarter of the way from sums of `near` to those of `far`.
+HWY_INLINE BytesV BetweenRows(const Neighbours& near, const Neighbours& far, int half) {
+    const auto quarter = [](BytesV nearPairs, BytesV farPairs) HWY_ATTR {
+        const WordsV sums = Quarters(nearPairs);
+        return hn::ShiftRight<4>(hn::Add(hn::Add(sums, Quarters(farPairs)), hn::Add(sums, sums)));
     };
-    return {samples(left.near, right.near), samples(left.far, right.far)};
+    const WordsV even = quarter(near.left[half], far.left[half]);
+    const WordsV odd = quarter(near.right[half], far.right[half]);
+    return hn::BitCast(Bytes(), hn::Or(even, hn::ShiftLeft<8>(odd)));
 }
 
-// What is made of the lower and of the upper halves of a vector's blocks, in order.
-HWY_INLINE void StoreInterleaved(BytesV low, BytesV high, uint8_t* to) {
+HWY_INLINE void StoreBetweenRows(const Neighbours& near, const Neighbours& far, uint8_t* to) {
     const Bytes d;
+    const BytesV low = BetweenRows(near, far, 0);
+    const BytesV high = BetweenRows(near, far, 1);
 #if HWY_CAP_GE256
     hn::StoreU(hn::ConcatLowerLower(d, high, low), d, to);
     hn::StoreU(hn::ConcatUpperUpper(d, high, low), d, to + kBytes);
@@ -123,47 +127,57 @@ HWY_INLINE void StoreInterleaved(BytesV low, BytesV high, uint8_t* to) {
 #endif
 }
 
-// What lies between `count` columns and their right neighbours.
-void DoubleRun(const uint8_t* upper, const uint8_t* lower, int count, uint8_t* nearUpper, uint8_t* nearLower) {
-    const Bytes d;
-    int x = 0;
-    for (; x + kBytes <= count; x += kBytes) {
-        const BytesV a = hn::LoadU(d, upper + x);
-        const BytesV aNext = hn::LoadU(d, upper + x + 1);
-        const BytesV b = hn::LoadU(d, lower + x);
-        const BytesV bNext = hn::LoadU(d, lower + x + 1);
-        const RowPair low = BetweenRows(hn::InterleaveLower(d, a, aNext), hn::InterleaveLower(d, b, bNext));
-        const RowPair high = BetweenRows(hn::InterleaveUpper(d, a, aNext), hn::InterleaveUpper(d, b, bNext));
-        StoreInterleaved(low.nearUpper, high.nearUpper, nearUpper + 2 * x);
-        StoreInterleaved(low.nearLower, high.nearLower, nearLower + 2 * x);
+// The two rows between two source rows: columns 2x and 2x + 1 lie on either side of column x.
+struct RowPair {
+    const uint8_t* upper;
+    const uint8_t* lower;
+    uint8_t* nearUpper;
+    uint8_t* nearLower;
+
+    void column(int x, int left, int right) const {
+        const auto between = [](int near, int nearNext, int far, int farNext) {
+            return static_cast<uint8_t>((9 * near + 3 * (nearNext + far) + farNext) >> 4);
+        };
+        nearUpper[2 * x] = between(upper[x], upper[left], lower[x], lower[left]);
+        nearUpper[2 * x + 1] = between(upper[x], upper[right], lower[x], lower[right]);
+        nearLower[2 * x] = between(lower[x], lower[left], upper[x], upper[left]);
+        nearLower[2 * x + 1] = between(lower[x], lower[right], upper[x], upper[right]);
     }
-    const auto blend = [](int a, int aNext, int b, int bNext) {
-        return static_cast<uint8_t>((9 * a + 3 * (aNext + b) + bNext) >> 4);
-    };
-    for (; x < count; ++x) {
-        nearUpper[2 * x] = blend(upper[x], upper[x + 1], lower[x], lower[x + 1]);
-        nearUpper[2 * x + 1] = blend(upper[x + 1], upper[x], lower[x + 1], lower[x]);
-        nearLower[2 * x] = blend(lower[x], lower[x + 1], upper[x], upper[x + 1]);
-        nearLower[2 * x + 1] = blend(lower[x + 1], lower[x], upper[x + 1], upper[x]);
+
+    HWY_INLINE void vector(int x) const {
+        const Neighbours above(upper + x);
+        const Neighbours below(lower + x);
+        StoreBetweenRows(above, below, nearUpper + 2 * x);
+        StoreBetweenRows(below, above, nearLower + 2 * x);
     }
-}
+
+    // Columns that have neighbours on both sides. Most stores are aligned, which makes them a third faster.
+    void run(int count) const {
+        if (count < kBytes) {
+            for (int x = 0; x < count; ++x) column(x, x - 1, x + 1);
+            return;
+        }
+        const auto misaligned = static_cast<int>(reinterpret_cast<uintptr_t>(nearUpper) % kBytes);
+        vector(0);
+        for (int x = (kBytes - misaligned) / 2; x + kBytes <= count; x += kBytes) vector(x);
+        vector(count - kBytes);
+    }
+};
 
 // The outermost columns are as their inner neighbours.
 void DoubleRows(const uint8_t* upper, const uint8_t* lower, int width, uint8_t* nearUpper, uint8_t* nearLower) {
-    // The lower row from column 2x on, to be copied to where that column is: copies to odd addresses are slow. A
-    // strip's first byte is the last one of the strip before, its last one that of the next; in a row's ends the
-    // outermost column.
-    alignas(64) uint8_t waiting[2 * kStrip + 2];
-    for (int x = 0; x + 1 < width; x += kStrip) {
+    // The lower row, as it will be aligned.
+    alignas(kAlignment) uint8_t memory[2 * kStrip + kAlignment];
+    for (int x = 1; x + 1 < width; x += kStrip) {
         const int count = std::min(kStrip, width - 1 - x);
-        DoubleRun(upper + x, lower + x, count, nearUpper + 1 + 2 * x, waiting + 1);
-        if (x == 0) waiting[0] = waiting[1];
-        waiting[2 * count + 1] = waiting[2 * count];
-        std::memcpy(nearLower + 2 * x, waiting, 2 * static_cast<size_t>(count) + 2);
-        waiting[0] = waiting[2 * count];
+        uint8_t* waiting = memory + reinterpret_cast<uintptr_t>(nearLower + 2 * x) % kAlignment;
+        RowPair{upper + x, lower + x, nearUpper + 2 * x, waiting}.run(count);
+        std::memcpy(nearLower + 2 * x, waiting, 2 * static_cast<size_t>(count));
     }
-    nearUpper[0] = nearUpper[1];
-    nearUpper[2 * width - 1] = nearUpper[2 * width - 2];
+    const RowPair rows{upper, lower, nearUpper, nearLower};
+    const int last = width - 1;
+    rows.column(0, 1, 1);
+    rows.column(last, last - 1, last - 1);
 }
 
 // So are the outermost rows.
