@@ -14,59 +14,89 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using D16 = hn::CappedTag<int16_t, 32>;
+using D16 = HWY_CAPPED(int16_t, 16);
+using D8 = hn::Repartition<uint8_t, D16>;
 using V16 = hn::Vec<D16>;
-constexpr int kLanes = hn::MaxLanes(D16());
+using V8 = hn::Vec<D8>;
+constexpr int kHalf = hn::MaxLanes(D16());
+constexpr int kRun = 2 * kHalf;
 
 HWY_INLINE V16 WeightedSum(V16 a, V16 twice, V16 b) {
     return hn::Add(hn::Add(a, b), hn::Add(twice, twice));
 }
 
 // Saturating at 16 bits is far beyond the 255 that a gradient ends at.
-HWY_INLINE V16 CutDifference(V16 a, V16 b, V16 threshold) {
-    const D16 d;
-    const V16 difference = hn::Max(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
-    const V16 cut = hn::Min(difference, hn::Set(d, 255));
-    return hn::IfThenZeroElse(hn::Lt(cut, threshold), cut);
+HWY_INLINE V16 Difference(V16 a, V16 b) {
+    return hn::Max(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
 }
 
-// Of kLanes samples, from columns x - 1 to x + 1 of three rows.
-HWY_INLINE void GradientVector(const int16_t* r0, const int16_t* r1, const int16_t* r2, int16_t threshold,
-                               uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean) {
-    const D16 d;
-    const hn::Rebind<uint8_t, D16> d8;
-    const V16 limit = hn::Set(d, threshold);
-    const V16 topLeft = hn::LoadU(d, r0 - 1);
-    const V16 topRight = hn::LoadU(d, r0 + 1);
-    const V16 bottomLeft = hn::LoadU(d, r2 - 1);
-    const V16 bottomRight = hn::LoadU(d, r2 + 1);
-    const V16 gx = CutDifference(WeightedSum(topLeft, hn::LoadU(d, r1 - 1), bottomLeft),
-                                 WeightedSum(topRight, hn::LoadU(d, r1 + 1), bottomRight), limit);
-    const V16 gy = CutDifference(WeightedSum(topLeft, hn::LoadU(d, r0), topRight),
-                                 WeightedSum(bottomLeft, hn::LoadU(d, r2), bottomRight), limit);
-    const V16 mean = hn::ShiftRight<1>(hn::Add(hn::Add(gx, gy), hn::Set(d, 1)));
-    hn::StoreU(hn::DemoteTo(d8, gx), d8, gradX);
-    hn::StoreU(hn::DemoteTo(d8, gy), d8, gradY);
-    hn::StoreU(hn::DemoteTo(d8, mean), d8, gradMean);
+// Two vectors in a row, cut to bytes.
+HWY_INLINE V8 Bytes(V16 a, V16 b) {
+#if HWY_ARCH_ARM
+    const hn::Half<D8> dHalf;
+    return hn::Combine(D8(), hn::DemoteTo(dHalf, b), hn::DemoteTo(dHalf, a));
+#elif !HWY_CAP_GE256
+    return V8{_mm_packus_epi16(a.raw, b.raw)};
+#else
+    // Packing works in halves of a vector.
+    return V8{_mm256_permute4x64_epi64(_mm256_packus_epi16(a.raw, b.raw), 0xD8)};
+#endif
 }
 
-void GradientsOfRow(const int16_t* r0, const int16_t* r1, const int16_t* r2, int width, int16_t threshold,
+HWY_INLINE V8 ZeroBelow(V8 gradient, V8 threshold) {
+    return hn::IfThenElseZero(hn::Eq(hn::Max(gradient, threshold), gradient), gradient);
+}
+
+// Of kRun samples, from columns x - 1 to x + 1 of three rows. Without gradX and gradY their mean alone.
+HWY_INLINE void GradientRun(const int16_t* r0, const int16_t* r1, const int16_t* r2, V8 threshold, uint8_t* gradX,
+                            uint8_t* gradY, uint8_t* gradMean) {
+    const D16 d;
+    const D8 d8;
+    V16 gx[2];
+    V16 gy[2];
+    for (int half = 0; half < 2; ++half) {
+        const int x = half * kHalf;
+        const V16 topLeft = hn::LoadU(d, r0 + x - 1);
+        const V16 topRight = hn::LoadU(d, r0 + x + 1);
+        const V16 bottomLeft = hn::LoadU(d, r2 + x - 1);
+        const V16 bottomRight = hn::LoadU(d, r2 + x + 1);
+        gx[half] = Difference(WeightedSum(topLeft, hn::LoadU(d, r1 + x - 1), bottomLeft),
+                              WeightedSum(topRight, hn::LoadU(d, r1 + x + 1), bottomRight));
+        gy[half] = Difference(WeightedSum(topLeft, hn::LoadU(d, r0 + x), topRight),
+                              WeightedSum(bottomLeft, hn::LoadU(d, r2 + x), bottomRight));
+    }
+    const V8 cutX = ZeroBelow(Bytes(gx[0], gx[1]), threshold);
+    const V8 cutY = ZeroBelow(Bytes(gy[0], gy[1]), threshold);
+    if (gradX != nullptr) {
+        hn::StoreU(cutX, d8, gradX);
+        hn::StoreU(cutY, d8, gradY);
+    }
+    hn::StoreU(hn::AverageRound(cutX, cutY), d8, gradMean);
+}
+
+void GradientsOfRow(const int16_t* r0, const int16_t* r1, const int16_t* r2, int width, uint8_t threshold,
                     uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean) {
-    uint8_t* const out[3] = {gradX, gradY, gradMean};
-    for (uint8_t* row : out) row[0] = row[width - 1] = 0;
+    const V8 limit = hn::Set(D8(), threshold);
+    const bool meanOnly = gradX == nullptr;
     int x = 1;
-    for (; x + kLanes < width; x += kLanes) {
-        GradientVector(r0 + x, r1 + x, r2 + x, threshold, gradX + x, gradY + x, gradMean + x);
+    for (; meanOnly && x + kRun < width; x += kRun) {
+        GradientRun(r0 + x, r1 + x, r2 + x, limit, nullptr, nullptr, gradMean + x);
+    }
+    for (; x + kRun < width; x += kRun) {
+        GradientRun(r0 + x, r1 + x, r2 + x, limit, gradX + x, gradY + x, gradMean + x);
     }
     // What is left, from copies of the rows.
-    const int left = width - 1 - x;
-    if (left < 1) return;
+    const int left = std::max(width - 1 - x, 0);
     const int16_t* const rows[3] = {r0, r1, r2};
-    int16_t samples[3][kLanes + 2] = {};
-    uint8_t gradients[3][kLanes];
-    for (int i = 0; i < 3; ++i) memcpy(samples[i], rows[i] + x - 1, (left + 2) * sizeof(int16_t));
-    GradientVector(samples[0] + 1, samples[1] + 1, samples[2] + 1, threshold, gradients[0], gradients[1], gradients[2]);
-    for (int i = 0; i < 3; ++i) memcpy(out[i] + x, gradients[i], left);
+    int16_t samples[3][kRun + 2] = {};
+    uint8_t gradients[3][kRun];
+    for (int i = 0; i < 3 && left > 0; ++i) memcpy(samples[i], rows[i] + x - 1, (left + 2) * sizeof(int16_t));
+    GradientRun(samples[0] + 1, samples[1] + 1, samples[2] + 1, limit, gradients[0], gradients[1], gradients[2]);
+    uint8_t* const out[3] = {gradX, gradY, gradMean};
+    for (int i = meanOnly ? 2 : 0; i < 3; ++i) {
+        memcpy(out[i] + x, gradients[i], left);
+        out[i][0] = out[i][width - 1] = 0;
+    }
 }
 
 }  // namespace HWY_NAMESPACE
@@ -80,8 +110,14 @@ HWY_EXPORT(GradientsOfRow);
 
 void GradientRow(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
                  uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean) {
+    if (threshold > 255) {
+        for (uint8_t* out : {gradX, gradY, gradMean}) {
+            if (out != nullptr) std::memset(out, 0, width);
+        }
+        return;
+    }
     HWY_DYNAMIC_DISPATCH(GradientsOfRow)
-    (above, row, below, width, static_cast<int16_t>(std::clamp(threshold, 0, 256)), gradX, gradY, gradMean);
+    (above, row, below, width, static_cast<uint8_t>(std::max(threshold, 0)), gradX, gradY, gradMean);
 }
 
 void GradientPlanes(const int16_t* pLow, uint8_t* pPlanes, int width, int height, int stride, int threshold) {

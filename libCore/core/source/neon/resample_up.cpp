@@ -11,6 +11,8 @@ HWY_BEFORE_NAMESPACE();
 namespace eis {
 namespace HWY_NAMESPACE {
 
+namespace hn = hwy::HWY_NAMESPACE;
+
 // One row of twice the width. Every sum stays below 4096.
 void DoubleRow(const uint8_t* HWY_RESTRICT near, const uint8_t* HWY_RESTRICT far, int width,
                uint8_t* HWY_RESTRICT dst) {
@@ -36,18 +38,63 @@ void DoublePlane(const uint8_t* src, int height, int width, int64_t dstStride, u
     }
 }
 
-// The inside of one row of four times the width, from column 2 on. Every sum stays below 16384.
+// The inside of one row of four times the width, from column 2 on: a sample's four follow it and lead to the next one.
+// Weights are four times as large, so that sums, at most 65408, have the sample in their upper byte.
+struct QuadrupleWeights {
+    uint16_t upper;
+    uint16_t lower;
+};
+
+HWY_INLINE void QuadrupleSample(const uint8_t* upper, const uint8_t* lower, const QuadrupleWeights& weights,
+                                uint8_t* dst) {
+    const int left = weights.upper * upper[0] + weights.lower * lower[0];
+    const int right = weights.upper * upper[1] + weights.lower * lower[1];
+    for (int k = 0; k < 4; ++k) dst[k] = static_cast<uint8_t>((8 * left + (2 * k + 1) * (right - left) + 128) >> 8);
+}
+
+using Columns = HWY_CAPPED(uint16_t, 16);
+using ColumnsV = hn::Vec<Columns>;
+
+HWY_INLINE void QuadrupleSamples(const uint8_t* upper, const uint8_t* lower, const QuadrupleWeights& weights,
+                                 uint8_t* dst) {
+    const Columns d;
+    const hn::Rebind<uint8_t, Columns> dHalf;
+    const hn::Repartition<uint8_t, Columns> d8;
+    const auto sum = [&](int x) HWY_ATTR {
+        return hn::Add(hn::Mul(hn::PromoteTo(d, hn::LoadU(dHalf, upper + x)), hn::Set(d, weights.upper)),
+                       hn::Mul(hn::PromoteTo(d, hn::LoadU(dHalf, lower + x)), hn::Set(d, weights.lower)));
+    };
+    const ColumnsV left = sum(0);
+    const ColumnsV step = hn::Sub(sum(1), left);
+    const ColumnsV twice = hn::Add(step, step);
+    const ColumnsV first = hn::Add(hn::Add(hn::ShiftLeft<3>(left), hn::Set(d, 128)), step);
+    const ColumnsV second = hn::Add(first, twice);
+    const ColumnsV third = hn::Add(second, twice);
+    const ColumnsV fourth = hn::Add(third, twice);
+    const auto upperBytes = [&](ColumnsV even, ColumnsV odd)
+                                HWY_ATTR { return hn::Or(hn::ShiftRight<8>(even), hn::And(odd, hn::Set(d, 0xFF00))); };
+    const ColumnsV front = upperBytes(first, second);
+    const ColumnsV back = upperBytes(third, fourth);
+    const ColumnsV low = hn::InterleaveLower(d, front, back);
+    const ColumnsV high = hn::InterleaveUpper(d, front, back);
+#if HWY_CAP_GE256
+    // Interleaving works in halves of a vector.
+    hn::StoreU(hn::BitCast(d8, hn::ConcatLowerLower(d, high, low)), d8, dst);
+    hn::StoreU(hn::BitCast(d8, hn::ConcatUpperUpper(d, high, low)), d8, dst + hn::MaxLanes(d8));
+#else
+    hn::StoreU(hn::BitCast(d8, low), d8, dst);
+    hn::StoreU(hn::BitCast(d8, high), d8, dst + hn::MaxLanes(d8));
+#endif
+}
+
 void QuadrupleRow(const uint8_t* HWY_RESTRICT upper, const uint8_t* HWY_RESTRICT lower, uint16_t weight, int width,
                   uint8_t* HWY_RESTRICT dst) {
-    const auto lowerWeight = static_cast<uint16_t>(8 - weight);
-    for (int x = 0; x + 1 < width; ++x) {
-        const auto left = static_cast<uint16_t>(weight * upper[x] + lowerWeight * lower[x]);
-        const auto right = static_cast<uint16_t>(weight * upper[x + 1] + lowerWeight * lower[x + 1]);
-        dst[4 * x + 0] = static_cast<uint8_t>(static_cast<uint16_t>(7 * left + 1 * right + 32) >> 6);
-        dst[4 * x + 1] = static_cast<uint8_t>(static_cast<uint16_t>(5 * left + 3 * right + 32) >> 6);
-        dst[4 * x + 2] = static_cast<uint8_t>(static_cast<uint16_t>(3 * left + 5 * right + 32) >> 6);
-        dst[4 * x + 3] = static_cast<uint8_t>(static_cast<uint16_t>(1 * left + 7 * right + 32) >> 6);
-    }
+    constexpr int kStep = hn::MaxLanes(Columns());
+    const QuadrupleWeights weights{static_cast<uint16_t>(4 * weight), static_cast<uint16_t>(32 - 4 * weight)};
+    const int count = width - 1;
+    int x = 0;
+    for (; x + kStep <= count; x += kStep) QuadrupleSamples(upper + x, lower + x, weights, dst + 4 * x);
+    for (; x < count; ++x) QuadrupleSample(upper + x, lower + x, weights, dst + 4 * x);
 }
 
 // An outermost row but for its last two columns.
