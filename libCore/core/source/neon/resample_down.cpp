@@ -42,10 +42,14 @@ void BoxRow4x4(const uint8_t* HWY_RESTRICT r0, const uint8_t* HWY_RESTRICT r1, c
     }
 }
 
-void BoxRow2x2(const uint8_t* HWY_RESTRICT upper, const uint8_t* HWY_RESTRICT lower, int count,
+void MeansOfPairs(const uint8_t* HWY_RESTRICT row, int count, uint8_t* HWY_RESTRICT means) {
+    for (int x = 0; x < count; ++x) means[x] = static_cast<uint8_t>(MeanOfPair(row + 2 * x));
+}
+
+void BoxRow2x2(const uint8_t* HWY_RESTRICT upperMeans, const uint8_t* HWY_RESTRICT lower, int count,
                uint8_t* HWY_RESTRICT dst) {
     for (int x = 0; x < count; ++x) {
-        dst[x] = static_cast<uint8_t>((MeanOfPair(upper + 2 * x) + MeanOfPair(lower + 2 * x) + 1) >> 1);
+        dst[x] = static_cast<uint8_t>((upperMeans[x] + MeanOfPair(lower + 2 * x) + 1) >> 1);
     }
 }
 
@@ -58,12 +62,19 @@ void Box4x4(const uint8_t* src, int64_t pitch, int width, int height, uint8_t* d
     }
 }
 
+// One row after the other: the processor fetches better along one than along two in turns.
 void Box2x2(const uint8_t* src, int64_t pitch, int width, int height, uint8_t* dst) {
-    const int count = width / 2;
+    constexpr int kStrip = 8192;
+    uint8_t upperMeans[kStrip];
+    const int columns = width / 2;
     for (int y = 0; y < height / 2; ++y) {
-        BoxRow2x2(src, src + pitch, count, dst);
+        for (int x = 0; x < columns; x += kStrip) {
+            const int count = columns - x < kStrip ? columns - x : kStrip;
+            MeansOfPairs(src + 2 * x, count, upperMeans);
+            BoxRow2x2(upperMeans, src + pitch + 2 * x, count, dst + x);
+        }
         src += 2 * pitch;
-        dst += count;
+        dst += columns;
     }
 }
 
