@@ -135,12 +135,11 @@ HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> LoadBlocks(const uint8_t* HWY
 #endif
 }
 
-// A row interpolated at a vector of columns from x on: 20 bits, 4096 times the sample value.
-HWY_INLINE SumsV ColumnSums(const uint8_t* HWY_RESTRICT row, const CompactColumns& columns, int x) {
+// A row interpolated at a vector of columns from block b on: 20 bits, 4096 times the sample value.
+HWY_INLINE SumsV ColumnSums(const uint8_t* HWY_RESTRICT row, const CompactColumns& columns, size_t b) {
     const Sums d;
     const hn::Repartition<uint8_t, Sums> d8;
     const hn::Repartition<int16_t, Sums> d16;
-    const int b = x / kBlock;
     const auto samples = hn::TableLookupBytesOr0(LoadBlocks(row, columns.base + b), hn::Load(d8, columns.lanes[b]));
     SumsV second = hn::Zero(d);
     const SumsV first = hn::ReorderWidenMulAccumulate(d, hn::BitCast(d16, samples), hn::Load(d16, columns.weights[b]),
@@ -182,18 +181,20 @@ void BlendRows(const RowPair& rows, const CompactColumns& columns, int count, ui
     const hn::RebindToUnsigned<Sums> dU;
     const hn::Repartition<uint8_t, Sums> d8;
     const SumsV fy = hn::Set(d, static_cast<int32_t>(rows.fraction));
-    const auto blend = [&](int x) HWY_ATTR {
-        const SumsV upper = ColumnSums(rows.upper, columns, x);
-        const SumsV lower = ColumnSums(rows.lower, columns, x);
+    constexpr size_t kStep = kSumLanes / kBlock;
+    const auto blend = [&](size_t b) HWY_ATTR {
+        const SumsV upper = ColumnSums(rows.upper, columns, b);
+        const SumsV lower = ColumnSums(rows.lower, columns, b);
         const SumsV sum = hn::Add(hn::ShiftLeft<12>(upper), hn::Mul(hn::Sub(lower, upper), fy));
         return hn::BitCast(d, hn::ShiftRight<24>(hn::BitCast(dU, sum)));
     };
     for (int x = 0; x < count; x += kBytes) {
-        for (int fetched = x; fetched < x + kBytes; fetched += kBytes / 2) {
-            hwy::Prefetch(rows.upper + rows.ahead + columns.base[fetched / kBlock]);
-            hwy::Prefetch(rows.lower + rows.ahead + columns.base[fetched / kBlock]);
+        const size_t b = static_cast<size_t>(x) / kBlock;
+        for (const size_t fetched : {b, b + 2 * kStep}) {
+            hwy::Prefetch(rows.upper + rows.ahead + columns.base[fetched]);
+            hwy::Prefetch(rows.lower + rows.ahead + columns.base[fetched]);
         }
-        const auto bytes = PackSums(blend(x), blend(x + kSumLanes), blend(x + 2 * kSumLanes), blend(x + 3 * kSumLanes));
+        const auto bytes = PackSums(blend(b), blend(b + kStep), blend(b + 2 * kStep), blend(b + 3 * kStep));
         if (x + kBytes <= count) {
             hn::StoreU(bytes, d8, dst + x);
         } else {
