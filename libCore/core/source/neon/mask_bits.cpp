@@ -195,22 +195,23 @@ void BinarizeDilateBy3(uint8_t* mask, uint8_t threshold, int width, int height, 
     static_assert(kRing > 2 * kRadius);
     const int wordsPerRow = (width + 31) / 32;
     uint32_t* packed = words + 1;
+    uint32_t* united = packed + wordsPerRow + 1;
     packed[-1] = packed[wordsPerRow] = 0;
     const auto spreadRow = [&](int y) HWY_ATTR { return scratchWords + int64_t{y & (kRing - 1)} * wordsPerRow; };
     // Those around row y. A row behind the plane's edge stands for the edge's.
     const uint32_t* rows[2 * kRadius + 1];
     std::fill(std::begin(rows), std::end(rows), spreadRow(0));
+    PackRowAtLeast(mask, threshold, packed, width);
     for (int y = -kRadius; y < height; ++y) {
         const int entering = y + kRadius;
-        if (entering < height) {
-            PackRowAtLeast(mask + int64_t{entering} * width, threshold, packed, width);
-            SpreadGuardedRow<kRadius>(packed, wordsPerRow, spreadRow(entering));
-        }
+        if (entering < height) SpreadGuardedRow<kRadius>(packed, wordsPerRow, spreadRow(entering));
+        // A row earlier than it is needed: loads of vectors wait until stores of single words are done.
+        if (entering + 1 < height) PackRowAtLeast(mask + int64_t{entering + 1} * width, threshold, packed, width);
         std::copy(std::begin(rows) + 1, std::end(rows), std::begin(rows));
         rows[2 * kRadius] = spreadRow(std::min(entering, height - 1));
         if (y < 0) continue;
-        UniteRows(rows, wordsPerRow, 0, packed);
-        UnpackRow(mask + int64_t{y} * width, packed, width);
+        UniteRows(rows, wordsPerRow, 0, united);
+        UnpackRow(mask + int64_t{y} * width, united, width);
     }
 }
 
