@@ -84,17 +84,17 @@ void UndoDetailRowToBytes(const int16_t* d, const int16_t* x0, const int16_t* x2
     UndoDetailRow(d, x0, x2, count, x1);
 }
 
-// The horizontal steps of a row of 2n samples. Vectors hold pairs as they lie in the row, and compute a detail in the
-// odd half of its pair, what it smooths in the even half. Neighbours are loaded once more rather than moved.
-HWY_INLINE V16 PairDetails(V16 pairs, V16 next) {
-    const D16 d;
-    const hn::Repartition<uint32_t, D16> d32;
-    return hn::Sub(pairs, hn::BitCast(d, hn::ShiftLeft<16>(hn::BitCast(d32, HalfSum(pairs, next)))));
-}
-HWY_INLINE V16 PairSums(V16 pairs, V16 detailsBefore, V16 details) {
-    const D16 d;
-    const hn::Repartition<uint32_t, D16> d32;
-    return hn::Add(pairs, hn::BitCast(d, hn::ShiftRight<16>(hn::BitCast(d32, QuarterSum(detailsBefore, details)))));
+// The horizontal steps of a row of 2n samples, its pairs apart in two vectors. Neighbours are loaded once more rather
+// than moved.
+struct Pairs {
+    V16 even;
+    V16 odd;
+
+    HWY_INLINE explicit Pairs(const int16_t* samples) { hn::LoadInterleaved2(D16(), samples, even, odd); }
+};
+
+HWY_INLINE V16 DetailsOf(const Pairs& pairs, V16 evenNext) {
+    return hn::Sub(pairs.odd, HalfSum(pairs.even, evenNext));
 }
 
 HWY_INLINE int16_t DetailAt(const int16_t* x, int n, int i) {
@@ -129,16 +129,13 @@ HWY_INLINE void SplitSamples(const int16_t* HWY_RESTRICT x, int n, int16_t* HWY_
     ForPairs(
         n, [&](int i) { SplitPair<low, high>(x, n, i, s, d); },
         [&](int i) {
-            V16 details[2];
-            V16 sums[2];
-            for (int half = 0; half < 2; ++half) {
-                const int16_t* at = x + 2 * i + half * kLanes;
-                const V16 pairs = hn::LoadU(tag, at);
-                details[half] = PairDetails(pairs, hn::LoadU(tag, at + 2));
-                if (low) sums[half] = PairSums(pairs, PairDetails(hn::LoadU(tag, at - 2), pairs), details[half]);
+            const Pairs pairs(x + 2 * i);
+            const V16 details = DetailsOf(pairs, Pairs(x + 2 * i + 2).even);
+            if (high) hn::StoreU(details, tag, d + i);
+            if (low) {
+                const V16 before = DetailsOf(Pairs(x + 2 * i - 2), pairs.even);
+                hn::StoreU(hn::Add(pairs.even, QuarterSum(before, details)), tag, s + i);
             }
-            if (high) hn::StoreU(hn::ConcatOdd(tag, details[1], details[0]), tag, d + i);
-            if (low) hn::StoreU(hn::ConcatEven(tag, sums[1], sums[0]), tag, s + i);
         });
 }
 
