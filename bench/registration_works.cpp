@@ -43,7 +43,7 @@ struct WarpWork {
     void oneThread() {
         const eis::WarpRecord record{picture(from), picture(to), area.x,      area.y,
                                      area.width,    area.height, kHomography, xTable.data()};
-        eis::WarpRuns(record).work();
+        eis::WarpRuns(record).work(0);
         eis::MirrorFillRows(record.destination, record.y, record.h);
     }
 

@@ -13,7 +13,7 @@ namespace eis {
 
 namespace {
 
-constexpr int kThreads = 4;
+constexpr int kThreads = WarpRuns::kBands;
 
 // Whether the last group of the band's last row pair was contiguous.
 bool warpBand(const WarpRecord& record, int threadIndex, int threadCount, bool lumaOnly) {
@@ -26,7 +26,8 @@ bool warpBand(const WarpRecord& record, int threadIndex, int threadCount, bool l
 
 // No object with a destructor stands between here and the exits, which need not unwind.
 void* takeRuns(void* argument) {
-    static_cast<WarpRuns*>(static_cast<const ThreadRecord*>(argument)->argument)->work();
+    const auto* thread = static_cast<const ThreadRecord*>(argument);
+    static_cast<WarpRuns*>(thread->argument)->work(thread->index);
     pthread_exit(nullptr);
 }
 
