@@ -9,6 +9,7 @@
 
 #include "libCore/core/source/neon/affine_transform.h"
 #include "libCore/core/source/neon/warp_rows.h"
+#include "tests/harness/calls.h"
 #include "tests/harness/targets.h"
 #include "tests/registration/pictures.h"
 
@@ -237,7 +238,8 @@ TEST(WarpKernels, FormsAgree) {
     }
 }
 
-// The driver on four threads gives what the plain form gives row by row, mirrored; whatever strides the records hold.
+// The driver on four threads gives what the plain form gives row by row, mirrored; whatever strides the records hold,
+// and whichever thread is first.
 TEST(WarpKernels, DriverWarpsAndFills) {
     const YuvPicture source(330, 98);
     source.fillAll(Content::kNatural, 8);
@@ -256,15 +258,18 @@ TEST(WarpKernels, DriverWarpsAndFills) {
         }
         const ST_PICTURE filled = expected.picture();
         (lumaOnly ? MirrorFillOutside_Y : MirrorFillOutside)(&filled, area.x, area.y, area.width, area.height);
+        const JitteredThreads jittered(50);
         forEachTarget([&] {
-            const YuvPicture actual(330, 98);
-            actual.copyFrom(before);
-            ST_PICTURE from = source.picture();
-            ST_PICTURE to = actual.picture();
-            from.stride = to.stride = 7;
-            const auto driver = lumaOnly ? AffineTransform_neon_stride_Y : AffineTransform_neon_stride;
-            EXPECT_EQ(driver(nullptr, &from, &to, h, &area, scratch.data()), 0);
-            EXPECT_TRUE(samePictures(actual, expected));
+            for (int run = 0; run < 20; ++run) {
+                const YuvPicture actual(330, 98);
+                actual.copyFrom(before);
+                ST_PICTURE from = source.picture();
+                ST_PICTURE to = actual.picture();
+                from.stride = to.stride = 7;
+                const auto driver = lumaOnly ? AffineTransform_neon_stride_Y : AffineTransform_neon_stride;
+                EXPECT_EQ(driver(nullptr, &from, &to, h, &area, scratch.data()), 0);
+                EXPECT_TRUE(samePictures(actual, expected));
+            }
         });
         // One value on every machine.
         if (!lumaOnly) {

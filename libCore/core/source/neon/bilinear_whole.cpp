@@ -128,7 +128,7 @@ HWY_INLINE void StoreBetweenRows(const Neighbours& near, const Neighbours& far, 
 }
 
 // The two rows between two source rows: columns 2x and 2x + 1 lie on either side of column x.
-struct RowPair {
+struct RowsBetween {
     const uint8_t* upper;
     const uint8_t* lower;
     uint8_t* nearUpper;
@@ -171,10 +171,10 @@ void DoubleRows(const uint8_t* upper, const uint8_t* lower, int width, uint8_t* 
     for (int x = 1; x + 1 < width; x += kStrip) {
         const int count = std::min(kStrip, width - 1 - x);
         uint8_t* waiting = memory + reinterpret_cast<uintptr_t>(nearLower + 2 * x) % kAlignment;
-        RowPair{upper + x, lower + x, nearUpper + 2 * x, waiting}.run(count);
+        RowsBetween{upper + x, lower + x, nearUpper + 2 * x, waiting}.run(count);
         std::memcpy(nearLower + 2 * x, waiting, 2 * static_cast<size_t>(count));
     }
-    const RowPair rows{upper, lower, nearUpper, nearLower};
+    const RowsBetween rows{upper, lower, nearUpper, nearLower};
     const int last = width - 1;
     rows.column(0, 1, 1);
     rows.column(last, last - 1, last - 1);
