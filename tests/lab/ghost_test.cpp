@@ -8,6 +8,7 @@
 #include "host/picture.h"
 #include "host/synth_truth.h"
 #include "tests/hostcli/cli.h"
+#include "tests/hosttools/scratch_folder.h"
 
 namespace {
 
@@ -20,7 +21,6 @@ using nlohmann::json;
 class LabGhost : public testing::Test {
   protected:
     LabGhost() {
-        std::filesystem::remove_all(folder_);
         std::filesystem::create_directories(folder_ + "aligned");
         Picture picture(400, 304);
         for (int i = 0; i < 400 * 304; ++i) picture.planes[0][i] = static_cast<std::uint8_t>(80 + i % 400 / 8);
@@ -53,7 +53,8 @@ class LabGhost : public testing::Test {
 
     static constexpr int kSide = 60;
     const cv::Rect kBox{100, 120, kSide, kSide};
-    const std::string folder_ = testing::TempDir() + "lab-ghost/";
+    const eishost::ScratchFolder scratch_;
+    const std::string folder_ = scratch_.file("");
 };
 
 TEST_F(LabGhost, MasksWhatMovedAndScoresIt) {

@@ -4,6 +4,7 @@
 #include "host/picture.h"
 #include "opencl/cl_platform.h"
 #include "tests/hostcli/cli.h"
+#include "tests/hosttools/scratch_folder.h"
 
 namespace {
 
@@ -12,7 +13,7 @@ using eishost::Picture;
 TEST(LabGpu, FiltersAFrame) {
     cl_uint platforms = 0;
     if (clGetPlatformIDs(0, nullptr, &platforms) != CL_SUCCESS || platforms == 0) GTEST_SKIP() << "no OpenCL device";
-    const std::string folder = testing::TempDir();
+    const eishost::ScratchFolder folder;
     Picture frame(64, 32);
     Picture reference(64, 32);
     Picture mask(64, 32);
@@ -21,7 +22,7 @@ TEST(LabGpu, FiltersAFrame) {
         reference.planes[0][i] = 200;
         mask.planes[0][i] = i % 64 < 32 ? 255 : 0;
     }
-    const auto file = [&](const char* name) { return folder + "lab-gpu-" + name + ".y4m"; };
+    const auto file = [&](const char* name) { return folder.file(std::string(name) + ".y4m"); };
     eishost::savePicture(file("frame"), frame);
     eishost::savePicture(file("reference"), reference);
     eishost::savePicture(file("mask"), mask);
