@@ -151,22 +151,20 @@ struct RowsBetween {
         StoreBetweenRows(below, above, nearLower + 2 * x);
     }
 
-    // Columns that have neighbours on both sides. Most stores are aligned, which makes them a third faster.
+    // Columns that have neighbours on both sides.
     void run(int count) const {
         if (count < kBytes) {
             for (int x = 0; x < count; ++x) column(x, x - 1, x + 1);
             return;
         }
-        const auto misaligned = static_cast<int>(reinterpret_cast<uintptr_t>(nearUpper) % kBytes);
-        vector(0);
-        for (int x = (kBytes - misaligned) / 2; x + kBytes <= count; x += kBytes) vector(x);
+        for (int x = 0; x + kBytes <= count; x += kBytes) vector(x);
         vector(count - kBytes);
     }
 };
 
 // The outermost columns are as their inner neighbours.
 void DoubleRows(const uint8_t* upper, const uint8_t* lower, int width, uint8_t* nearUpper, uint8_t* nearLower) {
-    // The lower row, as it will be aligned.
+    // The lower row, aligned as it will be: its copy takes far longer otherwise.
     alignas(kAlignment) uint8_t memory[2 * kStrip + kAlignment];
     for (int x = 1; x + 1 < width; x += kStrip) {
         const int count = std::min(kStrip, width - 1 - x);
