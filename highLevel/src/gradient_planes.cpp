@@ -47,7 +47,7 @@ HWY_INLINE V8 ZeroBelow(V8 gradient, V8 threshold) {
     return hn::IfThenElseZero(hn::Eq(hn::Max(gradient, threshold), gradient), gradient);
 }
 
-// Of kRun samples, from columns x - 1 to x + 1 of three rows. Without gradX and gradY their mean alone.
+// Of kRun samples, from columns x - 1 to x + 1 of three rows.
 HWY_INLINE void GradientRun(const int16_t* r0, const int16_t* r1, const int16_t* r2, V8 threshold, uint8_t* gradX,
                             uint8_t* gradY, uint8_t* gradMean) {
     const D16 d;
@@ -67,36 +67,29 @@ HWY_INLINE void GradientRun(const int16_t* r0, const int16_t* r1, const int16_t*
     }
     const V8 cutX = ZeroBelow(Bytes(gx[0], gx[1]), threshold);
     const V8 cutY = ZeroBelow(Bytes(gy[0], gy[1]), threshold);
-    if (gradX != nullptr) {
-        hn::StoreU(cutX, d8, gradX);
-        hn::StoreU(cutY, d8, gradY);
-    }
+    hn::StoreU(cutX, d8, gradX);
+    hn::StoreU(cutY, d8, gradY);
     hn::StoreU(hn::AverageRound(cutX, cutY), d8, gradMean);
 }
 
 void GradientsOfRow(const int16_t* r0, const int16_t* r1, const int16_t* r2, int width, uint8_t threshold,
                     uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean) {
     const V8 limit = hn::Set(D8(), threshold);
-    const bool meanOnly = gradX == nullptr;
+    uint8_t* const out[3] = {gradX, gradY, gradMean};
+    for (uint8_t* row : out) row[0] = row[width - 1] = 0;
     int x = 1;
-    for (; meanOnly && x + kRun < width; x += kRun) {
-        GradientRun(r0 + x, r1 + x, r2 + x, limit, nullptr, nullptr, gradMean + x);
-    }
     for (; x + kRun < width; x += kRun) {
         GradientRun(r0 + x, r1 + x, r2 + x, limit, gradX + x, gradY + x, gradMean + x);
     }
     // What is left, from copies of the rows.
-    const int left = std::max(width - 1 - x, 0);
+    const int left = width - 1 - x;
+    if (left < 1) return;
     const int16_t* const rows[3] = {r0, r1, r2};
     int16_t samples[3][kRun + 2] = {};
     uint8_t gradients[3][kRun];
-    for (int i = 0; i < 3 && left > 0; ++i) memcpy(samples[i], rows[i] + x - 1, (left + 2) * sizeof(int16_t));
+    for (int i = 0; i < 3; ++i) memcpy(samples[i], rows[i] + x - 1, (left + 2) * sizeof(int16_t));
     GradientRun(samples[0] + 1, samples[1] + 1, samples[2] + 1, limit, gradients[0], gradients[1], gradients[2]);
-    uint8_t* const out[3] = {gradX, gradY, gradMean};
-    for (int i = meanOnly ? 2 : 0; i < 3; ++i) {
-        memcpy(out[i] + x, gradients[i], left);
-        out[i][0] = out[i][width - 1] = 0;
-    }
+    for (int i = 0; i < 3; ++i) memcpy(out[i] + x, gradients[i], left);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -111,9 +104,7 @@ HWY_EXPORT(GradientsOfRow);
 void GradientRow(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
                  uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean) {
     if (threshold > 255) {
-        for (uint8_t* out : {gradX, gradY, gradMean}) {
-            if (out != nullptr) std::memset(out, 0, width);
-        }
+        for (uint8_t* out : {gradX, gradY, gradMean}) std::memset(out, 0, width);
         return;
     }
     HWY_DYNAMIC_DISPATCH(GradientsOfRow)

@@ -11,7 +11,7 @@ namespace eis {
 void GradientPlanes(const int16_t* pLow, uint8_t* pPlanes, int width, int height, int stride, int threshold);
 void GradientPlanes_plain(const int16_t* pLow, uint8_t* pPlanes, int width, int height, int stride, int threshold);
 
-// One row of them, inside the planes. gradX and gradY may be null together.
+// One row of them, inside the planes.
 void GradientRow(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
                  uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean);
 

@@ -192,15 +192,13 @@ class LumaSweep {
         constexpr int kPairs = 2;
         return i + kPairs < halfHeight && !params.settings.median ? int64_t{2 * kPairs} * params.source.pitch : 0;
     }
-    // gradX and gradY may be null together.
-    void takeGradients(int i, uint8_t* gradX, uint8_t* gradY) {
+    void takeGradients(int i) {
         if (i > 0 && i < halfHeight - 1) {
-            GradientRow(low(i - 1), low(i), low(i + 1), halfWidth, kGradientThreshold, gradX, gradY, gradMean(i));
+            GradientRow(low(i - 1), low(i), low(i + 1), halfWidth, kGradientThreshold, lines.gradX, lines.gradY,
+                        gradMean(i));
             return;
         }
-        for (uint8_t* line : {gradX, gradY, gradMean(i)}) {
-            if (line != nullptr) std::memset(line, 0, halfWidth);
-        }
+        for (uint8_t* line : {lines.gradX, lines.gradY, gradMean(i)}) std::memset(line, 0, halfWidth);
     }
 
     const LumaPassParams& params;
@@ -247,7 +245,7 @@ class SmoothSweep : LumaSweep {
         clearQuarter({rows.quarter.end, params.band.height / 4});
         for (int i = rows.gradients.end - 1; i >= rows.gradients.begin; --i) {
             smoothing.upTo(i - 1);
-            takeGradients(i, nullptr, nullptr);
+            takeGradients(i);
             if (i % 2 == 0) shrinkGradients(i / 2);
         }
         smoothing.upTo(rows.smoothed.begin);
@@ -279,7 +277,7 @@ class MergeSweep : LumaSweep {
         for (int i = pairs.begin; i < pairs.end; ++i) {
             liftDetail(i);
             liftSmooth(i);
-            takeGradients(i, lines.gradX, lines.gradY);
+            takeGradients(i);
             mergeDetails(i);
             joinEven(i);
             if (i > pairs.begin) writeOdd(i - 1, lines.even[i & 1]);

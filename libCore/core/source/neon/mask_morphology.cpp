@@ -88,7 +88,7 @@ ret_status spreadValue(const char* name, uint8_t* mask, int width, int height, i
 
 ret_status MaskBinarizeDilate_r3(uint8_t* mask, int width, int height, uint8_t threshold, uint8_t* scratch) {
     // A narrow plane's words would be mostly padding, and those of few rows have no room for clear ones around them.
-    if (width <= 32 || height < 4) return MaskBinarizeDilate_r3_plain(mask, width, height, threshold, scratch);
+    if (width <= 32 || height < 3) return MaskBinarizeDilate_r3_plain(mask, width, height, threshold, scratch);
     const auto steps = [=](uint32_t* words, uint32_t* scratchWords, int /*wordCount*/) {
         IVS_BinarizeDilation_r3(mask, threshold, width, height, words, scratchWords);
     };
