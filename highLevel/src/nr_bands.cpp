@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "libCore/core/source/arithmetic.h"
 #include "libCore/core/source/neon/resample_down.h"
 
 namespace eis {
@@ -14,19 +15,21 @@ int64_t rowsAbovePlane(const BandSource& source) {
     return source.start < 0 ? (-source.start + source.pitch - 1) / source.pitch : 0;
 }
 
-// Boxes that reach above the plane are made from a copy of their rows, all others straight from the plane.
+// Boxes that reach above the plane are made from a copy of their rows, sparePitch apart, all others straight from the
+// plane.
 template <int box, class DownScale>
-void downScaleBand(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare, DownScale downScale) {
+void downScaleBand(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare, int32_t sparePitch,
+                   DownScale downScale) {
     const auto above = static_cast<int>(std::min<int64_t>((rowsAbovePlane(source) + box - 1) / box * box, height));
     const int64_t dstPitch = width / box;
     for (int row = 0; row < above; row += box) {
         const BandSource rows{source.plane, source.start + int64_t{row} * source.pitch, source.pitch};
-        CopyBand(rows, width, box, spare, source.pitch);
-        downScale(spare, dst + row / box * dstPitch, box);
+        CopyBand(rows, width, box, spare, sparePitch);
+        downScale(spare, sparePitch, dst + row / box * dstPitch, box);
     }
     if (above < height) {
-        downScale(source.plane + (source.start + int64_t{above} * source.pitch), dst + above / box * dstPitch,
-                  height - above);
+        downScale(source.plane + (source.start + int64_t{above} * source.pitch), source.pitch,
+                  dst + above / box * dstPitch, height - above);
     }
 }
 
@@ -63,15 +66,17 @@ void CopyBand(const BandSource& source, int width, int height, uint8_t* dst, int
 }
 
 void DownScaleBand2x2(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare) {
-    downScaleBand<2>(source, width, height, dst, spare, [&](const uint8_t* rows, uint8_t* out, int count) {
-        DownScaleBox2x2_neon(rows, source.pitch, out, width, count);
-    });
+    downScaleBand<2>(source, width, height, dst, spare, width,
+                     [&](const uint8_t* rows, int32_t pitch, uint8_t* out, int count) {
+                         DownScaleBox2x2_neon(rows, pitch, out, width, count);
+                     });
 }
 
 void DownScaleBand4x4(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare) {
-    downScaleBand<4>(source, width, height, dst, spare, [&](const uint8_t* rows, uint8_t* out, int count) {
-        DownScaleBox4x4_neon(rows, count, width, out);
-    });
+    downScaleBand<4>(source, width, height, dst, spare, stride128(width),
+                     [&](const uint8_t* rows, int32_t /*pitch*/, uint8_t* out, int count) {
+                         DownScaleBox4x4_neon(rows, count, width, out);
+                     });
 }
 
 }  // namespace eis

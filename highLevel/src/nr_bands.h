@@ -16,7 +16,7 @@ inline bool usesNrBands(int32_t width, int32_t height) {
     return height >= kNrBandsMinHeight && width >= kNrBandsMinWidth;
 }
 
-// Luma rows. The height is a multiple of 16.
+// Luma rows of a band, whose height is a multiple of 16, or of a whole picture, which has no overlap.
 struct NrBand {
     int32_t height;
     int32_t bandTopOverlap;
@@ -50,7 +50,8 @@ struct BandSource {
 void CopyBand(const BandSource& source, int width, int height, uint8_t* dst, int64_t dstPitch);
 
 // Box means of a band, of 2 by 2 and 4 by 4 samples, as DownScaleBox2x2_neon and DownScaleBox4x4_neon make them; the
-// pitch of the latter's source is the width rounded up to 128. `spare` holds four rows of the source's pitch.
+// pitch of the latter's source is the width rounded up to 128. `spare` holds two rows of the width, and four of that
+// pitch.
 void DownScaleBand2x2(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare);
 void DownScaleBand4x4(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare);
 

@@ -25,15 +25,17 @@ void checkBody(const ChromaShape& shape, uint64_t seed, Content content) {
 
 TEST(ChromaBodies, EqualTheirDefinition) {
     // Widths with and without a remainder to 8, 16, 32 and 128; heights of either path, of bands that start before the
-    // plane (260 to 284), off its rows (260, 300) or off the grid of quarters (258, 261).
+    // plane (260 to 284), off its rows (260, 300) or off the grid of quarters (258, 261); rows that lie further apart
+    // than the scratch is long.
     const struct {
         int width;
         int height;
         int stride;
     } shapes[] = {
-        {128, 128, 0}, {130, 128, 0},   {131, 129, 0}, {158, 254, 0}, {256, 254, 0}, {300, 254, 512}, {128, 256, 0},
-        {130, 256, 0}, {160, 256, 384}, {256, 256, 0}, {300, 260, 0}, {134, 260, 0}, {144, 284, 0},   {258, 284, 512},
-        {130, 300, 0}, {256, 300, 0},   {168, 320, 0}, {384, 320, 0}, {136, 258, 0}, {131, 261, 0},   {130, 287, 0},
+        {128, 128, 0}, {130, 128, 0},   {131, 129, 0},      {158, 254, 0}, {256, 254, 0}, {300, 254, 512},
+        {128, 256, 0}, {130, 256, 0},   {160, 256, 384},    {256, 256, 0}, {300, 260, 0}, {134, 260, 0},
+        {144, 284, 0}, {258, 284, 512}, {130, 300, 0},      {256, 300, 0}, {168, 320, 0}, {384, 320, 0},
+        {136, 258, 0}, {131, 261, 0},   {128, 260, 211456}, {130, 287, 0},
     };
     uint64_t seed = 0;
     for (const auto& s : shapes) {
