@@ -102,11 +102,12 @@ LumaScratch CutLumaScratch(uint8_t* block, int32_t width, int32_t height) {
     return CutLumaScratch(block, widePlanes, widePlanes + sizes.widePlanes, width, height);
 }
 
-RowRange LumaQuarterRows(const NrBand& band) {
+RowRange LumaQuarterRows(const NrBand& band, int32_t width) {
     constexpr int kReach = 8;
-    const int coreEnd = band.height - band.bandBottomOverlap;
+    // The map's rows, shorter off the grid of four, run on through the picture's: its last row is further down.
+    const int64_t coreEnd = int64_t{band.height - band.bandBottomOverlap} * width / (width & ~3);
     return {std::max((band.bandTopOverlap >> 2) - kReach, 0),
-            std::min(((coreEnd + 3) >> 2) + kReach, band.height >> 2)};
+            static_cast<int>(std::min<int64_t>(((coreEnd + 3) >> 2) + kReach, band.height >> 2))};
 }
 
 void BuildDetailMap(const LumaPassParams& params) {
@@ -114,7 +115,7 @@ void BuildDetailMap(const LumaPassParams& params) {
     const LumaSettings& settings = params.settings;
     const int mapWidth = params.width / 4;
     const int mapHeight = params.band.height / 4;
-    const RowRange rows = LumaQuarterRows(params.band);
+    const RowRange rows = LumaQuarterRows(params.band, params.width);
     const int64_t first = int64_t{mapWidth} * rows.begin;
     const int count = rows.end - rows.begin;
     uint8_t* map = s.mapQuarter + first;

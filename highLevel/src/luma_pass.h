@@ -94,7 +94,8 @@ struct RowRange {
     bool contains(int row) const { return row >= begin && row < end; }
 };
 // Rows at quarter scale that reach the core: those of its own and eight on either side, where the band has them. The
-// map's median and enlargement take two, the chroma pass's dilation, enlargement and write-back five.
-RowRange LumaQuarterRows(const NrBand& band);
+// map's median and enlargement take two, the chroma pass's dilation, enlargement and write-back five. Off the grid of
+// four the last ones lie further down, since the map's rows are shorter than the picture's and run on through them.
+RowRange LumaQuarterRows(const NrBand& band, int32_t width);
 
 }  // namespace eis

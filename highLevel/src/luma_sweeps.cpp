@@ -25,11 +25,11 @@ struct SweepRows {
     RowRange low;        // what gradients are made of
     RowRange quarter;    // at quarter scale
 
-    explicit SweepRows(const NrBand& band) {
+    SweepRows(const NrBand& band, int width) {
         const int half = band.height / 2;
         const int top = band.bandTopOverlap >> 1 > 1 ? (band.bandTopOverlap >> 1) - 1 : 0;
         const int bottom = band.bandBottomOverlap >= 4 ? (band.bandBottomOverlap >> 1) - 1 : 0;
-        quarter = LumaQuarterRows(band);
+        quarter = LumaQuarterRows(band, width);
         smoothed = {top, half - bottom};
         gradients = {2 * quarter.begin, 2 * quarter.end};
         low = {std::max(std::min(gradients.begin, smoothed.begin) - 1, 0),
@@ -169,7 +169,7 @@ class LumaSweep {
           s(passParams.scratch),
           halfWidth(passParams.width / 2),
           halfHeight(passParams.band.height / 2),
-          rows(passParams.band),
+          rows(passParams.band, passParams.width),
           lines(s.nrWideTmp, passParams.width),
           luma(passParams, lines.medians, coreOnly) {}
 
@@ -227,11 +227,11 @@ class SplitSweep : LumaSweep {
     }
 
   private:
+    // None of these rows lies above the plane: they begin at least half an overlap into the band.
     void shrinkLuma(int quarterRow) {
         const BandSource& source = params.source;
-        const BandSource four{source.plane, source.start + int64_t{4} * quarterRow * source.pitch, source.pitch};
-        DownScaleBand4x4(four, params.width, 4, s.lumaQuarter + int64_t{quarterRow} * (params.width / 4),
-                         reinterpret_cast<uint8_t*>(lines.joinedLow));
+        DownScaleBox4x4_neon(source.plane + (source.start + int64_t{4} * quarterRow * source.pitch), 4, params.width,
+                             s.lumaQuarter + int64_t{quarterRow} * (params.width / 4));
     }
 };
 

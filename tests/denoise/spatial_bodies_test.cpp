@@ -81,9 +81,11 @@ TEST(SpatialBodies, EqualTheirDefinitionBeyondTheUsualRange) {
     });
 }
 
+// In the tall picture the map's rows, two columns short, end up far below those of the picture.
 TEST(SpatialBodies, EqualTheirDefinitionAtCameraSizes) {
     checkBody(1920, 1080, 700, Content::kNatural);
     checkBody(1446, 1088, 701, Content::kNatural);
+    checkBody(134, 8000, 702, Content::kRandom);
 }
 
 TEST(SpatialBodies, EveryStrength) {
