@@ -182,6 +182,7 @@ TEST(MaskMorphology, WithoutMemoryTheMaskStays) {
         {2, [](uint8_t* mask) { return QX_IVS_Dilation_r7_and_Erosion_r3(mask, kWidth, kHeight); }, false},
         {2, [](uint8_t* mask) { return QX_IVS_Erosion_r3_and_Dilation_r7(mask, kWidth, kHeight); }, false},
         {2, [](uint8_t* mask) { return MaskBinarizeDilate_r3(mask, kWidth, kHeight, 50, nullptr); }, true},
+        {2, [](uint8_t* mask) { return MaskBinarizeDilate_r3(mask, kWidth * kHeight / 2, 2, 50, nullptr); }, true},
         {1, [](uint8_t* mask) { return Dilation(mask, kWidth, kHeight, 2, 5); }, false},
         {1, [](uint8_t* mask) { return Erosion(mask, kWidth, kHeight, 2, 5); }, false},
     };

@@ -87,13 +87,19 @@ ret_status spreadValue(const char* name, uint8_t* mask, int width, int height, i
 }  // namespace
 
 ret_status MaskBinarizeDilate_r3(uint8_t* mask, int width, int height, uint8_t threshold, uint8_t* scratch) {
-    // A narrow plane's words would be mostly padding, and those of few rows have no room for clear ones around them.
-    if (width <= 32 || height < 3) return MaskBinarizeDilate_r3_plain(mask, width, height, threshold, scratch);
+    // A narrow plane's words would be mostly padding.
+    if (width <= 32) return MaskBinarizeDilate_r3_plain(mask, width, height, threshold, scratch);
+    const auto binarize = [=] { HWY_DYNAMIC_DISPATCH(Binarize)(mask, int64_t{width} * height, threshold); };
+    // Words of few rows have no room for the clear ones that the single sweep wants around them.
+    if (height < 3) {
+        binarize();
+        return QX_IVS_Dilation_Only_r3(mask, width, height);
+    }
     const auto steps = [=](uint32_t* words, uint32_t* scratchWords, int /*wordCount*/) {
         IVS_BinarizeDilation_r3(mask, threshold, width, height, words, scratchWords);
     };
     const ret_status status = withPackedRoom("QX_IVS_Dilation_Only_r3", width, height, steps);
-    if (status != retStsOK) HWY_DYNAMIC_DISPATCH(Binarize)(mask, int64_t{width} * height, threshold);
+    if (status != retStsOK) binarize();
     return status;
 }
 

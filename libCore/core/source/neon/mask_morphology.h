@@ -10,8 +10,8 @@
 
 namespace eis {
 
-// Makes bytes at or above the threshold 255, all others 0, then dilates by a square of radius 3. scratch holds
-// width * height bytes. Without memory the mask is binary, but not dilated.
+// Makes bytes at or above the threshold 255, all others 0, then dilates by a square of radius 3. scratch, which only
+// planes of up to 32 columns use, holds width * height bytes. Without memory the mask is binary, but not dilated.
 ret_status MaskBinarizeDilate_r3(uint8_t* mask, int width, int height, uint8_t threshold, uint8_t* scratch);
 // Always retStsOK.
 ret_status MaskBinarizeDilate_r3_plain(uint8_t* mask, int width, int height, uint8_t threshold, uint8_t* scratch);
