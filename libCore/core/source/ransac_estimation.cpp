@@ -91,8 +91,8 @@ bool collinear(Point from, Point a, Point b) {
     const auto [dx1, dy1] = truncatedDifference(a, from);
     const auto [dx2, dy2] = truncatedDifference(b, from);
     const int64_t lengths = std::llabs(dx1) + std::llabs(dy1) + std::llabs(dx2) + std::llabs(dy2);
-    const int64_t cross = wrapSub(wrapMul(dx2, dy1), wrapMul(dy2, dx1));
-    return 0.1 * static_cast<double>(lengths) >= static_cast<double>(std::llabs(cross));
+    const int32_t cross = wrapSub(wrapMul(dx2, dy1), wrapMul(dy2, dx1));
+    return 0.1 * static_cast<double>(lengths) >= wrapAbs(cross);
 }
 
 bool anyCollinear(const Point* points) {
