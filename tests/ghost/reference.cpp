@@ -18,7 +18,7 @@ ReferenceGhosts referenceGhosts(const ST_GHOSTDETECTION_PARAMS_IN& in) {
     const int size = w * h;
     const GhostThresholds luma{in.lumaTH_Low, in.lumaTH_High, in.lumaNoiseTH};
     const GhostThresholds chroma{in.chromaTH_Low, in.chromaTH_High, in.chromaNoiseTH};
-    ReferenceGhosts out{Bytes(16 * size), 0};
+    ReferenceGhosts out{Bytes(int64_t{in.img.width} * in.img.height), 0};
     Bytes united(size, 0);
     for (int p = 0; p < 3; ++p) {
         Bytes a(size), b(size), mask(size);

@@ -9,7 +9,7 @@
 namespace eis::test {
 
 struct ReferenceGhosts {
-    std::vector<uint8_t> mask;  // without gaps, of the largest size that is a multiple of 4
+    std::vector<uint8_t> mask;  // without gaps
     uint32_t size;              // pixels, as luma shows it
 };
 ReferenceGhosts referenceGhosts(const ST_GHOSTDETECTION_PARAMS_IN& in);

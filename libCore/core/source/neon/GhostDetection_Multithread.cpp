@@ -1,5 +1,7 @@
 #include "libCore/core/source/neon/GhostDetection_Multithread.h"
 
+#include <cstring>
+
 #include "highLevel/src/nr_bands.h"
 #include "libCore/core/source/arithmetic.h"
 #include "libCore/core/source/log.h"
@@ -63,6 +65,10 @@ void* bandThread(void* argument) {
     return nullptr;
 }
 
+void clearMask(const ST_PICTURE& img, uint8_t* mask) {
+    for (int32_t y = 0; y < img.height; ++y) std::memset(mask + int64_t{y} * stride128(img.width), 0, img.width);
+}
+
 void layOut(const ST_GHOSTDETECTION_PARAMS_IN& in, const ST_GHOSTDETECTION_PARAMS_OUT& out, GhostBand* bands) {
     const int32_t height = in.img.height;
     const int64_t lumaPitch = stride128(in.img.width);
@@ -108,6 +114,7 @@ ret_status GhostDetection_Multithread_Maincall(ST_GHOSTDETECTION_PARAMS_IN* in, 
     if (in->img.height < kMinSize || in->img.width < kMinSize) {
         return in->ghostEnable == 1 ? GhostDetectionMFNRPrivate_UpScaleX16_neon(in, out) : retStsOK;
     }
+    if (in->ghostEnable == 1 && in->img.height % 4 != 0) clearMask(in->img, out->pMask);
     GhostBand bands[kBands]{};
     layOut(*in, *out, bands);
     ThreadGroup<kBands> group(kSite);

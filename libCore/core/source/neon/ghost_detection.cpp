@@ -65,22 +65,30 @@ ret_status uniteChroma(const GhostForm& form, const ST_GHOST_BAND_PARAMS& band, 
     return retStsOK;
 }
 
-// Enlarges the band's own rows, in strips that stay in the cache. A strip takes along a row of the mask on either side,
-// which is as far as the enlargement of one without edges reads.
+// Enlarges the band's own rows, in strips that stay in the cache. Off the grid of four, enlarged rows are shorter than
+// the picture's and run on through them; what is behind the last one is 0.
 void enlargeOwnRows(const ST_GHOST_BAND_PARAMS& band, const uint8_t* mask, uint8_t* spare) {
-    constexpr int32_t kStrip = 16;
+    constexpr int32_t kStrip = 64;
     const ST_PICTURE& img = band.pIn->img;
+    const int64_t width = img.width;
     const int32_t maskWidth = img.width >> 2;
     const int32_t maskHeight = img.height >> 2;
-    const int32_t ownEnd = std::min(img.height - band.bottomLuma, 4 * maskHeight);
-    for (int32_t first = band.topLuma >> 2; 4 * first < ownEnd; first += kStrip) {
-        const int32_t top = std::max(first - 1, 0);
-        const int32_t bottom = std::min(first + kStrip + 1, maskHeight);
-        UpScaleX16_neon(mask + int64_t{top} * maskWidth, bottom - top, maskWidth, spare);
-        const int32_t end = std::min(4 * (first + kStrip), ownEnd);
-        for (int32_t y = std::max(4 * first, band.topLuma); y < end; ++y) {
-            std::memcpy(band.pOut->pMask + int64_t{y - band.topLuma} * stride128(img.width),
-                        spare + int64_t{y - 4 * top} * 4 * maskWidth, 4 * int64_t{maskWidth});
+    const int64_t lineBytes = 4 * int64_t{maskWidth};
+    const int64_t lines = maskWidth > 0 ? 4 * int64_t{maskHeight} : 0;
+    const int32_t ownEnd = img.height - band.bottomLuma;
+    for (int32_t y = band.topLuma; y < ownEnd;) {
+        const int32_t end = std::min(y + kStrip, ownEnd);
+        const int64_t firstLine = lines > 0 ? std::min(y * width / lineBytes, lines) : 0;
+        const int64_t base = firstLine * lineBytes;
+        uint8_t* to = spare;
+        for (int64_t line = firstLine; line < lines && to - spare < end * width - base; ++line, to += lineBytes) {
+            UpScaleX16Row_neon(mask, maskHeight, maskWidth, static_cast<int>(line), to);
+        }
+        const int64_t missing = end * width - base - (to - spare);
+        if (missing > 0) std::memset(to, 0, missing);
+        for (; y < end; ++y) {
+            std::memcpy(band.pOut->pMask + int64_t{y - band.topLuma} * stride128(img.width), spare + y * width - base,
+                        width);
         }
     }
 }
