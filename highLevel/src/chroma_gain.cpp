@@ -96,8 +96,8 @@ namespace eis {
 HWY_EXPORT(EdgeBlend);
 HWY_EXPORT(Gain);
 
-void EdgeBlendChroma(const EdgeBlendArgs& args) {
-    HWY_DYNAMIC_DISPATCH(EdgeBlend)(args);
+void EdgeBlendChroma(const EdgeBlendArgs* args) {
+    HWY_DYNAMIC_DISPATCH(EdgeBlend)(*args);
 }
 
 void ChromaGainLut(uint8_t* pU, uint8_t* pV, int width, int height, int index) {

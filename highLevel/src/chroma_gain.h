@@ -20,8 +20,8 @@ struct EdgeBlendArgs {
 // Where the mask is 255, mixes the denoised sample (alpha of 255) with the low-pass (the rest); division by 256,
 // rounded. A row of whole groups of eight is mixed once. In any other row of more than eight, the last eight pixels are
 // a second sweep: those that the groups had reached are mixed twice.
-void EdgeBlendChroma(const EdgeBlendArgs& args);
-void EdgeBlendChroma_plain(const EdgeBlendArgs& args);
+void EdgeBlendChroma(const EdgeBlendArgs* args);
+void EdgeBlendChroma_plain(const EdgeBlendArgs* args);
 
 // Gain in Q7 of a chroma sample of each value; 128 leaves it. Table 1 is the mildest, table 9 the strongest. Greys and
 // the most saturated colours have no gain.

@@ -19,14 +19,14 @@ int gained(uint8_t sample, int gain) {
 
 }  // namespace
 
-void EdgeBlendChroma_plain(const EdgeBlendArgs& args) {
-    for (int y = 0; y < args.height; ++y) {
-        const int64_t row = int64_t{y} * args.width;
-        sweepRow<8>(args.width, [&](int first, int count) {
+void EdgeBlendChroma_plain(const EdgeBlendArgs* args) {
+    for (int y = 0; y < args->height; ++y) {
+        const int64_t row = int64_t{y} * args->width;
+        sweepRow<8>(args->width, [&](int first, int count) {
             for (int64_t i = row + first; i < row + first + count; ++i) {
-                if (args.pMask[i] != 255) continue;
-                args.pDnU[i] = blend(args.pDnU[i], args.pFirstU[i], args.alpha);
-                args.pDnV[i] = blend(args.pDnV[i], args.pFirstV[i], args.alpha);
+                if (args->pMask[i] != 255) continue;
+                args->pDnU[i] = blend(args->pDnU[i], args->pFirstU[i], args->alpha);
+                args->pDnV[i] = blend(args->pDnV[i], args->pFirstV[i], args->alpha);
             }
         });
     }

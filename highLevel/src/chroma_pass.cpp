@@ -146,7 +146,9 @@ ret_status RunChromaPass(const ChromaPassParams& params) {
     uint8_t* u = s.uQuarterDn + from;
     uint8_t* v = s.vQuarterDn + from;
     const int rows = rowEnd - rowFirst;
-    EdgeBlendChroma({firstLevel, firstLevel + int64_t{width} * height, u, v, s.edgeMap + from, width, rows, alpha});
+    const EdgeBlendArgs blend{firstLevel, firstLevel + int64_t{width} * height, u, v, s.edgeMap + from, width, rows,
+                              alpha};
+    EdgeBlendChroma(&blend);
     const bool weaker = params.chromaEdgeLevel >= kWeakerGainFrom;
     ChromaGainLut(u, v, width, rows, wrapSub(params.chromaGainIndex, weaker ? 1 : 0));
     return retStsOK;

@@ -47,10 +47,11 @@ TEST(EdgeBlend, FormsAgree) {
         const Twins<uint8_t> dnU(c, c.width, 0, 255, 3);
         const Twins<uint8_t> dnV(c, c.width, 0, 255, 4);
         const auto alpha = static_cast<uint8_t>(c.seed * 37);
-        EdgeBlendChroma_plain(
-            {firstU.data(), firstV.data(), dnU.plain.data(), dnV.plain.data(), mask.data(), c.width, c.height, alpha});
-        EdgeBlendChroma({firstU.data(), firstV.data(), dnU.vectors.data(), dnV.vectors.data(), mask.data(), c.width,
-                         c.height, alpha});
+        EdgeBlendArgs args{firstU.data(), firstV.data(), dnU.plain.data(), dnV.plain.data(),
+                           mask.data(),   c.width,       c.height,         alpha};
+        EdgeBlendChroma_plain(&args);
+        args.pDnU = dnU.vectors.data(), args.pDnV = dnV.vectors.data();
+        EdgeBlendChroma(&args);
         EXPECT_TRUE(dnU.agree());
         EXPECT_TRUE(dnV.agree());
         all.add(c, dnU.plain);
@@ -67,7 +68,8 @@ TEST(EdgeBlend, SecondSweepBlendsTwice) {
         const Bytes first(width, 100);
         Bytes mask(width, 255);
         mask[3] = 0;
-        EdgeBlendChroma({first.data(), first.data(), u.data(), v.data(), mask.data(), width, 1, 128});
+        const EdgeBlendArgs args{first.data(), first.data(), u.data(), v.data(), mask.data(), width, 1, 128};
+        EdgeBlendChroma(&args);
         EXPECT_EQ(u, v);
         const uint8_t once = 150;
         const uint8_t twice = width == 9 ? 125 : once;
@@ -79,7 +81,9 @@ TEST(EdgeBlend, SecondSweepBlendsTwice) {
     Bytes u{255, 127};
     Bytes v = u;
     const Bytes zero(2, 0);
-    EdgeBlendChroma({zero.data(), zero.data(), u.data(), v.data(), Bytes(2, 255).data(), 2, 1, 255});
+    const Bytes edges(2, 255);
+    const EdgeBlendArgs args{zero.data(), zero.data(), u.data(), v.data(), edges.data(), 2, 1, 255};
+    EdgeBlendChroma(&args);
     EXPECT_EQ(u, (Bytes{254, 127}));
 }
 

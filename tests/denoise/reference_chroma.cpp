@@ -100,8 +100,9 @@ QuarterChroma referenceFilterChroma(const ReferencePicture& picture, const Refer
     EXPECT_EQ(MaskBinarizeDilate_r3_plain(edges.data(), qW, qH, 50, spare.data()), retStsOK);
     uint8_t* u = result.planes[0].data();
     uint8_t* v = result.planes[1].data();
-    EdgeBlendChroma_plain({first.data(), first.data() + plane, u, v, edges.data(), qW, qH,
-                           static_cast<uint8_t>(std::clamp(dn.chromaEdgeAlpha, 0, 255))});
+    const auto alpha = static_cast<uint8_t>(std::clamp(dn.chromaEdgeAlpha, 0, 255));
+    const EdgeBlendArgs args{first.data(), first.data() + plane, u, v, edges.data(), qW, qH, alpha};
+    EdgeBlendChroma_plain(&args);
     ChromaGainLut_plain(u, v, qW, qH, dn.chromaEdgeLevel >= 201 ? dn.chromaGainIndex - 1 : dn.chromaGainIndex);
     return result;
 }
