@@ -30,7 +30,6 @@ struct MultiThreadSlot {
 MultiThreadSlot g_slots[kMultiThreadMax];
 // Whether a worker is parked or running on the slot. Apart from the slots, whose fields belong to slot and worker.
 bool g_alive[kMultiThreadMax];
-int g_workerCount = 0;
 
 void waitSemaphore(sem_t* semaphore) {
     while (sem_wait(semaphore) != 0 && errno == EINTR) {
@@ -95,12 +94,10 @@ bool startWorker(int index, const pthread_attr_t* attributes) {
 
 int MultiThread_Init(int count) {
     if (static_cast<unsigned>(count) > kMultiThreadMax) {
-        g_workerCount = 0;
         std::printf("Bad Thread number , should be [1, %d] !\n", kMultiThreadMax);
         return -1;
     }
     retireAll();
-    g_workerCount = 0;
     pthread_attr_t attributes;
     if (pthread_attr_init(&attributes) != 0) {
         std::printf("Failed to init thread attribute.");
@@ -113,7 +110,6 @@ int MultiThread_Init(int count) {
             return -1;
         }
     }
-    g_workerCount = count;
     if (pthread_attr_destroy(&attributes) != 0) {
         std::printf("[%s] Create Thread Failed!", __func__);
         return -1;
