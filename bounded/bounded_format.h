@@ -7,7 +7,7 @@
 namespace eis {
 
 // Both families return the number of characters written, without the terminator, or -1. On -1 the destination holds the
-// empty text, where it exists and has a size.
+// empty text, where it exists and has a size; only what snprintf_s may keep of a longer text, as said there, stays.
 
 // A text that does not fit is -1.
 int sprintf_s(char* dest, size_t destMax, const char* format, ...) __attribute__((format(printf, 3, 4)));

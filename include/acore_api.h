@@ -1,9 +1,11 @@
 /* The exported surface of libkelvane_eis_ap.
 
    A host installs its three callbacks, then calls entries with a pointer to a parameter block in memory that it shares
-   with the DSP. An entry converts the block's device addresses, makes its inputs coherent, works on the caller's thread
-   and on threads that it joins, flushes its outputs and returns a status. Every entry logs through __android_log_print
-   under the tag "EIS_AP". */
+   with the DSP. An entry converts the block's device addresses, works on the caller's thread and on threads that it
+   joins, flushes its outputs, unless said, and returns a status. File entries, registration and scaling invalidate what
+   they read; for the others the host makes it coherent. All log through __android_log_print: under the tag "MFNR_AP"
+   what concerns the OpenCL platform, devices and context and its profiling, all else under "EIS_AP". The pool of worker
+   threads, which no entry opens, prints on standard output. */
 #ifndef ACORE_API_H
 #define ACORE_API_H
 
@@ -24,8 +26,9 @@ void setIO2VAConverter(IO2VAConverter converter);
 void setGraphicBufferInvalidater(BufferMaintainer invalidater);
 void setGraphicBufferFlusher(BufferMaintainer flusher);
 
-/* File access on behalf of the DSP. 0; -999 when the file does not open or a buffer to read into is null; -998 when the
-   buffer of ivp_fwrite_align is null. Short reads and writes are not reported. */
+/* File access on behalf of the DSP. 0; -999 when the file does not open. A buffer that does not convert is -999 from
+   ivp_fread_align and -998 from ivp_fwrite_align; the other two then transfer nothing, and return 0. Short reads and
+   writes are not reported. ivp_fwrite_align does not flush its buffer. */
 ret_status ivp_fread(const ST_FILE_BLOCK* block);
 ret_status ivp_fwrite(const ST_FILE_BLOCK* block);
 ret_status ivp_fread_align(const ST_FILE_ALIGN_BLOCK* block);
@@ -41,13 +44,16 @@ ret_status ParseXML_AcoreAPI_EIS(const ST_PARSE_XML_IN* block);
 
 /* Cleans match pairs: builds float pairs from a k-nearest-neighbour result, drops repeated reference points by a ratio
    test and keeps the inliers of a RANSAC homography, in order, at the front of both arrays; pointNum becomes their
-   number. 0; 3 when fewer than five pairs are left; -998 when an address does not convert; -1000. */
+   number. Pairs of which no usable sample can be drawn all stay; where no model fits five, pointNum becomes 4. Nothing
+   is flushed. 0; 3 when pointNum, or the number of pairs ahead of the RANSAC, is below five; -998 when an address does
+   not convert; -1000. */
 ret_status RansacEst_AcoreAPI_EIS(RansacEstParaContext* block);
 
 /* Registers frame idx onto the reference frame: cleans its pairs as above, fits a homography, warps the frame into
    output picture idx, or copies it as it is when it cannot be aligned. The outcome stands in the status word: 0 warped,
-   3 copied. 0, whether warped or copied; -997 when the copy's threads could not be started; -998 when an address does
-   not convert or the format is not 2; -1000. */
+   3 copied. The picture's planes and the status word are flushed, pairs and homography are not. 0, whether warped or
+   copied; -997 when the thread of a plane's last quarter could not be started for the copy (another quarter whose
+   thread did not start is left out in silence); -998 when an address does not convert or the format is not 2; -1000. */
 ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK* block);
 
 /* Crops and scales a planar YUV 4:2:0 picture with fixed-point bilinear interpolation (12-bit weights, truncating).
@@ -63,9 +69,10 @@ ret_status SpatialNrHLMain_ACoreApi(const ST_SPATIAL_NR_CALL_BLOCK* block);
 
 /* Denoise the two chroma planes of a picture in place, at quarter scale: wavelet shrinkage (undecimated "a trous"
    transform, soft thresholds after Donoho and Johnstone) guarded by a map of chroma edges, then a saturation gain. The
-   low level also follows the motion mask. Both planes are flushed. 0; 0 with nothing done when width, height or stride
-   is below 128; 0, too, when a band found no memory: it stays as it came; -997 when a thread did not start (the other
-   bands may be written, nothing is flushed); -998 when an address does not convert; -1000. */
+   low level also follows the motion mask. Both planes are flushed, but under 256 rows only when they were denoised. 0;
+   0 with nothing done when width, height or stride is below 128; 0, too, when a band found no memory: it stays as it
+   came; -997 when a thread did not start (the other bands may be written, nothing is flushed); -998 when an address
+   does not convert; -1000. */
 ret_status ChromaLowLevelMainCall_2(const ST_CHROMA_CALL_BLOCK* block);
 ret_status ChromaHighLevelMainCall_2(const ST_CHROMA_CALL_BLOCK* block);
 

@@ -25,7 +25,8 @@ typedef uint32_t DeviceAddress;
 
 /* Host callbacks. The converter maps a device address to a pointer, or null when it cannot be mapped. The two
    maintainers get any address inside a buffer: the invalidater discards the CPU's cached view of it before the library
-   reads, the flusher writes the CPU's view back after the library has written. */
+   reads, the flusher writes the CPU's view back after the library has written. Either may get null, where an entry does
+   not test what the converter gave. */
 typedef void* (*IO2VAConverter)(DeviceAddress deviceAddress);
 typedef void (*BufferMaintainer)(void* address);
 

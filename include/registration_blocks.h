@@ -35,7 +35,10 @@ typedef struct ST_REGISTRATION_PAIR_DEV {
 } ST_REGISTRATION_PAIR_DEV;
 
 /* Input block. Width, height and format of frame 0 stand for all pictures; of the others only the planes are read. Rows
-   of luma lie (width + 127) & ~127 bytes apart, rows of chroma (width / 2 + 127) & ~127. */
+   of luma lie stride = (width + 127) & ~127 bytes apart, rows of chroma (stride / 2 + 127) & ~127, and planes hold
+   whole rows. A frame that is copied has its chroma rows (width / 2 + 127) & ~127 apart: the same, but at widths of 256
+   k + 1. Heights should be multiples of 8, for a copy leaves the luma rows behind the last multiple of 4, and the
+   chroma rows behind the last one of 8 luma rows. */
 typedef struct ST_REGISTRATION_IN_BLOCK {
     ST_PICTURE_DEV astInImg[kRegistrationMaxFrames];
     uint32_t reserved;                                             /* word 28, not read */
@@ -56,7 +59,8 @@ typedef struct ST_RANSAC_REGIS_BLOCK {
     DeviceAddress stImgRegistrationParamsOut;
     int32_t idx;               /* 1 to 3 */
     int32_t lumaOnly;          /* non-zero: warp and flush luma alone */
-    DeviceAddress pHomography; /* nine 32-bit floats, row-major; written (identity) only when under 8 pairs are left */
+    DeviceAddress pHomography; /* nine 32-bit floats, row-major; written (identity) only when under 8 pairs are left,
+                                  and not flushed */
 } ST_RANSAC_REGIS_BLOCK;
 
 #endif
