@@ -44,9 +44,13 @@ constexpr auto kLumaLogs = baseLogs<kLumaCentre + 1>(kLumaStep);
 constexpr auto kChromaLogs = baseLogs<kChromaEntries>(kChromaStep);
 constexpr auto kHalfLogs = baseLogs<kHalfCentre>(kHalfStep);
 
-// The bases are below 1: powers of other exponents leave the range, or are no numbers.
-bool isCommon(double exponent) {
-    return exponent > 0 && exponent < 1e6;
+// The powers of all bases, within the tolerance. False for an exponent whose powers leave the range, for the bases are
+// below 1, or are no numbers: these tables are left to the plain form.
+template <size_t entries>
+bool powersOf(const std::array<double, entries>& logs, double exponent, std::array<double, entries>& powers) {
+    if (!(exponent > 0 && exponent < 1e6)) return false;
+    CurvePowers_neon(logs.data(), entries, exponent, powers.data());
+    return true;
 }
 
 // A value from 0 on that is known within the tolerance, truncated; exact() gives it where that leaves two answers.
@@ -65,12 +69,8 @@ double quarterExponent(double a) {
 
 void BuildLumaCurve(int16_t* dest, int32_t strength) {
     const double exponent = lumaExponent(strength);
-    if (!isCommon(exponent)) {
-        BuildLumaCurve_plain(dest, strength);
-        return;
-    }
     std::array<double, kLumaCentre + 1> powers;
-    CurvePowers_neon(kLumaLogs.data(), kLumaCentre + 1, exponent, powers.data());
+    if (!powersOf(kLumaLogs, exponent, powers)) return BuildLumaCurve_plain(dest, strength);
     (void)memset_s(dest, 512, 0, 512);
     for (int k = 0; k <= kLumaCentre; ++k) {
         const auto exact = [&] { return std::pow(lumaBase(k), exponent) * 32.0 * k; };
@@ -89,12 +89,8 @@ void BuildLumaCurveSingle(int16_t* dest, int32_t strength) {
 
 void BuildChromaCurve(int16_t* dest, int32_t strength) {
     const double exponent = chromaExponent(strength);
-    if (!isCommon(exponent)) {
-        BuildChromaCurve_plain(dest, strength);
-        return;
-    }
     std::array<double, kChromaEntries> powers;
-    CurvePowers_neon(kChromaLogs.data(), kChromaEntries, exponent, powers.data());
+    if (!powersOf(kChromaLogs, exponent, powers)) return BuildChromaCurve_plain(dest, strength);
     dest[0] = 0;
     for (int k = 1; k < kChromaEntries - 1; ++k) {
         const auto exact = [&] { return (k * 32.0) * std::pow(chromaBase(k), exponent); };
@@ -105,12 +101,8 @@ void BuildChromaCurve(int16_t* dest, int32_t strength) {
 
 void BuildThresholdCurve(int16_t* dest, int32_t strength) {
     const double exponent = static_cast<float>(chromaExponent(strength));
-    if (!isCommon(exponent)) {
-        BuildThresholdCurve_plain(dest, strength);
-        return;
-    }
     std::array<double, kHalfCentre> powers;
-    CurvePowers_neon(kHalfLogs.data(), kHalfCentre, exponent, powers.data());
+    if (!powersOf(kHalfLogs, exponent, powers)) return BuildThresholdCurve_plain(dest, strength);
     std::array<float, kHalfCentre> curve{};
     for (int k = 1; k < kHalfCentre; ++k) {
         const auto low = static_cast<float>(powers[k] * k * (1 - kTolerance));
@@ -137,12 +129,8 @@ void StoreThresholdCurve(int16_t* dest, float* curve) {
 
 void BuildTailCurve(int16_t* dest, int32_t strength) {
     const double exponent = chromaExponent(strength);
-    if (!isCommon(exponent)) {
-        BuildTailCurve_plain(dest, strength);
-        return;
-    }
     std::array<double, kHalfCentre> powers;
-    CurvePowers_neon(kHalfLogs.data(), kHalfCentre, exponent, powers.data());
+    if (!powersOf(kHalfLogs, exponent, powers)) return BuildTailCurve_plain(dest, strength);
     (void)memset_s(dest, 512, 0, 512);
     for (int k = 1; k < kHalfCentre; ++k) {
         const auto exact = [&] { return std::fma(static_cast<double>(k), std::pow(halfBase(k), exponent), 0.49); };
