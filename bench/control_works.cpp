@@ -3,7 +3,7 @@
 #include "bench/frame.h"
 #include "bench/works.h"
 #include "include/acore_api.h"
-#include "libCore/core/source/control_curves.h"
+#include "libCore/core/source/control/control_curves.h"
 
 namespace eisbench {
 

@@ -7,17 +7,15 @@
 
 #include "bench/frame.h"
 #include "bench/works.h"
-#include "highLevel/src/denoise_params.h"
-#include "highLevel/src/gradient_planes.h"
-#include "highLevel/src/lifting53.h"
-#include "highLevel/src/recursive_filter.h"
-#include "highLevel/src/remix_detail.h"
-#include "highLevel/src/shrink_band.h"
+#include "highLevel/src/luma/gradient_planes.h"
+#include "highLevel/src/luma/lifting53.h"
+#include "highLevel/src/luma/recursive_filter.h"
+#include "highLevel/src/luma/remix_detail.h"
+#include "highLevel/src/luma/shrink_band.h"
 #include "include/acore_api.h"
-#include "libCore/core/source/neon/mask_morphology.h"
-#include "libCore/core/source/neon/wavelet_smooth.h"
-#include "libCore/core/source/shrink_lut.h"
-#include "tests/denoise/reference.h"
+#include "libCore/core/source/control/shrink_lut.h"
+#include "libCore/core/source/neon/mask/mask_morphology.h"
+#include "libCore/core/source/neon/wavelet/wavelet_smooth.h"
 
 namespace eisbench {
 
@@ -85,16 +83,6 @@ struct DenoiseWork {
     }
 
     void chromaHighLevel() { chroma(ChromaHighLevelMainCall_2); }
-
-    void plainComposition() {
-        eis::ST_DN_PARAMS_VA va = eis::DnParamsOf(dn);
-        va.pMaskIIR = mask.data();
-        va.pSpatialChromaNrLUT = lut.data();
-        const eis::test::ReferencePicture picture{
-            frame.width(),        frame.height(), frame.plane(0), {frame.plane(1), frame.plane(2)},
-            frame.chromaStride(), nullptr,        frame.stride()};
-        eis::test::referenceDenoise(picture, va);
-    }
 
     void openCvDenoise() {
         cv::Mat bgr(frame.height(), frame.width(), CV_8UC3, cv::Scalar(90, 120, 100));
@@ -192,7 +180,6 @@ void addEntries(int width, int height) {
     };
     addRow("denoise luma and chroma " + size, "eis", [=] { work->highLevel(); });
     addRow("denoise luma and chroma " + size, "memcpy of the planes", copyPlanes);
-    addRow("denoise luma and chroma " + size, "composition of plain twins", [=] { work->plainComposition(); });
     if (width <= 1920) {
         addRow("denoise luma and chroma " + size, "OpenCV fastNlMeansDenoisingColored", [=] { work->openCvDenoise(); });
     }

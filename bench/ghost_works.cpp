@@ -5,9 +5,8 @@
 #include "bench/frame.h"
 #include "bench/works.h"
 #include "libCore/core/source/neon/GhostDetection_Multithread.h"
-#include "libCore/core/source/neon/ghost_detection.h"
-#include "libCore/core/source/neon/ghost_filter.h"
-#include "tests/ghost/reference.h"
+#include "libCore/core/source/neon/ghost/ghost_detection.h"
+#include "libCore/core/source/neon/ghost/ghost_filter.h"
 
 namespace eisbench {
 
@@ -63,8 +62,6 @@ void registerGhostWorks() {
            [=] { benchmark::DoNotOptimize(eis::GhostDetection_Multithread_Maincall(&work->in, &work->out)); });
     addRow(whole, "eis",
            [=] { benchmark::DoNotOptimize(eis::GhostDetectionMFNRPrivate_UpScaleX16_neon(&work->in, &work->out)); });
-    addRow(whole, "composition of plain twins",
-           [=] { benchmark::DoNotOptimize(eis::test::referenceGhosts(work->in).size); });
     for (const std::string& name : {detection, whole}) {
         addRow(name, "memcpy of the planes", [=] {
             std::memcpy(work->copy.data(), work->frame.bytes().data(), work->copy.size());

@@ -9,10 +9,10 @@
 #include "bench/frame.h"
 #include "bench/works.h"
 #include "include/acore_api.h"
-#include "libCore/core/source/motion_estimation.h"
-#include "libCore/core/source/neon/affine_transform.h"
-#include "libCore/core/source/neon/mirror_fill.h"
-#include "libCore/core/source/neon/warp_runs.h"
+#include "libCore/core/source/neon/warp/affine_transform.h"
+#include "libCore/core/source/neon/warp/mirror_fill.h"
+#include "libCore/core/source/neon/warp/warp_runs.h"
+#include "libCore/core/source/registration/motion_estimation.h"
 
 namespace eisbench {
 

@@ -1,6 +1,7 @@
 # `cmake --install` and the Debian package: the two libraries, the public headers and the tools.
 install(TARGETS kelvane_eis_ap eis_huefuse_acore LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvane_eis_ap FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvane_eis_ap FILES_MATCHING
+    PATTERN "*.h" PATTERN "st_*.h" EXCLUDE)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME libkelvane-eis-ap)
 set(CPACK_PACKAGE_CONTACT "libkelvane_eis_ap developers")

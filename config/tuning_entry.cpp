@@ -2,12 +2,12 @@
 #include "bounded/bounded_format.h"
 #include "config/tuning_load.h"
 #include "include/acore_api.h"
-#include "libCore/core/source/export.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/version.h"
-#include "libCore/core/source/wire.h"
-#include "platform/huefuse/peer_api.h"
+#include "libCore/core/source/frame/export.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/peer_api.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/version.h"
+#include "libCore/core/source/frame/wire.h"
 
 namespace eis {
 

@@ -9,7 +9,7 @@
 #include "bounded/bounded_string.h"
 #include "config/decimal_stream.h"
 #include "config/tuning_keys.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/wire.h"
 
 namespace eis {
 

@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "config/xml_encoding.h"
-#include "libCore/core/source/memory.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/memory.h"
+#include "libCore/core/source/frame/wire.h"
 
 namespace eis {
 

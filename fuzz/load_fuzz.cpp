@@ -14,7 +14,7 @@
 #include "config/tuning_origin.h"
 #include "config/xml_encoding.h"
 #include "fuzz/check.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/wire.h"
 
 namespace {
 

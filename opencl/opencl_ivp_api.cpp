@@ -9,10 +9,10 @@
 #include "bounded/bounded_format.h"
 #include "bounded/bounded_memory.h"
 #include "include/acore_api.h"
-#include "libCore/core/source/export.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/neon/traced_thread.h"
-#include "libCore/core/source/trace.h"
+#include "libCore/core/source/frame/export.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/trace.h"
+#include "libCore/core/source/frame/traced_thread.h"
 
 namespace eis {
 

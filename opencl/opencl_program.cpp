@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "include/acore_types.h"
-#include "libCore/core/source/log.h"
+#include "libCore/core/source/frame/log.h"
 #include "opencl/info_buf.h"
 #include "opencl/program_file.h"
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "libCore/core/source/log.h"
+#include "libCore/core/source/frame/log.h"
 
 namespace eis {
 

@@ -1,10 +1,10 @@
 #include "opencl/temporal_filter.h"
 
 #include "bounded/bounded_memory.h"
-#include "libCore/core/source/clock.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/clock.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/wire.h"
 #include "opencl/opencl_ivp_api.h"
 #include "opencl/opencl_program.h"
 

@@ -1,11 +1,11 @@
 #include "highLevel/src/MultiDenoise_MultiThread.h"
 
 #include "highLevel/src/SpatialFilter.h"
-#include "highLevel/src/band_meeting.h"
-#include "highLevel/src/nr_bands.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/neon/traced_thread.h"
+#include "highLevel/src/band/band_meeting.h"
+#include "highLevel/src/band/nr_bands.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/traced_thread.h"
 
 namespace eis {
 

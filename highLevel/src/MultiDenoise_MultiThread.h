@@ -2,7 +2,7 @@
 // thread.
 #pragma once
 
-#include "highLevel/src/denoise_params.h"
+#include "highLevel/src/band/denoise_params.h"
 #include "include/acore_types.h"
 
 namespace eis {

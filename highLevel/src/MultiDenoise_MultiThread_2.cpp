@@ -1,10 +1,10 @@
 #include "highLevel/src/MultiDenoise_MultiThread_2.h"
 
 #include "highLevel/src/SpatialFilter_2.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/neon/traced_thread.h"
-#include "libCore/core/source/slots.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/traced_thread.h"
 
 namespace eis {
 

@@ -1,11 +1,11 @@
 #include "highLevel/src/SpatialFilter.h"
 
-#include "highLevel/src/band_meeting.h"
-#include "highLevel/src/chroma_pass.h"
-#include "highLevel/src/luma_pass.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/memory.h"
+#include "highLevel/src/band/band_meeting.h"
+#include "highLevel/src/chroma/chroma_pass.h"
+#include "highLevel/src/luma/luma_pass.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/memory.h"
 
 namespace eis {
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "highLevel/src/denoise_params.h"
+#include "highLevel/src/band/denoise_params.h"
 #include "include/acore_types.h"
 
 namespace eis {

@@ -3,10 +3,10 @@
 #include <unistd.h>
 
 #include "bounded/bounded_memory.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/wire.h"
 
 namespace eis {
 

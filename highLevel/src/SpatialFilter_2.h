@@ -5,9 +5,9 @@
 #include <atomic>
 #include <cstdint>
 
-#include "highLevel/src/chroma_pass.h"
-#include "highLevel/src/denoise_params.h"
-#include "libCore/core/source/memory.h"
+#include "highLevel/src/band/denoise_params.h"
+#include "highLevel/src/chroma/chroma_pass.h"
+#include "libCore/core/source/frame/memory.h"
 
 namespace eis {
 

@@ -1,5 +1,5 @@
 // A stand-in for the closed sibling library: it takes the callbacks and does nothing with them.
-#include "platform/huefuse/peer_api.h"
+#include "libCore/core/source/frame/peer_api.h"
 
 #define PEER_EXPORT __attribute__((visibility("default")))
 

@@ -1,4 +1,5 @@
-#include "highLevel/src/chroma_edges.h"
+#include "highLevel/src/chroma/chroma_edges.h"
+#include "libCore/core/source/neon/resample/binomial3x3.h"
 
 #include <vector>
 

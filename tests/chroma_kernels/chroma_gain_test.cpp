@@ -1,9 +1,9 @@
-#include "highLevel/src/chroma_gain.h"
+#include "highLevel/src/chroma/chroma_gain.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "highLevel/src/q7_convert.h"
+#include "libCore/core/source/neon/wavelet/q7_convert.h"
 #include "tests/chroma_kernels/cases.h"
 
 namespace eis::test {

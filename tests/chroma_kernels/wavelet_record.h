@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "libCore/core/source/neon/wavelet_dispatch.h"
+#include "libCore/core/source/neon/wavelet/wavelet_dispatch.h"
 #include "tests/chroma_kernels/cases.h"
 
 namespace eis::test {

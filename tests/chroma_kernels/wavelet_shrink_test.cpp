@@ -1,4 +1,4 @@
-#include "libCore/core/source/neon/wavelet_shrink.h"
+#include "libCore/core/source/neon/wavelet/wavelet_shrink.h"
 
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include "libCore/core/source/neon/wavelet_smooth.h"
+#include "libCore/core/source/neon/wavelet/wavelet_smooth.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
-#include "libCore/core/source/neon/wavelet_sweep.h"
+#include "libCore/core/source/neon/wavelet/wavelet_sweep.h"
 
-#include "libCore/core/source/neon/wavelet_dispatch.h"
+#include "libCore/core/source/neon/wavelet/wavelet_dispatch.h"
 
 #include "tests/chroma_kernels/wavelet_record.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <tuple>
 
-#include "platform/huefuse/peer_api.h"
+#include "libCore/core/source/frame/peer_api.h"
 #include "tests/config/load_fixture.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/entry_faults.h"

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "libCore/core/source/control_curves.h"
-#include "libCore/core/source/shrink_lut.h"
+#include "libCore/core/source/control/control_curves.h"
+#include "libCore/core/source/control/shrink_lut.h"
 
 namespace eis::test {
 

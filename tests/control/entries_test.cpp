@@ -7,8 +7,8 @@
 #include <string>
 
 #include "include/acore_api.h"
-#include "libCore/core/source/memory.h"
-#include "libCore/core/source/slots.h"
+#include "libCore/core/source/frame/memory.h"
+#include "libCore/core/source/frame/slots.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/content.h"
 #include "tests/harness/entry_faults.h"

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "highLevel/src/chroma_pass.h"
-#include "highLevel/src/nr_bands.h"
+#include "highLevel/src/band/nr_bands.h"
+#include "highLevel/src/chroma/chroma_pass.h"
 #include "tests/denoise/chroma_call.h"
 #include "tests/harness/targets.h"
 

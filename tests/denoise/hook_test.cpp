@@ -5,7 +5,7 @@
 #include <memory>
 #include <mutex>
 
-#include "libCore/core/source/slots.h"
+#include "libCore/core/source/frame/slots.h"
 #include "tests/denoise/chroma_call.h"
 #include "tests/denoise/spatial_call.h"
 

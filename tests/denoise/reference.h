@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "highLevel/src/denoise_params.h"
+#include "highLevel/src/band/denoise_params.h"
 
 namespace eis::test {
 

@@ -4,14 +4,15 @@
 
 #include <algorithm>
 
-#include "highLevel/src/chroma_edges.h"
-#include "highLevel/src/chroma_gain.h"
-#include "highLevel/src/q7_convert.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/neon/mask_morphology.h"
-#include "libCore/core/source/neon/resample_down.h"
-#include "libCore/core/source/neon/resample_up.h"
-#include "libCore/core/source/neon/wavelet_dispatch.h"
+#include "highLevel/src/chroma/chroma_edges.h"
+#include "highLevel/src/chroma/chroma_gain.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/neon/mask/mask_morphology.h"
+#include "libCore/core/source/neon/resample/binomial3x3.h"
+#include "libCore/core/source/neon/resample/resample_down.h"
+#include "libCore/core/source/neon/resample/resample_up.h"
+#include "libCore/core/source/neon/wavelet/q7_convert.h"
+#include "libCore/core/source/neon/wavelet/wavelet_dispatch.h"
 
 namespace eis::test {
 

@@ -3,17 +3,17 @@
 #include <algorithm>
 #include <array>
 
-#include "highLevel/src/detail_map.h"
-#include "highLevel/src/gradient_planes.h"
-#include "highLevel/src/lifting53.h"
-#include "highLevel/src/plane_convert.h"
-#include "highLevel/src/recursive_filter.h"
-#include "highLevel/src/remix_detail.h"
-#include "highLevel/src/shrink_band.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/neon/resample_down.h"
-#include "libCore/core/source/neon/resample_up.h"
-#include "libCore/core/source/shrink_lut.h"
+#include "highLevel/src/luma/detail_map.h"
+#include "highLevel/src/luma/gradient_planes.h"
+#include "highLevel/src/luma/lifting53.h"
+#include "highLevel/src/luma/plane_convert.h"
+#include "highLevel/src/luma/recursive_filter.h"
+#include "highLevel/src/luma/remix_detail.h"
+#include "highLevel/src/luma/shrink_band.h"
+#include "libCore/core/source/control/shrink_lut.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/neon/resample/resample_down.h"
+#include "libCore/core/source/neon/resample/resample_up.h"
 
 namespace eis::test {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "highLevel/src/denoise_params.h"
+#include "highLevel/src/band/denoise_params.h"
 #include "tests/harness/content.h"
 #include "tests/harness/device_space.h"
 #include "tests/harness/planes.h"

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "highLevel/src/lifting53.h"
-#include "highLevel/src/luma_pass.h"
-#include "highLevel/src/plane_convert.h"
+#include "highLevel/src/luma/lifting53.h"
+#include "highLevel/src/luma/luma_pass.h"
+#include "highLevel/src/luma/plane_convert.h"
 #include "tests/denoise/spatial_call.h"
 #include "tests/harness/targets.h"
 

@@ -1,11 +1,11 @@
 // The memory wrappers, with and without the host's table, and what they tell the trace hooks.
-#include "libCore/core/source/memory.h"
+#include "libCore/core/source/frame/memory.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "libCore/core/source/slots.h"
+#include "libCore/core/source/frame/slots.h"
 #include "tests/frame/trace_recorder.h"
 #include "tests/harness/calls.h"
 

@@ -1,4 +1,4 @@
-#include "libCore/core/source/plane_copy.h"
+#include "libCore/core/source/frame/plane_copy.h"
 
 #include <gtest/gtest.h>
 

@@ -4,10 +4,10 @@
 #include <cmath>
 
 #include "include/acore_api.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/clock.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/version.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/clock.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/version.h"
 #include "tests/harness/events.h"
 
 namespace eis {

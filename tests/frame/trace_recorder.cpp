@@ -7,7 +7,7 @@
 #include <mutex>
 #include <utility>
 
-#include "libCore/core/source/trace.h"
+#include "libCore/core/source/frame/trace.h"
 #include "tests/harness/calls.h"
 
 namespace eis::test {

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/neon/ghost_detection.h"
-#include "libCore/core/source/neon/ghost_mask.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/neon/ghost/ghost_detection.h"
+#include "libCore/core/source/neon/ghost/ghost_mask.h"
 #include "tests/ghost/reference.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/content.h"

@@ -1,4 +1,4 @@
-#include "libCore/core/source/neon/ghost_filter.h"
+#include "libCore/core/source/neon/ghost/ghost_filter.h"
 
 #include <vector>
 

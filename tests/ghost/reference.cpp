@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "highLevel/src/chroma_edges.h"
-#include "libCore/core/source/neon/ghost_filter.h"
-#include "libCore/core/source/neon/mask_morphology.h"
-#include "libCore/core/source/neon/resample_down.h"
-#include "libCore/core/source/neon/resample_up.h"
+#include "libCore/core/source/neon/ghost/ghost_filter.h"
+#include "libCore/core/source/neon/mask/mask_morphology.h"
+#include "libCore/core/source/neon/resample/binomial3x3.h"
+#include "libCore/core/source/neon/resample/resample_down.h"
+#include "libCore/core/source/neon/resample/resample_up.h"
 
 namespace eis::test {
 

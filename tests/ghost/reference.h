@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "libCore/core/source/neon/ghost_records.h"
+#include "include/st_ghostdetection.h"
 
 namespace eis::test {
 

@@ -7,8 +7,8 @@
 #include <cstring>
 #include <vector>
 
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/wire.h"
 #include "opencl/event_profile.h"
 #include "opencl/opencl_ivp_api.h"
 #include "tests/gpu/gpu_fixture.h"

@@ -1,6 +1,6 @@
-#include "highLevel/src/lifting53.h"
+#include "highLevel/src/luma/lifting53.h"
 
-#include "highLevel/src/plane_convert.h"
+#include "highLevel/src/luma/plane_convert.h"
 #include "tests/luma_kernels/forms.h"
 
 namespace eis::test {

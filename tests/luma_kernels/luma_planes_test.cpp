@@ -1,12 +1,12 @@
 #include <numeric>
 #include <vector>
 
-#include "highLevel/src/detail_map.h"
-#include "highLevel/src/gradient_planes.h"
-#include "highLevel/src/plane_convert.h"
-#include "highLevel/src/remix_detail.h"
-#include "highLevel/src/shrink_band.h"
-#include "libCore/core/source/shrink_lut.h"
+#include "highLevel/src/luma/detail_map.h"
+#include "highLevel/src/luma/gradient_planes.h"
+#include "highLevel/src/luma/plane_convert.h"
+#include "highLevel/src/luma/remix_detail.h"
+#include "highLevel/src/luma/shrink_band.h"
+#include "libCore/core/source/control/shrink_lut.h"
 #include "tests/harness/calls.h"
 #include "tests/luma_kernels/forms.h"
 

@@ -1,5 +1,5 @@
 // The digests and table entries were computed apart from this code.
-#include "highLevel/src/recursive_filter.h"
+#include "highLevel/src/luma/recursive_filter.h"
 
 #include <functional>
 #include <vector>

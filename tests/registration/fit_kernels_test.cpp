@@ -8,9 +8,9 @@
 #include <cstring>
 #include <vector>
 
-#include "libCore/core/source/jacobi_eigen9.h"
-#include "libCore/core/source/match_pairs.h"
-#include "libCore/core/source/neon/reprojection.h"
+#include "libCore/core/source/registration/jacobi_eigen9.h"
+#include "libCore/core/source/registration/match_pairs.h"
+#include "libCore/core/source/registration/reprojection.h"
 #include "tests/harness/content.h"
 #include "tests/harness/planes.h"
 #include "tests/harness/targets.h"

@@ -7,8 +7,8 @@
 #include <numeric>
 #include <string>
 
-#include "libCore/core/source/homography.h"
-#include "libCore/core/source/jacobi_eigen9.h"
+#include "libCore/core/source/registration/homography.h"
+#include "libCore/core/source/registration/jacobi_eigen9.h"
 #include "tests/harness/planes.h"
 #include "tests/registration/pairs.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "libCore/core/source/match_pairs.h"
+#include "libCore/core/source/registration/match_pairs.h"
 #include "tests/registration/pairs.h"
 
 namespace eis::test {

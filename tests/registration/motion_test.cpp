@@ -6,7 +6,7 @@
 #include <string>
 
 #include "include/acore_types.h"
-#include "libCore/core/source/motion_estimation.h"
+#include "libCore/core/source/registration/motion_estimation.h"
 #include "tests/harness/events.h"
 
 namespace eis::test {

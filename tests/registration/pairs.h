@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "libCore/core/source/match_pairs.h"
+#include "libCore/core/source/registration/match_pairs.h"
 #include "tests/harness/content.h"
 
 namespace eis {

@@ -1,9 +1,9 @@
 // Pictures at the pitches of registration.
 #pragma once
 
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/neon/mirror_fill.h"
-#include "libCore/core/source/picture.h"
+#include "include/st_picture.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/neon/warp/mirror_fill.h"
 #include "tests/harness/content.h"
 #include "tests/harness/planes.h"
 

@@ -6,8 +6,8 @@
 #include <limits>
 #include <string>
 
-#include "libCore/core/source/neon/reprojection.h"
-#include "libCore/core/source/ransac_estimation.h"
+#include "libCore/core/source/registration/ransac_estimation.h"
+#include "libCore/core/source/registration/reprojection.h"
 #include "tests/harness/planes.h"
 #include "tests/harness/targets.h"
 #include "tests/registration/pairs.h"

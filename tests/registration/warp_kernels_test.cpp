@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "libCore/core/source/neon/affine_transform.h"
-#include "libCore/core/source/neon/warp_rows.h"
+#include "libCore/core/source/neon/warp/affine_transform.h"
+#include "libCore/core/source/neon/warp/warp_rows.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/targets.h"
 #include "tests/registration/pictures.h"

@@ -3,8 +3,8 @@
 #include <utility>
 #include <vector>
 
-#include "libCore/core/source/neon/mask_bits.h"
-#include "libCore/core/source/neon/mask_morphology.h"
+#include "libCore/core/source/neon/mask/mask_bits.h"
+#include "libCore/core/source/neon/mask/mask_morphology.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/events.h"
 #include "tests/harness/kernel_cases.h"

@@ -1,6 +1,6 @@
 // The digests were computed apart from this code.
-#include "libCore/core/source/neon/resample_down.h"
-#include "libCore/core/source/neon/resample_up.h"
+#include "libCore/core/source/neon/resample/resample_down.h"
+#include "libCore/core/source/neon/resample/resample_up.h"
 #include "tests/harness/kernel_cases.h"
 
 namespace eis::test {

@@ -5,9 +5,9 @@
 #include <numeric>
 #include <vector>
 
-#include "libCore/core/source/neon/bilinear_position.h"
-#include "libCore/core/source/neon/bilinear_scale.h"
-#include "libCore/core/source/neon/mirror_border.h"
+#include "libCore/core/source/neon/scale/bilinear_position.h"
+#include "libCore/core/source/neon/scale/bilinear_scale.h"
+#include "libCore/core/source/neon/scale/mirror_border.h"
 #include "tests/harness/content.h"
 #include "tests/harness/planes.h"
 #include "tests/harness/targets.h"

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "libCore/core/source/neon/bilinear_scale.h"
-#include "libCore/core/source/neon/mirror_border.h"
+#include "libCore/core/source/neon/scale/bilinear_scale.h"
+#include "libCore/core/source/neon/scale/mirror_border.h"
 #include "tests/harness/targets.h"
 #include "tests/scale/scaling.h"
 

@@ -4,10 +4,10 @@
 #include <cstdlib>
 
 #include "include/acore_api.h"
-#include "libCore/core/source/export.h"
-#include "libCore/core/source/memory.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/trace.h"
+#include "libCore/core/source/frame/export.h"
+#include "libCore/core/source/frame/memory.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/trace.h"
 
 namespace eis {
 

@@ -3,14 +3,14 @@
 
 #include "bounded/bounded_memory.h"
 #include "include/acore_api.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/clock.h"
-#include "libCore/core/source/control_curves.h"
-#include "libCore/core/source/export.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/shrink_lut.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/control/control_curves.h"
+#include "libCore/core/source/control/shrink_lut.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/clock.h"
+#include "libCore/core/source/frame/export.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/wire.h"
 
 namespace eis {
 

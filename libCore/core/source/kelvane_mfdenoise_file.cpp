@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "include/acore_api.h"
-#include "libCore/core/source/export.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/export.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/wire.h"
 
 namespace eis {
 

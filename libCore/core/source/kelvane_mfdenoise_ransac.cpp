@@ -4,13 +4,13 @@
 #include <cstring>
 
 #include "include/acore_api.h"
-#include "libCore/core/source/export.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/match_pairs.h"
-#include "libCore/core/source/memory.h"
-#include "libCore/core/source/ransac_estimation.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/export.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/memory.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/wire.h"
+#include "libCore/core/source/registration/match_pairs.h"
+#include "libCore/core/source/registration/ransac_estimation.h"
 
 namespace eis {
 

@@ -2,14 +2,14 @@
 #include <cstddef>
 
 #include "include/acore_api.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/clock.h"
-#include "libCore/core/source/export.h"
-#include "libCore/core/source/img_registration.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/plane_copy.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/clock.h"
+#include "libCore/core/source/frame/export.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/plane_copy.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/wire.h"
+#include "libCore/core/source/registration/img_registration.h"
 
 namespace eis {
 

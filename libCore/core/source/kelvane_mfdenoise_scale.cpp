@@ -5,15 +5,15 @@
 #include <cstring>
 
 #include "include/acore_api.h"
-#include "libCore/core/source/clock.h"
-#include "libCore/core/source/export.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/memory.h"
-#include "libCore/core/source/neon/bilinear_position.h"
-#include "libCore/core/source/neon/bilinear_scale.h"
-#include "libCore/core/source/neon/mirror_border.h"
-#include "libCore/core/source/slots.h"
-#include "libCore/core/source/wire.h"
+#include "libCore/core/source/frame/clock.h"
+#include "libCore/core/source/frame/export.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/memory.h"
+#include "libCore/core/source/frame/slots.h"
+#include "libCore/core/source/frame/wire.h"
+#include "libCore/core/source/neon/scale/bilinear_position.h"
+#include "libCore/core/source/neon/scale/bilinear_scale.h"
+#include "libCore/core/source/neon/scale/mirror_border.h"
 
 namespace eis {
 

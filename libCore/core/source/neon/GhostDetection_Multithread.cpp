@@ -2,12 +2,12 @@
 
 #include <cstring>
 
-#include "highLevel/src/nr_bands.h"
-#include "libCore/core/source/arithmetic.h"
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/memory.h"
-#include "libCore/core/source/neon/ghost_detection.h"
-#include "libCore/core/source/neon/traced_thread.h"
+#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/memory.h"
+#include "libCore/core/source/frame/traced_thread.h"
+#include "libCore/core/source/neon/ghost/ghost_detection.h"
+#include "libCore/core/source/neon/resample/band_rows.h"
 
 namespace eis {
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "include/acore_types.h"
-#include "libCore/core/source/neon/ghost_records.h"
+#include "include/st_ghostdetection.h"
 
 namespace eis {
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "libCore/core/source/neon/traced_thread.h"
+#include "libCore/core/source/frame/traced_thread.h"
 
 namespace eis {
 

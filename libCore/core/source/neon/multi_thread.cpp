@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <memory>
 
-#include "libCore/core/source/log.h"
-#include "libCore/core/source/neon/traced_thread.h"
+#include "libCore/core/source/frame/log.h"
+#include "libCore/core/source/frame/traced_thread.h"
 
 namespace eis {
 

@@ -1,0 +1,84 @@
+// The chroma pass: both chroma planes at quarter scale, guarded by an edge map of their own.
+#pragma once
+
+#include <cstdint>
+
+#include "highLevel/src/band/nr_bands.h"
+#include "include/acore_types.h"
+#include "libCore/core/source/neon/resample/band_rows.h"
+#include "libCore/core/source/neon/wavelet/wavelet_sweep.h"
+
+namespace eis {
+
+// What the high level and the low level differ in.
+struct ChromaFamily {
+    int32_t chromaBase;
+    decltype(&WaveletMaskMap_neon) buildMap;
+    bool usesMask;
+};
+extern const ChromaFamily kChromaHighLevel;
+extern const ChromaFamily kChromaLowLevel;
+
+// How the edge map acts on the wavelet's thresholds.
+struct EdgeWindow {
+    int32_t chromaThrBase;
+    uint8_t edgeHigh;
+    uint8_t edgeLow;
+};
+EdgeWindow ComputeEdgeWindow(int32_t chromaS, int32_t chromaBase);
+
+// Planes of P = (width >> 2) * (height >> 2) samples and working memory, in one block.
+struct ChromaScratch {
+    uint8_t* uQuarter;
+    uint8_t* vQuarter;
+    uint8_t* magnitude;
+    uint8_t* smoothing;
+    uint8_t* edgeMap;
+    uint8_t* maskQuarter;  // low level
+    uint8_t* uQuarterDn;
+    uint8_t* vQuarterDn;
+    uint8_t* pFirstLevel;  // two planes
+    uint16_t* pThresholds;
+    int16_t* pSamples;  // kWideSamplePlanes planes, pWork among them
+    int16_t* pWork;     // three planes
+};
+inline constexpr int kWideSamplePlanes = 7;
+
+// Bytes of the block.
+inline int64_t chromaBandScratchSize(int32_t width, int32_t height) {
+    return int64_t{28} * (width >> 2) * (height >> 2);
+}
+// Lays the block out; it is aligned to 2 bytes.
+ChromaScratch CutChromaScratch(uint8_t* block, int32_t width, int32_t height, const ChromaFamily& family);
+
+struct ChromaPassParams {
+    const ChromaFamily* family;
+    // The picture or band, in luma pixels.
+    int32_t width;
+    NrBand band;
+    BandSource planes[2];
+    BandSource mask;             // low level
+    const uint8_t* gradQuarter;  // gradient of luma at quarter scale, or null
+    int32_t chromaS;
+    uint8_t chromaEdgeLevel;
+    int32_t chromaGainIndex;
+    int32_t chromaEdgeAlpha;
+    const uint8_t* pChromaLut;
+    int32_t levelShift;
+    uint8_t maskWeight;
+    ChromaScratch scratch;
+};
+
+// Depth and weight of the motion mask. The luma passes, whose wavelet reads neither, leave both at 0.
+void SetMotionMask(ChromaPassParams& params, uint8_t iirImgCount);
+
+// Leaves the denoised planes at quarter scale in uQuarterDn and vQuarterDn: of a band the rows that the writing below
+// reads, its core and a row on either side. retStsNoMemory when the edge mask could not be grown.
+ret_status RunChromaPass(const ChromaPassParams& params);
+
+// Scales the denoised planes up into the picture's: all rows, or the core rows of a band. Columns and rows behind the
+// last whole quarter-scale sample stay as they are.
+void WriteChroma(const ChromaPassParams& params, uint8_t* const planes[2]);
+void WriteChromaBand(const ChromaPassParams& params, uint8_t* const planes[2]);
+
+}  // namespace eis

@@ -1,0 +1,79 @@
+#include "highLevel/src/luma/detail_map.h"
+
+#include <cstdlib>
+#include <memory>
+
+#include "highLevel/src/luma/gauss_weight.h"
+#include "highLevel/src/luma/median_of_three.h"
+#include "libCore/core/source/frame/second_sweep.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "highLevel/src/luma/detail_map.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+
+// Medians of three samples that stand `step` apart, for `count` samples.
+void MedianRun(const uint8_t* HWY_RESTRICT src, int64_t step, int count, uint8_t* HWY_RESTRICT dst) {
+    for (int x = 0; x < count; ++x) dst[x] = medianOfThree(src[x - step], src[x], src[x + step]);
+}
+
+// The weight is at most 32768, so that the product's upper half is the scaled sample.
+void ScaleRun(uint8_t* HWY_RESTRICT plane, const uint8_t* HWY_RESTRICT luma, int count, uint16_t scale) {
+    for (int x = 0; x < count; ++x) {
+        const auto product = static_cast<uint16_t>(luma[x] * scale);
+        const auto weight = static_cast<uint16_t>(product < 32768 ? product : 32768);
+        const auto doubled = static_cast<uint16_t>(2 * plane[x]);
+        plane[x] = static_cast<uint8_t>((uint32_t{doubled} * weight) >> 16);
+    }
+}
+
+void SeparableMedian(uint8_t* plane, int width, int height, uint8_t* tmp) {
+    for (int64_t y = 0; y < height; ++y) MedianRun(plane + y * width + 1, 1, width - 2, tmp + y * width + 1);
+    for (int64_t y = 1; y < height - 1; ++y) MedianRun(tmp + y * width + 1, width, width - 2, plane + y * width + 1);
+}
+
+void ScalePlane(uint8_t* plane, const uint8_t* luma, int width, int height, uint16_t scale) {
+    for (int64_t y = 0; y < height; ++y) {
+        sweepRow<8>(width, [&](int first, int count) {
+            ScaleRun(plane + y * width + first, luma + y * width + first, count, scale);
+        });
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(SeparableMedian);
+HWY_EXPORT(ScalePlane);
+
+void Median3x3Separable(uint8_t* pPlane, int width, int height, uint8_t* pTmp) {
+    HWY_DYNAMIC_DISPATCH(SeparableMedian)(pPlane, width, height, pTmp);
+}
+
+void GaussRemapPlane(uint8_t* pPlane, int stride, int width, int height, int32_t sigma, int32_t centre) {
+    if (sigma < 0) return;
+    const std::unique_ptr<int32_t, decltype(&std::free)> table(static_cast<int32_t*>(std::calloc(256, sizeof(int32_t))),
+                                                               &std::free);
+    if (table == nullptr) return;
+    for (int i = 0; i < 256; ++i) table.get()[i] = gaussWeighted(i, sigma, centre);
+    for (int64_t y = 0; y < height; ++y) {
+        uint8_t* row = pPlane + y * stride;
+        for (int x = 0; x < width; ++x) row[x] = static_cast<uint8_t>(table.get()[row[x]]);
+    }
+}
+
+void ScaleByLuma(uint8_t* pPlane, const uint8_t* pLuma, int width, int height, int32_t lumaLimit) {
+    if (lumaLimit <= 127) return;
+    HWY_DYNAMIC_DISPATCH(ScalePlane)(pPlane, pLuma, width, height, static_cast<uint16_t>(32768 / lumaLimit));
+}
+
+}  // namespace eis
+#endif

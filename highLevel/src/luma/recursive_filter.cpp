@@ -1,0 +1,351 @@
+#include "highLevel/src/luma/recursive_filter.h"
+
+#include <hwy/cache_control.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "libCore/core/source/control/control_curves.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "highLevel/src/luma/recursive_filter.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+#include "highLevel/src/luma/half_table-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+
+// A row's pull along itself is one long chain of look-ups, but depends on no other row; the pull down a column depends
+// on no other column. So a block of rows is filtered strip by strip: along with a lane for each row, then down with a
+// lane for each column. Look-ups take vectors in pairs.
+constexpr int kPairs = kLanes < 16 ? 2 : 1;
+constexpr int kBlockRows = 2 * kLanes * kPairs;
+constexpr int kStrip = 64;  // columns
+constexpr int kTile = 8;    // columns that change places with rows in one go
+
+// Samples around 128 are what 16 bits hold in Q7. Inside this window, with a table that leads no further beyond what it
+// pulls to than the room left at both ends, no sum can wrap. The low band of 8-bit luma reaches -160 to 415, in
+// patterns that pictures hardly have; strips with such samples take 32 bits.
+constexpr int kCentre = 128 * 128;
+constexpr int kWindowLow = -120;
+constexpr int kWindowHigh = 375;
+constexpr int kRoom = 1000;  // Q7; one half of it along the row, one half down the column
+// A pull to a difference of k steps ends beyond it only where the entry comes within half a step of k, and then by k
+// steps at most.
+constexpr int kMaxOvershootSteps = kRoom / 2 / 32;
+
+constexpr int kMiddle = kRecursiveLutEntries / 2;
+
+struct PullTable {
+    const int16_t* all;
+    HalfTable half;
+};
+
+// Whether the table is fit for 16 bits.
+bool SetTable(const int16_t* all, PullTable& table) {
+    table.all = all;
+    bool fit = true;
+    for (int k = 0; k < kHalfTableEntries; ++k) {
+        const int steps = k < kMiddle ? k : kMiddle;
+        const int16_t pull = all[kMiddle + steps];
+        const bool overshoots = steps > kMaxOvershootSteps && pull > 32 * steps - 16;
+        fit = fit && all[kMiddle - steps] == -pull && pull >= 0 && pull <= 32 * steps && !overshoots;
+        table.half.words[k] = pull;
+    }
+    SetHalfTable(table.half);
+    return fit;
+}
+
+// Each base, moved by the table's entry for the difference from - to. The difference saturates far outside the table.
+// The table is odd in the index, but the index is not odd in the difference.
+HWY_INLINE VectorPair Pulled(const PullTable& table, const VectorPair& base, const VectorPair& from,
+                             const VectorPair& to) {
+    const D16 d;
+    const V16 half = hn::Set(d, 16);
+    const V16 last = hn::Set(d, kMiddle);
+    const V16 ka = hn::ShiftRight<5>(hn::SaturatedSub(from.a, hn::Sub(to.a, half)));
+    const V16 kb = hn::ShiftRight<5>(hn::SaturatedSub(from.b, hn::Sub(to.b, half)));
+    const VectorPair pull = LookUpWords(table.half, {hn::Min(hn::Abs(ka), last), hn::Min(hn::Abs(kb), last)});
+    return {hn::Add(base.a, WithSignOf(ka, pull.a)), hn::Add(base.b, WithSignOf(kb, pull.b))};
+}
+
+// Eight rows of eight samples become columns, and back, in each block of 128 bits.
+HWY_INLINE void TransposeBlocks(V16* rows) {
+    const D16 d;
+    for (int stage = 0; stage < 3; ++stage) {
+        V16 shuffled[kTile];
+        for (int i = 0; i < kTile / 2; ++i) {
+            shuffled[2 * i] = hn::InterleaveLower(d, rows[i], rows[i + 4]);
+            shuffled[2 * i + 1] = hn::InterleaveUpper(d, rows[i], rows[i + 4]);
+        }
+        for (int i = 0; i < kTile; ++i) rows[i] = shuffled[i];
+    }
+}
+
+// Blocks of eight samples that stand eight rows apart in a strip.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadBlocks(D d, const int16_t* from) {
+    if constexpr (hn::MaxLanes(D()) == 8) {
+        return hn::Load(d, from);
+    } else {
+        const hn::Half<D> dh;
+        return hn::Combine(d, LoadBlocks(dh, from + int64_t{hn::MaxLanes(dh)} * kStrip), LoadBlocks(dh, from));
+    }
+}
+template <class D>
+HWY_INLINE void StoreBlocks(D d, hn::Vec<D> v, int16_t* to) {
+    if constexpr (hn::MaxLanes(D()) == 8) {
+        hn::Store(v, d, to);
+    } else {
+        const hn::Half<D> dh;
+        StoreBlocks(dh, hn::LowerHalf(dh, v), to);
+        StoreBlocks(dh, hn::UpperHalf(dh, v), to + int64_t{hn::MaxLanes(dh)} * kStrip);
+    }
+}
+
+struct PullTables {
+    PullTable along;
+    PullTable down;
+    PullTable restore;
+    bool fit;
+};
+
+// Rows that are filtered together, in the pass's order.
+struct RowBlock {
+    int rows;
+    bool backward;
+    bool opensPass;                                 // its first row has none before it
+    HWY_ALIGN int16_t samples[kBlockRows][kStrip];  // of the strip at hand; rows without samples of their own repeat
+    HWY_ALIGN int16_t pulled[kBlockRows][kStrip];   // along the row, Q7 around the centre
+    int32_t state[kBlockRows];                      // the last value of each row
+    const int16_t* nextStrip;                       // in the first row, fetched while the strip at hand is filtered
+    int64_t nextRow;                                // samples from row to row there
+};
+
+HWY_INLINE V16 CentredQ7(V16 samples) {
+    const D16 d;
+    return hn::ShiftLeft<7>(hn::Sub(samples, hn::Set(d, kCentre >> 7)));
+}
+
+// Pulls along all rows of the strip. False when samples lie outside the window.
+bool PullAlong(const PullTable& table, RowBlock& block) {
+    const D16 d;
+    HWY_ALIGN int16_t last[kBlockRows];
+    for (int r = 0; r < kBlockRows; ++r) last[r] = static_cast<int16_t>(block.state[r] - kCentre);
+    VectorPair h[kPairs];
+    for (int p = 0; p < kPairs; ++p) {
+        h[p] = {hn::Load(d, last + 2 * p * kLanes), hn::Load(d, last + (2 * p + 1) * kLanes)};
+    }
+    V16 least = hn::Zero(d);
+    V16 most = least;
+    const int first = block.backward ? kStrip - kTile : 0;
+    const int step = block.backward ? -kTile : kTile;
+    for (int tile = 0, column = first; tile < kStrip / kTile; ++tile, column += step) {
+        V16 x[kPairs][2][kTile];
+        for (int p = 0; p < kPairs; ++p) {
+            for (int v = 0; v < 2; ++v) {
+                for (int i = 0; i < kTile; ++i) {
+                    x[p][v][i] = LoadBlocks(d, &block.samples[(2 * p + v) * kLanes + i][column]);
+                    least = hn::Min(least, x[p][v][i]);
+                    most = hn::Max(most, x[p][v][i]);
+                }
+                TransposeBlocks(x[p][v]);
+            }
+        }
+        for (int i = 0; i < kTile; ++i) {
+            const int c = block.backward ? kTile - 1 - i : i;
+            for (int p = 0; p < kPairs; ++p) {
+                const VectorPair sample{CentredQ7(x[p][0][c]), CentredQ7(x[p][1][c])};
+                h[p] = Pulled(table, sample, h[p], sample);
+                x[p][0][c] = h[p].a;
+                x[p][1][c] = h[p].b;
+            }
+        }
+        for (int p = 0; p < kPairs; ++p) {
+            for (int v = 0; v < 2; ++v) {
+                TransposeBlocks(x[p][v]);
+                for (int i = 0; i < kTile; ++i) {
+                    StoreBlocks(d, x[p][v][i], &block.pulled[(2 * p + v) * kLanes + i][column]);
+                }
+            }
+        }
+    }
+    const auto outside = hn::Or(hn::Lt(least, hn::Set(d, kWindowLow)), hn::Gt(most, hn::Set(d, kWindowHigh)));
+    if (!hn::AllFalse(d, outside)) return false;
+    for (int p = 0; p < kPairs; ++p) {
+        hn::Store(h[p].a, d, last + 2 * p * kLanes);
+        hn::Store(h[p].b, d, last + (2 * p + 1) * kLanes);
+    }
+    for (int r = 0; r < kBlockRows; ++r) block.state[r] = last[r] + kCentre;
+    return true;
+}
+
+// Pulls the strip's rows down its columns and leaves the outputs in place of the samples.
+void PullDown(const PullTables& tables, RowBlock& block, int16_t* HWY_RESTRICT line) {
+    const D16 d;
+    const V16 rounding = hn::Set(d, 63);
+    const V16 centre = hn::Set(d, kCentre >> 7);
+    for (int c = 0; c < kStrip; c += 2 * kLanes) {
+        const int16_t* opening = block.opensPass ? block.pulled[0] : line;
+        VectorPair v{hn::Load(d, opening + c), hn::Load(d, opening + c + kLanes)};
+        for (int r = 0; r < block.rows; ++r) {
+            int16_t* samples = block.samples[r] + c;
+            const int16_t* pulled = block.pulled[r] + c;
+            hwy::Prefetch(block.nextStrip + r * block.nextRow + c);
+            const VectorPair h{hn::Load(d, pulled), hn::Load(d, pulled + kLanes)};
+            v = Pulled(tables.down, h, v, h);
+            const VectorPair x{CentredQ7(hn::Load(d, samples)), CentredQ7(hn::Load(d, samples + kLanes))};
+            const VectorPair out = Pulled(tables.restore, {hn::Add(v.a, rounding), hn::Add(v.b, rounding)}, x, v);
+            hn::Store(hn::Add(hn::ShiftRight<7>(out.a), centre), d, samples);
+            hn::Store(hn::Add(hn::ShiftRight<7>(out.b), centre), d, samples + kLanes);
+        }
+        hn::Store(v.a, d, line + c);
+        hn::Store(v.b, d, line + c + kLanes);
+    }
+}
+
+// Whether all values lie within `room` of the window, as differences from the centre.
+bool InWindow(const int32_t* HWY_RESTRICT values, int count, int room, int16_t* HWY_RESTRICT centred) {
+    int32_t least = kCentre;
+    int32_t most = kCentre;
+    for (int i = 0; i < count; ++i) {
+        least = values[i] < least ? values[i] : least;
+        most = values[i] > most ? values[i] : most;
+        centred[i] = static_cast<int16_t>(values[i] - kCentre);
+    }
+    return least >= 128 * kWindowLow - room && most <= 128 * kWindowHigh + room;
+}
+
+// False when 16 bits do not hold what the strip needs; nothing is changed then.
+bool FilterNarrow(const PullTables& tables, RowBlock& block, int count, int32_t* line) {
+    if (!tables.fit) return false;
+    HWY_ALIGN int16_t centred[HWY_MAX(kStrip, kBlockRows)];
+    if (!InWindow(block.state, kBlockRows, kRoom / 2, centred)) return false;
+    if (!block.opensPass && !InWindow(line, count, kRoom, centred)) return false;
+    for (int i = count; i < kStrip; ++i) centred[i] = 0;
+    if (!PullAlong(tables.along, block)) return false;
+    PullDown(tables, block, centred);
+    for (int i = 0; i < count; ++i) line[i] = centred[i] + kCentre;
+    return true;
+}
+
+HWY_INLINE int32_t PullOf(const int16_t* table, int32_t difference) {
+    const int32_t index = (difference + 3856) >> 5;
+    const int32_t low = index > 0 ? index : 0;
+    return table[low < kRecursiveLutEntries - 1 ? low : kRecursiveLutEntries - 1];
+}
+
+void FilterWide(const PullTables& tables, RowBlock& block, int count, int32_t* line) {
+    for (int r = 0; r < block.rows; ++r) {
+        int32_t h = block.state[r];
+        for (int i = 0; i < count; ++i) {
+            const int c = block.backward ? count - 1 - i : i;
+            const int32_t x = 128 * block.samples[r][c];
+            h = x + PullOf(tables.along.all, h - x);
+            const int32_t v = r == 0 && block.opensPass ? h : h + PullOf(tables.down.all, line[c] - h);
+            line[c] = v;
+            block.samples[r][c] = static_cast<int16_t>((v + PullOf(tables.restore.all, x - v) + 63) >> 7);
+        }
+        block.state[r] = h;
+    }
+    for (int r = block.rows; r < kBlockRows; ++r) block.state[r] = block.state[block.rows - 1];
+}
+
+HWY_INLINE void CopySamples(const int16_t* from, int count, int16_t* to) {
+    if (count == kStrip) {
+        memcpy(to, from, kStrip * sizeof(int16_t));
+    } else {
+        memcpy(to, from, count * sizeof(int16_t));
+    }
+}
+
+// A row's first sample follows itself, which is no pull; so do the repeated ones that fill up a strip.
+void FilterBlock(const PullTables& tables, const RecursiveFilterArgs& args, RowBlock& block, int64_t row) {
+    const int64_t down = block.backward ? -1 : 1;
+    const int strips = (args.width + kStrip - 1) / kStrip;
+    for (int i = 0; i < strips; ++i) {
+        const int column = kStrip * (block.backward ? strips - 1 - i : i);
+        const int count = args.width - column < kStrip ? args.width - column : kStrip;
+        const int16_t* src = args.pSrc + row * args.srcStride + column;
+        int16_t* dst = args.pDst + row * args.dstStride + column;
+        for (int r = 0; r < kBlockRows; ++r) {
+            if (r < block.rows) CopySamples(src + r * down * args.srcStride, count, block.samples[r]);
+            if (r >= block.rows) memcpy(block.samples[r], block.samples[block.rows - 1], sizeof block.samples[r]);
+            if (r < block.rows)
+                std::fill(block.samples[r] + count, block.samples[r] + kStrip, block.samples[r][count - 1]);
+            if (i == 0) block.state[r] = 128 * block.samples[r][block.backward ? count - 1 : 0];
+        }
+        // Rows lie apart, so that no processor foresees the next strip.
+        const int next = column + (block.backward ? -kStrip : kStrip);
+        const bool fetches = next >= 0 && next + kStrip <= args.width;
+        block.nextStrip = fetches ? src - column + next : block.samples[0];
+        block.nextRow = fetches ? down * args.srcStride : kStrip;
+        int16_t& start = dst[block.backward ? count - 1 : 0];
+        const int16_t kept = start;
+        if (!FilterNarrow(tables, block, count, args.pLineState + column)) {
+            FilterWide(tables, block, count, args.pLineState + column);
+        }
+        for (int r = 0; r < block.rows; ++r) CopySamples(block.samples[r], count, dst + r * down * args.dstStride);
+        if (i == 0 && block.opensPass) start = kept;
+    }
+}
+
+void RecursivePass(const RecursiveFilterArgs& args, bool backward, bool opensPass) {
+    if (args.width < 1) return;
+    PullTables tables;
+    tables.fit = SetTable(args.pFollowH, tables.along);
+    tables.fit = SetTable(args.pFollowV, tables.down) && tables.fit;
+    tables.fit = SetTable(args.pRestore, tables.restore) && tables.fit;
+    RowBlock block;
+    block.backward = backward;
+    for (int y = 0; y < args.height; y += kBlockRows) {
+        block.rows = args.height - y < kBlockRows ? args.height - y : kBlockRows;
+        block.opensPass = opensPass && y == 0;
+        FilterBlock(tables, args, block, backward ? args.height - 1 - y : y);
+    }
+}
+
+int BlockRows() {
+    return kBlockRows;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(RecursivePass);
+HWY_EXPORT(BlockRows);
+
+void BuildRecursiveLut(int16_t* pLut, int16_t strength, int32_t mix) {
+    BuildLumaCurveSingle(pLut, strength);
+    ApplyLumaGain(pLut, mix, pLut + kRecursiveLutEntries);
+}
+
+void RecursiveLLForwardPart(const RecursiveFilterArgs* args, bool opensPass) {
+    HWY_DYNAMIC_DISPATCH(RecursivePass)(*args, false, opensPass);
+}
+
+void RecursiveLLBackwardPart(const RecursiveFilterArgs* args, bool opensPass) {
+    HWY_DYNAMIC_DISPATCH(RecursivePass)(*args, true, opensPass);
+}
+
+void RecursiveLLForward(const RecursiveFilterArgs* args) {
+    RecursiveLLForwardPart(args, true);
+}
+
+void RecursiveLLBackward(const RecursiveFilterArgs* args) {
+    RecursiveLLBackwardPart(args, true);
+}
+
+int RecursiveBlockRows() {
+    return HWY_DYNAMIC_DISPATCH(BlockRows)();
+}
+
+}  // namespace eis
+#endif

@@ -1,0 +1,50 @@
+#include "libCore/core/source/control/curve_powers.h"
+
+#include <algorithm>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "libCore/core/source/control/curve_powers.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+void CurvePowers(const double* HWY_RESTRICT logs, int count, double exponent, double* HWY_RESTRICT powers) {
+    const hn::ScalableTag<double> d;
+    const hn::RebindToUnsigned<decltype(d)> dU;
+    const auto one = hn::Set(d, 1.0);
+    const auto round = hn::Set(d, 6755399441055744.0);  // added, leaves an integer in the lowest bits
+    const int step = static_cast<int>(hn::Lanes(d));
+    for (int k = 0; k < count; k += step) {
+        const int at = std::min(k, count - step);
+        const auto x = hn::Max(hn::Mul(hn::Set(d, exponent), hn::LoadU(d, logs + at)), hn::Set(d, -700.0));
+        const auto shifted = hn::MulAdd(x, hn::Set(d, 1.4426950408889634), round);
+        const auto halvings = hn::Sub(shifted, round);
+        const auto r = hn::NegMulAdd(halvings, hn::Set(d, 1.90821492927058770e-10),
+                                     hn::NegMulAdd(halvings, hn::Set(d, 0.693147180369123816), x));
+        auto sum = one;
+        for (int i = 12; i >= 1; --i) sum = hn::MulAdd(hn::Mul(r, hn::Set(d, 1.0 / i)), sum, one);
+        const auto scale = hn::ShiftLeft<52>(hn::Add(hn::BitCast(dU, shifted), hn::Set(dU, 1023)));
+        hn::StoreU(hn::Mul(sum, hn::BitCast(d, scale)), d, powers + at);
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(CurvePowers);
+
+void CurvePowers_neon(const double* logs, int count, double exponent, double* powers) {
+    HWY_DYNAMIC_DISPATCH(CurvePowers)(logs, count, exponent, powers);
+}
+
+}  // namespace eis
+#endif

@@ -1,0 +1,54 @@
+#include "libCore/core/source/neon/resample/binomial3x3.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/binomial3x3.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+
+HWY_INLINE uint8_t Halve(uint8_t a, uint8_t b) {
+    return static_cast<uint8_t>((a + b + 1) >> 1);
+}
+
+void BinomialColumns(const uint8_t* HWY_RESTRICT in, uint8_t* HWY_RESTRICT out, int width) {
+    for (int x = 1; x < width - 1; ++x) out[x] = Halve(Halve(in[x - 1], in[x + 1]), in[x]);
+    out[0] = static_cast<uint8_t>((3 * in[0] + in[width > 1 ? 1 : 0]) >> 2);
+    if (width > 1) out[width - 1] = static_cast<uint8_t>((in[width - 2] + 3 * in[width - 1]) >> 2);
+}
+
+void BinomialRows(const uint8_t* HWY_RESTRICT above, const uint8_t* HWY_RESTRICT here,
+                  const uint8_t* HWY_RESTRICT below, uint8_t* HWY_RESTRICT out, int width) {
+    for (int x = 0; x < width; ++x) out[x] = Halve(Halve(above[x], below[x]), here[x]);
+}
+
+void Binomial(const uint8_t* src, uint8_t* dst, uint8_t* tmp, int width, int height, int64_t srcStride,
+              int64_t dstStride, int64_t tmpStride) {
+    if (width < 1) return;
+    for (int y = 0; y < height; ++y) BinomialColumns(src + y * srcStride, tmp + y * tmpStride, width);
+    for (int y = 0; y < height; ++y) {
+        const uint8_t* here = tmp + y * tmpStride;
+        const uint8_t* above = y == 0 ? here : here - tmpStride;
+        const uint8_t* below = y == height - 1 ? here : here + tmpStride;
+        BinomialRows(above, here, below, dst + y * dstStride, width);
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(Binomial);
+
+void Binomial3x3(const uint8_t* pSrc, uint8_t* pDst, uint8_t* pTmp, int width, int height, int srcStride, int dstStride,
+                 int tmpStride) {
+    HWY_DYNAMIC_DISPATCH(Binomial)(pSrc, pDst, pTmp, width, height, srcStride, dstStride, tmpStride);
+}
+
+}  // namespace eis
+#endif

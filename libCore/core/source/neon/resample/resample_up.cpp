@@ -1,0 +1,179 @@
+#include "libCore/core/source/neon/resample/resample_up.h"
+
+#include <cstring>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/resample_up.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// One row of twice the width. Every sum stays below 4096.
+void DoubleRow(const uint8_t* HWY_RESTRICT near, const uint8_t* HWY_RESTRICT far, int width,
+               uint8_t* HWY_RESTRICT dst) {
+    const int last = width - 1;
+    dst[0] = static_cast<uint8_t>((3 * near[0] + far[0] + 2) >> 2);
+    for (int x = 0; x < last; ++x) {
+        const auto left = static_cast<uint16_t>(3 * near[x] + far[x]);
+        const auto right = static_cast<uint16_t>(3 * near[x + 1] + far[x + 1]);
+        dst[2 * x + 1] = static_cast<uint8_t>(static_cast<uint16_t>(3 * left + right + 8) >> 4);
+        dst[2 * x + 2] = static_cast<uint8_t>(static_cast<uint16_t>(left + 3 * right + 8) >> 4);
+    }
+    dst[2 * last + 1] = static_cast<uint8_t>((3 * near[last] + far[last] + 2) >> 2);
+}
+
+// `above` and `below` stand for the rows on either side of the band.
+void DoublePlane(const uint8_t* src, int height, int width, int64_t dstStride, uint8_t* dst, const uint8_t* above,
+                 const uint8_t* below) {
+    for (int y = 0; y < height; ++y) {
+        const uint8_t* row = src + int64_t{y} * width;
+        DoubleRow(row, y > 0 ? row - width : above, width, dst);
+        DoubleRow(row, y + 1 < height ? row + width : below, width, dst + dstStride);
+        dst += 2 * dstStride;
+    }
+}
+
+// The inside of one row of four times the width, from column 2 on: a sample's four follow it and lead to the next one.
+// Weights are four times as large, so that sums, at most 65408, have the sample in their upper byte.
+struct QuadrupleWeights {
+    uint16_t upper;
+    uint16_t lower;
+};
+
+HWY_INLINE void QuadrupleSample(const uint8_t* upper, const uint8_t* lower, const QuadrupleWeights& weights,
+                                uint8_t* dst) {
+    const int left = weights.upper * upper[0] + weights.lower * lower[0];
+    const int right = weights.upper * upper[1] + weights.lower * lower[1];
+    for (int k = 0; k < 4; ++k) dst[k] = static_cast<uint8_t>((8 * left + (2 * k + 1) * (right - left) + 128) >> 8);
+}
+
+using Columns = HWY_CAPPED(uint16_t, 16);
+using ColumnsV = hn::Vec<Columns>;
+
+HWY_INLINE void QuadrupleSamples(const uint8_t* upper, const uint8_t* lower, const QuadrupleWeights& weights,
+                                 uint8_t* dst) {
+    const Columns d;
+    const hn::Rebind<uint8_t, Columns> dHalf;
+    const hn::Repartition<uint8_t, Columns> d8;
+    const auto sum = [&](int x) HWY_ATTR {
+        return hn::Add(hn::Mul(hn::PromoteTo(d, hn::LoadU(dHalf, upper + x)), hn::Set(d, weights.upper)),
+                       hn::Mul(hn::PromoteTo(d, hn::LoadU(dHalf, lower + x)), hn::Set(d, weights.lower)));
+    };
+    const ColumnsV left = sum(0);
+    const ColumnsV step = hn::Sub(sum(1), left);
+    const ColumnsV twice = hn::Add(step, step);
+    const ColumnsV first = hn::Add(hn::Add(hn::ShiftLeft<3>(left), hn::Set(d, 128)), step);
+    const ColumnsV second = hn::Add(first, twice);
+    const ColumnsV third = hn::Add(second, twice);
+    const ColumnsV fourth = hn::Add(third, twice);
+    const auto upperBytes = [&](ColumnsV even, ColumnsV odd)
+                                HWY_ATTR { return hn::Or(hn::ShiftRight<8>(even), hn::And(odd, hn::Set(d, 0xFF00))); };
+    const ColumnsV front = upperBytes(first, second);
+    const ColumnsV back = upperBytes(third, fourth);
+    const ColumnsV low = hn::InterleaveLower(d, front, back);
+    const ColumnsV high = hn::InterleaveUpper(d, front, back);
+#if HWY_CAP_GE256
+    // Interleaving works in halves of a vector.
+    hn::StoreU(hn::BitCast(d8, hn::ConcatLowerLower(d, high, low)), d8, dst);
+    hn::StoreU(hn::BitCast(d8, hn::ConcatUpperUpper(d, high, low)), d8, dst + hn::MaxLanes(d8));
+#else
+    hn::StoreU(hn::BitCast(d8, low), d8, dst);
+    hn::StoreU(hn::BitCast(d8, high), d8, dst + hn::MaxLanes(d8));
+#endif
+}
+
+void QuadrupleRow(const uint8_t* HWY_RESTRICT upper, const uint8_t* HWY_RESTRICT lower, uint16_t weight, int width,
+                  uint8_t* HWY_RESTRICT dst) {
+    constexpr int kStep = hn::MaxLanes(Columns());
+    const QuadrupleWeights weights{static_cast<uint16_t>(4 * weight), static_cast<uint16_t>(32 - 4 * weight)};
+    const int count = width - 1;
+    int x = 0;
+    for (; x + kStep <= count; x += kStep) QuadrupleSamples(upper + x, lower + x, weights, dst + 4 * x);
+    for (; x < count; ++x) QuadrupleSample(upper + x, lower + x, weights, dst + 4 * x);
+}
+
+// An outermost row but for its last two columns.
+void EdgeRow(const uint8_t* HWY_RESTRICT src, int width, uint8_t* HWY_RESTRICT dst) {
+    const int last = width - 1;
+    for (int x = 0; x < last; ++x) {
+        dst[4 * x + 0] = src[x];
+        dst[4 * x + 1] = static_cast<uint8_t>((3 * src[x] + 1 * src[x + 1]) >> 2);
+        dst[4 * x + 2] = static_cast<uint8_t>((2 * src[x] + 2 * src[x + 1]) >> 2);
+        dst[4 * x + 3] = static_cast<uint8_t>((1 * src[x] + 3 * src[x + 1]) >> 2);
+    }
+    dst[4 * last] = src[last];
+    dst[4 * last + 1] = src[last];
+}
+
+// The sample of an outermost column in row `y` of the destination.
+HWY_INLINE uint8_t EdgeColumn(const uint8_t* column, int64_t pitch, int height, int y) {
+    const int i = y / 4;
+    const int next = i + 1 < height ? i + 1 : i;
+    return static_cast<uint8_t>(((4 - y % 4) * column[i * pitch] + y % 4 * column[next * pitch]) >> 2);
+}
+
+void QuadrupleRowOf(const uint8_t* src, int height, int width, int y, uint8_t* dst) {
+    uint8_t* end = dst + 4 * int64_t{width};
+    if (y < 2 || y >= 4 * height - 2) {
+        EdgeRow(src + int64_t{y / 4} * width, width, dst);
+    } else {
+        const uint8_t* upper = src + int64_t{(y - 2) / 4} * width;
+        dst[0] = dst[1] = EdgeColumn(src, width, height, y);
+        QuadrupleRow(upper, upper + width, static_cast<uint16_t>(7 - 2 * ((y - 2) % 4)), width, dst + 2);
+    }
+    end[-2] = end[-1] = EdgeColumn(src + width - 1, width, height, y);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(DoublePlane);
+HWY_EXPORT(QuadrupleRowOf);
+
+namespace {
+
+void upScaleX4(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst, bool readAbove, bool readBelow) {
+    if (height < 1 || width < 1) return;
+    const uint8_t* lastRow = src + int64_t{height - 1} * width;
+    HWY_DYNAMIC_DISPATCH(DoublePlane)
+    (src, height, width, dstStride, dst, readAbove ? src - width : src, readBelow ? lastRow + width : lastRow);
+}
+
+}  // namespace
+
+void UpScaleX4_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
+    upScaleX4(src, height, width, dstStride, dst, false, false);
+}
+
+void UpScaleX4_TopBand_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
+    upScaleX4(src, height, width, dstStride, dst, false, true);
+}
+
+void UpScaleX4_MidBand_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
+    upScaleX4(src, height, width, dstStride, dst, true, true);
+}
+
+void UpScaleX4_BottomBand_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
+    upScaleX4(src, height, width, dstStride, dst, true, false);
+}
+
+void UpScaleX16_neon(const uint8_t* src, int height, int width, uint8_t* dst) {
+    if (width < 1) return;
+    for (int y = 0; y < 4 * height; ++y) UpScaleX16Row_neon(src, height, width, y, dst + y * 4 * int64_t{width});
+}
+
+void UpScaleX16Row_neon(const uint8_t* src, int height, int width, int row, uint8_t* dst) {
+    HWY_DYNAMIC_DISPATCH(QuadrupleRowOf)(src, height, width, row, dst);
+}
+
+}  // namespace eis
+#endif

@@ -1,0 +1,311 @@
+#include "libCore/core/source/neon/scale/bilinear_scale.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <hwy/cache_control.h>
+
+#include "libCore/core/source/neon/scale/bilinear_position.h"
+#include "libCore/core/source/neon/scale/bilinear_whole.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "libCore/core/source/neon/scale/bilinear_scale.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// Columns handled in one go, whose tables stay on the stack. Rows are read in runs as long as can be: the processor
+// fetches ahead along a row only.
+constexpr int kStrip = 6144;
+constexpr int kScatteredStrip = 1024;
+// Columns whose neighbours come from one load of 16 bytes.
+constexpr int kBlock = 4;
+constexpr int kLoad = 16;
+// Rows below that are fetched.
+constexpr int kRowsAhead = 4;
+
+using Sums = HWY_CAPPED(int32_t, 8);
+using SumsV = hn::Vec<Sums>;
+constexpr int kSumLanes = static_cast<int>(hn::MaxLanes(Sums()));
+constexpr int kBytes = 4 * kSumLanes;  // output samples of one step
+
+int WholeSteps(int count) {
+    return (count + kBytes - 1) / kBytes * kBytes;
+}
+
+// Where the left (0) or right (1) neighbour of a block's k-th column goes among the block's eight 16-bit lanes: pairs
+// are added by the multiplication on x86, halves by its second step on NEON.
+constexpr int LaneOf(int k, int side) {
+    return HWY_ARCH_ARM ? kBlock * side + k : 2 * k + side;
+}
+
+// A plane without its border: `border` samples around it can be read, and without one what lies behind its last row and
+// column is its mirror about the edge.
+struct SourcePlane {
+    const uint8_t* samples;
+    int64_t pitch;
+    int32_t width;
+    int32_t height;
+    int32_t border;
+
+    int32_t column(int64_t index) const { return inside(index, width); }
+    const uint8_t* row(int64_t index) const { return samples + inside(index, height) * pitch; }
+
+  private:
+    int32_t inside(int64_t index, int32_t size) const {
+        return border == 0 && index >= size ? std::max(size - 2, 0) : static_cast<int32_t>(index);
+    }
+};
+
+// Where destination columns fall; `entries` words of the table are valid.
+struct ColumnMap {
+    int32_t step;
+    const void* table;
+    int entries;
+
+    ScalePosition at(int x) const { return scalePosition(step, scaleColumn(table, entries, x)); }
+};
+
+// Tables of a strip's columns, filled up to whole steps, where each block's neighbours lie in one load.
+struct CompactColumns {
+    // Of each block: its load's first column, the bytes of the load that go to its lanes, the weights of the lanes.
+    int32_t base[kStrip / kBlock];
+    alignas(32) uint8_t lanes[kStrip / kBlock][kLoad];
+    alignas(32) int16_t weights[kStrip / kBlock][2 * kBlock];
+};
+
+// Tables of columns wherever their neighbours lie.
+struct ScatteredColumns {
+    int32_t left[kScatteredStrip];
+    int32_t right[kScatteredStrip];
+    uint32_t fraction[kScatteredStrip];
+};
+
+// False when a block's neighbours do not lie in one load inside the row.
+bool FillColumns(const SourcePlane& source, const ColumnMap& map, int first, int count, CompactColumns& columns) {
+    for (int b = 0; b * kBlock < WholeSteps(count); ++b) {
+        int32_t left[kBlock];
+        int32_t right[kBlock];
+        int32_t low = INT32_MAX;
+        int32_t high = INT32_MIN;
+        for (int k = 0; k < kBlock; ++k) {
+            const ScalePosition position = map.at(first + std::min(b * kBlock + k, count - 1));
+            left[k] = source.column(position.index);
+            right[k] = source.column(int64_t{position.index} + 1);
+            columns.weights[b][LaneOf(k, 0)] = static_cast<int16_t>(4096 - position.fraction);
+            columns.weights[b][LaneOf(k, 1)] = static_cast<int16_t>(position.fraction);
+            low = std::min({low, left[k], right[k]});
+            high = std::max({high, left[k], right[k]});
+        }
+        const int32_t base = std::min(low, source.width + source.border - kLoad);
+        if (base < -source.border || high - base >= kLoad) return false;
+        columns.base[b] = base;
+        std::memset(columns.lanes[b], 0x80, kLoad);  // which gives a zero byte
+        for (int k = 0; k < kBlock; ++k) {
+            columns.lanes[b][2 * LaneOf(k, 0)] = static_cast<uint8_t>(left[k] - base);
+            columns.lanes[b][2 * LaneOf(k, 1)] = static_cast<uint8_t>(right[k] - base);
+        }
+    }
+    return true;
+}
+
+void FillColumns(const SourcePlane& source, const ColumnMap& map, int first, int count, ScatteredColumns& columns) {
+    for (int x = 0; x < count; ++x) {
+        const ScalePosition position = map.at(first + x);
+        columns.left[x] = source.column(position.index);
+        columns.right[x] = source.column(int64_t{position.index} + 1);
+        columns.fraction[x] = position.fraction;
+    }
+}
+
+// The loads of as many blocks as a vector of sums takes.
+HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> LoadBlocks(const uint8_t* HWY_RESTRICT row,
+                                                              const int32_t* HWY_RESTRICT base) {
+    const hn::Repartition<uint8_t, Sums> d8;
+#if HWY_CAP_GE256
+    const hn::CappedTag<uint8_t, kLoad> dLoad;
+    return hn::Combine(d8, hn::LoadU(dLoad, row + base[1]), hn::LoadU(dLoad, row + base[0]));
+#else
+    return hn::LoadU(d8, row + base[0]);
+#endif
+}
+
+// A row interpolated at a vector of columns from block b on: 20 bits, 4096 times the sample value.
+HWY_INLINE SumsV ColumnSums(const uint8_t* HWY_RESTRICT row, const CompactColumns& columns, size_t b) {
+    const Sums d;
+    const hn::Repartition<uint8_t, Sums> d8;
+    const hn::Repartition<int16_t, Sums> d16;
+    const auto samples = hn::TableLookupBytesOr0(LoadBlocks(row, columns.base + b), hn::Load(d8, columns.lanes[b]));
+    SumsV second = hn::Zero(d);
+    const SumsV first = hn::ReorderWidenMulAccumulate(d, hn::BitCast(d16, samples), hn::Load(d16, columns.weights[b]),
+                                                      hn::Zero(d), second);
+    return hn::Add(first, second);
+}
+
+// Sums of four vectors, 0 to 255 each, as bytes in order.
+HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> PackSums(SumsV a, SumsV b, SumsV c, SumsV d) {
+    const hn::Repartition<int16_t, Sums> d16;
+    const auto ab = hn::ReorderDemote2To(d16, a, b);
+    const auto cd = hn::ReorderDemote2To(d16, c, d);
+#if HWY_ARCH_ARM
+    return hn::Combine(hn::Repartition<uint8_t, Sums>(), hn::DemoteTo(hn::CappedTag<uint8_t, 8>(), cd),
+                       hn::DemoteTo(hn::CappedTag<uint8_t, 8>(), ab));
+#elif !HWY_CAP_GE256
+    return hn::Vec<hn::Repartition<uint8_t, Sums>>{_mm_packus_epi16(ab.raw, cd.raw)};
+#else
+    // Both packings work in halves of a vector.
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    return hn::Vec<hn::Repartition<uint8_t, Sums>>{
+        _mm256_permutevar8x32_epi32(_mm256_packus_epi16(ab.raw, cd.raw), order)};
+#endif
+}
+
+// The two source rows of a destination row, and the weight of the lower one in 4096ths. The same columns `ahead` bytes
+// below are fetched: few processors do it across the end of a page, where most rows end.
+struct RowPair {
+    const uint8_t* upper;
+    const uint8_t* lower;
+    uint32_t fraction;
+    int64_t ahead;
+};
+
+// Between two rows' sums. Wrapping: the sum of both terms is at most 255 << 24 unsigned, however far below zero the
+// second one is.
+void BlendRows(const RowPair& rows, const CompactColumns& columns, int count, uint8_t* HWY_RESTRICT dst) {
+    const Sums d;
+    const hn::RebindToUnsigned<Sums> dU;
+    const hn::Repartition<uint8_t, Sums> d8;
+    const SumsV fy = hn::Set(d, static_cast<int32_t>(rows.fraction));
+    constexpr size_t kStep = kSumLanes / kBlock;
+    const auto blend = [&](size_t b) HWY_ATTR {
+        const SumsV upper = ColumnSums(rows.upper, columns, b);
+        const SumsV lower = ColumnSums(rows.lower, columns, b);
+        const SumsV sum = hn::Add(hn::ShiftLeft<12>(upper), hn::Mul(hn::Sub(lower, upper), fy));
+        return hn::BitCast(d, hn::ShiftRight<24>(hn::BitCast(dU, sum)));
+    };
+    for (int x = 0; x < count; x += kBytes) {
+        const size_t b = static_cast<size_t>(x) / kBlock;
+        for (const size_t fetched : {b, b + 2 * kStep}) {
+            hwy::Prefetch(rows.upper + rows.ahead + columns.base[fetched]);
+            hwy::Prefetch(rows.lower + rows.ahead + columns.base[fetched]);
+        }
+        const auto bytes = PackSums(blend(b), blend(b + kStep), blend(b + 2 * kStep), blend(b + 3 * kStep));
+        if (x + kBytes <= count) {
+            hn::StoreU(bytes, d8, dst + x);
+        } else {
+            alignas(32) uint8_t last[kBytes];
+            hn::Store(bytes, d8, last);
+            std::memcpy(dst + x, last, count - x);
+        }
+    }
+}
+
+void BlendRows(const RowPair& rows, const ScatteredColumns& columns, int count, uint8_t* HWY_RESTRICT dst) {
+    for (int x = 0; x < count; ++x) {
+        const auto sum = [&](const uint8_t* row) {
+            const uint32_t left = row[columns.left[x]];
+            return (left << 12) + (row[columns.right[x]] - left) * columns.fraction[x];
+        };
+        const uint32_t upper = sum(rows.upper);
+        dst[x] = static_cast<uint8_t>(((upper << 12) + (sum(rows.lower) - upper) * rows.fraction) >> 24);
+    }
+}
+
+// One plane's destination, from row rowFirst to row rowEnd - 1.
+struct Destination {
+    uint8_t* samples;
+    int64_t pitch;
+    int32_t rowFirst;
+    int32_t rowEnd;
+};
+
+template <class Columns>
+void ScaleStrip(const SourcePlane& source, const Columns& columns, int32_t stepY, const Destination& to, int first,
+                int count) {
+    for (int y = to.rowFirst; y < to.rowEnd; ++y) {
+        const ScalePosition position = scalePosition(stepY, y);
+        const int64_t row = position.index;
+        const int64_t ahead = row + 1 + kRowsAhead < source.height ? kRowsAhead * source.pitch : 0;
+        BlendRows({source.row(row), source.row(row + 1), position.fraction, ahead}, columns, count,
+                  to.samples + y * to.pitch + first);
+    }
+}
+
+HWY_NOINLINE void ScaleScattered(const SourcePlane& source, const ColumnMap& map, int32_t stepY, const Destination& to,
+                                 int first, int end) {
+    ScatteredColumns columns;
+    for (int x = first; x < end; x += kScatteredStrip) {
+        const int count = std::min(kScatteredStrip, end - x);
+        FillColumns(source, map, x, count, columns);
+        ScaleStrip(source, columns, stepY, to, x, count);
+    }
+}
+
+void ScaleSource(const SourcePlane& source, const Destination& to, int dstW, int dstH, const void* colTable,
+                 int entries) {
+    if (source.width < 1 || source.height < 1) return;
+    const ColumnMap map{scaleStep(source.width, dstW), colTable, entries};
+    const int32_t stepY = scaleStep(source.height, dstH);
+    const int strips = (dstW + kStrip - 1) / kStrip;
+    CompactColumns columns;
+    for (int x = 0, count = 0; x < dstW; x += count) {
+        count = std::min(WholeSteps((dstW + strips - 1) / strips), dstW - x);
+        if (FillColumns(source, map, x, count, columns)) {
+            ScaleStrip(source, columns, stepY, to, x, count);
+        } else {
+            ScaleScattered(source, map, stepY, to, x, x + count);
+        }
+    }
+}
+
+void ScalePadded(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH, int dstPitch, int rowFirst,
+                 int rowEnd, const void* colTable, int entries) {
+    const int64_t pitch = scalePaddedPitch(srcW);
+    ScaleSource({src + kScaleBorder * pitch + kScaleBorder, pitch, srcW, srcH, kScaleBorder},
+                {dst, dstPitch, rowFirst, rowEnd}, dstW, dstH, colTable, entries);
+}
+
+void ScaleDirect(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
+                 int dstPitch) {
+    ScaleSource({src, srcPitch, srcW, srcH, 0}, {dst, dstPitch, 0, dstH}, dstW, dstH, nullptr, 0);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(ScalePadded);
+HWY_EXPORT(ScaleDirect);
+
+int y_bilinear_scale_crop_fixed_neon(const uint8_t* src, int srcW, int srcH, int /*srcStride*/, uint8_t* dst, int dstW,
+                                     int dstH, int dstStride, int rowFirst, int rowEnd, const void* colTable) {
+    HWY_DYNAMIC_DISPATCH(ScalePadded)
+    (src, srcW, srcH, dst, dstW, dstH, dstStride, rowFirst, rowEnd, colTable, dstStride);
+    return 0;
+}
+
+void uv_bilinear_scale_crop_fixed_neon(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
+                                       int dstPitch) {
+    for (int plane = 0; plane < 2; ++plane) {
+        HWY_DYNAMIC_DISPATCH(ScalePadded)
+        (src + plane * scalePaddedSize(srcW, srcH), srcW, srcH, dst + int64_t{plane} * dstPitch * dstH, dstW, dstH,
+         dstPitch, 0, dstH, nullptr, 0);
+    }
+}
+
+void ScaleUnpadded_neon(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
+                        int dstPitch) {
+    if (ScaleWholeRatio(src, srcW, srcH, srcPitch, dst, dstW, dstH, dstPitch)) return;
+    HWY_DYNAMIC_DISPATCH(ScaleDirect)(src, srcW, srcH, srcPitch, dst, dstW, dstH, dstPitch);
+}
+
+}  // namespace eis
+#endif

@@ -1,0 +1,400 @@
+#include "libCore/core/source/neon/warp/warp_rows.h"
+
+#include <hwy/cache_control.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "libCore/core/source/neon/warp/affine_transform.h"
+#include "libCore/core/source/neon/warp/mirror_fill.h"
+#include "libCore/core/source/neon/warp/warp_geometry.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "libCore/core/source/neon/warp/warp_rows.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// Groups handled in one go, so that their state leaves the first cache to the rows.
+constexpr int kGroups = 64;
+constexpr int kPositions = kGroups * kWarpGroupPositions;
+// Rows below that are fetched. Rotated reads cross a page or a row too often for the processor to do it.
+constexpr int kRowsAhead = 8;
+
+// A lane for each column of kGroupsTogether groups, or of one.
+using Columns = HWY_CAPPED(uint16_t, 16);
+using GroupColumns = hn::CappedTag<uint16_t, kWarpGroupColumns>;
+constexpr int kGroupsTogether = static_cast<int>(hn::MaxLanes(Columns())) / kWarpGroupColumns;
+
+template <class D>
+using Samples = hn::Repartition<uint8_t, D>;
+
+// Positions of a run of groups, in arrays that fill vectors.
+struct Positions {
+    float inverse[kPositions];  // the same for all of a group
+    int32_t offset[kPositions];
+    int32_t chromaOffset[kPositions];
+    uint32_t columnWeights[kPositions];  // twice the bytes 128 - fx, fx
+    uint32_t rowWeights[kPositions];     // twice the 16-bit word fy
+    uint32_t uncommon[kPositions];       // not 0: a coordinate that the arrays do not hold
+    uint32_t special[kPositions];        // 0: common, and two more than the position before in the group
+    bool inside;                         // whether all that common positions load is in the planes
+};
+
+// What one row pair is made of.
+struct Source {
+    const uint8_t* luma;
+    int64_t lumaSize;
+    int64_t lastLoad;  // where 16 bytes of three rows are read at the latest
+    int64_t stride;
+    const uint8_t* chroma[2];
+    int64_t chromaSize;
+    int32_t chromaPitch;
+};
+
+// Of a row pair's groups. The rounding at each step is part of the result.
+struct Denominator {
+    float value;
+    float step;
+
+    void next(float* HWY_RESTRICT values, int count) {
+        for (int g = 0; g < count; ++g) {
+            values[g] = value;
+            value += step;
+        }
+    }
+};
+
+void Reciprocals(float* HWY_RESTRICT denominators, int groups, float* HWY_RESTRICT inverse) {
+    for (int g = 0; g < groups; ++g) denominators[g] = 1.0F / denominators[g];
+    for (int g = 0; g < groups; ++g) {
+        for (int j = 0; j < kWarpGroupPositions; ++j) inverse[kWarpGroupPositions * g + j] = denominators[g];
+    }
+}
+
+void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, float row,
+             const float* HWY_RESTRICT inverse, int positions, float* HWY_RESTRICT X, float* HWY_RESTRICT Y) {
+    const float baseX = std::fma(row, h[1], h[2]);
+    const float baseY = std::fma(row, h[4], h[5]);
+    const float h0 = h[0];
+    const float h3 = h[3];
+    for (int p = 0; p < positions; ++p) X[p] = std::fma(xTable[p], h0, baseX) * inverse[p];
+    for (int p = 0; p < positions; ++p) Y[p] = std::fma(xTable[p], h3, baseY) * inverse[p];
+    // Whole vectors are located.
+    const int end = std::min(positions + static_cast<int>(hn::MaxLanes(hn::ScalableTag<float>())), kPositions);
+    std::fill(X + positions, X + end, 0.0F);
+    std::fill(Y + positions, Y + end, 0.0F);
+}
+
+// Truncated, of values that a signed word holds.
+#if HWY_ARCH_X86
+HWY_INLINE hn::Vec128<int32_t> Truncated(hn::Vec128<float> v) {
+    return hn::Vec128<int32_t>{_mm_cvttps_epi32(v.raw)};
+}
+#if HWY_CAP_GE256
+HWY_INLINE hn::Vec256<int32_t> Truncated(hn::Vec256<float> v) {
+    return hn::Vec256<int32_t>{_mm256_cvttps_epi32(v.raw)};
+}
+#endif
+#if HWY_CAP_GE512
+HWY_INLINE hn::Vec512<int32_t> Truncated(hn::Vec512<float> v) {
+    return hn::Vec512<int32_t>{_mm512_cvttps_epi32(v.raw)};
+}
+#endif
+#else
+template <class V>
+HWY_INLINE auto Truncated(V v) {
+    return hn::ConvertTo(hn::RebindToSigned<hn::DFromV<V>>(), v);
+}
+#endif
+
+// Of coordinates from 0 to 32767, which have 22 bits in units of 1/128; others are uncommon.
+void Locate(const float* HWY_RESTRICT X, const float* HWY_RESTRICT Y, const Source& from, int positions,
+            Positions& HWY_RESTRICT at) {
+    const hn::ScalableTag<float> d;
+    const hn::RebindToSigned<decltype(d)> dI;
+    const hn::RebindToUnsigned<decltype(d)> dU;
+    const hn::Repartition<uint16_t, decltype(d)> d16;
+    alignas(16) static constexpr int32_t kSteps[kWarpGroupPositions] = {0, 2, 4, 6};
+    const auto steps = hn::LoadDup128(dI, kSteps);
+    auto lastLuma = hn::Zero(dI);
+    auto lastChroma = hn::Zero(dI);
+    for (int p = 0; p < positions; p += static_cast<int>(hn::Lanes(d))) {
+        const auto limited = [&](auto coordinate)
+                                 HWY_ATTR { return hn::Min(hn::Max(coordinate, hn::Zero(d)), hn::Set(d, 32767.0F)); };
+        const auto units = [&](auto coordinate) HWY_ATTR { return Truncated(hn::Mul(coordinate, hn::Set(d, 128.0F))); };
+        const auto half = [&](auto whole) HWY_ATTR { return hn::ShiftRight<1>(hn::Add(whole, hn::Set(dI, 1))); };
+        const auto fractionTwice = [&](auto unit) HWY_ATTR {
+            const auto fraction = hn::And(unit, hn::Set(dI, 127));
+            return hn::BitCast(d16, hn::Or(fraction, hn::ShiftLeft<16>(fraction)));
+        };
+        const auto rawX = hn::LoadU(d, X + p);
+        const auto rawY = hn::LoadU(d, Y + p);
+        const auto x = limited(rawX);
+        const auto y = limited(rawY);
+        const auto unitsX = units(x);
+        const auto unitsY = units(y);
+        const auto ix = hn::ShiftRight<7>(unitsX);
+        const auto iy = hn::ShiftRight<7>(unitsY);
+        const auto offset = hn::Add(ix, hn::Mul(iy, hn::Set(dI, static_cast<int32_t>(from.stride))));
+        const auto chromaOffset = hn::Add(half(ix), hn::Mul(half(iy), hn::Set(dI, from.chromaPitch)));
+        const auto uncommon = hn::BitCast(dU, hn::VecFromMask(d, hn::Or(hn::Ne(x, rawX), hn::Ne(y, rawY))));
+        const auto uneven = hn::BitCast(dU, hn::Xor(offset, hn::Add(hn::Broadcast<0>(offset), steps)));
+        const auto columnWeights = hn::Add(hn::Mul(fractionTwice(unitsX), hn::Set(d16, 255)), hn::Set(d16, 128));
+        lastLuma = hn::Max(lastLuma, offset);
+        lastChroma = hn::Max(lastChroma, chromaOffset);
+        hn::StoreU(offset, dI, at.offset + p);
+        hn::StoreU(chromaOffset, dI, at.chromaOffset + p);
+        hn::StoreU(hn::BitCast(dU, columnWeights), dU, at.columnWeights + p);
+        hn::StoreU(hn::BitCast(dU, fractionTwice(unitsY)), dU, at.rowWeights + p);
+        hn::StoreU(uncommon, dU, at.uncommon + p);
+        hn::StoreU(hn::Or(uncommon, uneven), dU, at.special + p);
+    }
+    // With these strides no offset wraps, so that none is negative.
+    at.inside = from.stride >= 0 && from.stride <= 65535 &&
+                hn::GetLane(hn::MaxOfLanes(dI, lastLuma)) <= from.lastLoad &&
+                hn::GetLane(hn::MaxOfLanes(dI, lastChroma)) <= from.chromaSize - kWarpGroupPositions;
+}
+
+// Whether a group's four words are 0.
+HWY_INLINE bool None(const uint32_t* words) {
+    uint64_t halves[2];
+    std::memcpy(halves, words, sizeof halves);
+    return (halves[0] | halves[1]) == 0;
+}
+
+// Whether the words of kGroupsTogether groups are 0.
+HWY_INLINE bool NoneTogether(const uint32_t* words) {
+    const hn::Repartition<uint32_t, Columns> d;
+    return hn::AllTrue(d, hn::Eq(hn::LoadU(d, words), hn::Zero(d)));
+}
+
+#if HWY_ARCH_X86
+HWY_INLINE hn::Vec<GroupColumns> PairwiseProducts(hn::Vec<Samples<GroupColumns>> weights,
+                                                  hn::Vec<Samples<GroupColumns>> samples) {
+    return hn::Vec<GroupColumns>{_mm_maddubs_epi16(weights.raw, samples.raw)};
+}
+#if HWY_CAP_GE256
+HWY_INLINE hn::Vec<Columns> PairwiseProducts(hn::Vec<Samples<Columns>> weights, hn::Vec<Samples<Columns>> samples) {
+    return hn::Vec<Columns>{_mm256_maddubs_epi16(weights.raw, samples.raw)};
+}
+#endif
+#endif
+
+// Twice the samples between the neighbours of each column, which stand side by side: at most 510.
+template <class D>
+HWY_INLINE hn::Vec<D> BlendColumns(D d, hn::Vec<Samples<D>> pairs, hn::Vec<Samples<D>> weights) {
+#if HWY_ARCH_ARM
+    const uint16x8_t samples = vreinterpretq_u16_u8(pairs.raw);
+    const uint16x8_t parts = vreinterpretq_u16_u8(weights.raw);
+    const uint16x8_t left = vmull_u8(vmovn_u16(samples), vmovn_u16(parts));
+    const hn::Vec<D> sum{vmlal_u8(left, vshrn_n_u16(samples, 8), vshrn_n_u16(parts, 8))};
+    return hn::ShiftRight<6>(hn::Add(sum, hn::Set(d, 32)));
+#else
+    // The products take signed samples: 128 is subtracted before and, at a weight of 128 in all, added behind.
+    const auto centred = hn::Xor(pairs, hn::Set(Samples<D>(), 0x80));
+    return hn::ShiftRight<6>(hn::Add(PairwiseProducts(weights, centred), hn::Set(d, 128 * 128 + 32)));
+#endif
+}
+
+// Exact in 16 bits: upper * (128 - fy) + lower * fy is at most 65280.
+template <class V>
+HWY_INLINE V BlendRows(V upper, V lower, V fy) {
+    const hn::DFromV<V> d;
+    const V sum = hn::Add(hn::ShiftLeft<7>(upper), hn::Mul(hn::Sub(lower, upper), fy));
+    return hn::ShiftRight<8>(hn::Add(sum, hn::Set(d, 128)));
+}
+
+// The nine samples of a contiguous group as pairs.
+template <class D>
+HWY_INLINE hn::Vec<Samples<D>> ContiguousPairs(D /*d*/, const uint8_t* plane, const int32_t* offset) {
+    alignas(16) static constexpr uint8_t kPairs[16] = {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8};
+    const Samples<D> d;
+    const Samples<GroupColumns> dGroup;
+    const auto pairs = hn::LoadDup128(d, kPairs);
+    const auto first = hn::LoadU(dGroup, plane + offset[0]);
+    if constexpr (hn::MaxLanes(D()) == kWarpGroupColumns) {
+        return hn::TableLookupBytes(first, pairs);
+    } else {
+        const auto second = hn::LoadU(dGroup, plane + offset[kWarpGroupPositions]);
+        return hn::TableLookupBytes(hn::Combine(d, second, first), pairs);
+    }
+}
+
+// The three samples of each position as pairs.
+HWY_INLINE hn::Vec<Samples<GroupColumns>> ScatteredPairs(const uint8_t* plane, const int32_t* offset) {
+    alignas(16) static constexpr uint8_t kPairs[16] = {0, 1, 1, 2, 4, 5, 5, 6, 8, 9, 9, 10, 12, 13, 13, 14};
+    const Samples<GroupColumns> d;
+    alignas(16) uint32_t samples[kWarpGroupPositions];
+    for (int j = 0; j < kWarpGroupPositions; ++j) std::memcpy(&samples[j], plane + offset[j], sizeof samples[j]);
+    const auto loaded = hn::Load(hn::CappedTag<uint32_t, 4>(), samples);
+    return hn::TableLookupBytes(hn::BitCast(d, loaded), hn::Load(d, kPairs));
+}
+
+// Of three rows of pairs, the groups' columns in two rows.
+template <class D, class Pairs>
+HWY_INLINE void BlendLuma(D d, Pairs pairs, const Positions& at, int position, uint8_t* out, int64_t outStride) {
+    const hn::Repartition<uint32_t, D> d32;
+    const hn::RebindToSigned<D> dSigned;
+    const hn::Rebind<uint8_t, D> dOut;
+    const auto weights = hn::BitCast(Samples<D>(), hn::LoadU(d32, at.columnWeights + position));
+    const auto fy = hn::BitCast(d, hn::LoadU(d32, at.rowWeights + position));
+    const auto a0 = BlendColumns(d, pairs(0), weights);
+    const auto a1 = BlendColumns(d, pairs(1), weights);
+    const auto a2 = BlendColumns(d, pairs(2), weights);
+    hn::StoreU(hn::DemoteTo(dOut, hn::BitCast(dSigned, BlendRows(a0, a1, fy))), dOut, out);
+    hn::StoreU(hn::DemoteTo(dOut, hn::BitCast(dSigned, BlendRows(a1, a2, fy))), dOut, out + outStride);
+}
+
+// Whether loads of 16 bytes from the first `count` offsets lie in the plane, two rows below, too.
+HWY_INLINE bool LumaInside(const Source& from, const int32_t* offset, int count) {
+    bool inside = true;
+    for (int j = 0; j < count; ++j) inside = inside && offset[j] >= 0 && offset[j] <= from.lastLoad;
+    return inside;
+}
+
+HWY_INLINE void ContiguousChroma(const Source& from, int32_t offset, uint8_t* const out[2], int64_t to) {
+    for (int i = 0; i < 2; ++i) std::memcpy(out[i] + to, from.chroma[i] + offset, kWarpGroupPositions);
+}
+
+// Chroma of a group; false, and nothing done, where its samples leave the plane.
+HWY_INLINE bool NearestChroma(const Source& from, const int32_t* offset, bool contiguous, uint8_t* const out[2],
+                              int64_t to) {
+    if (contiguous) {
+        if (offset[0] < 0 || offset[0] + int64_t{kWarpGroupPositions} > from.chromaSize) return false;
+        ContiguousChroma(from, offset[0], out, to);
+        return true;
+    }
+    for (int j = 0; j < kWarpGroupPositions; ++j) {
+        if (offset[j] < 0 || offset[j] >= from.chromaSize) return false;
+    }
+    for (int i = 0; i < 2; ++i) {
+        for (int j = 0; j < kWarpGroupPositions; ++j) out[i][to + j] = from.chroma[i][offset[j]];
+    }
+    return true;
+}
+
+HWY_INLINE void FetchAhead(const Source& from, const Positions& at, int position, bool lumaOnly) {
+    const int64_t luma = at.offset[position] + kRowsAhead * from.stride;
+    if (luma < 0 || luma + from.stride >= from.lumaSize) return;
+    hwy::Prefetch(from.luma + luma);
+    hwy::Prefetch(from.luma + luma + from.stride);
+    if (lumaOnly) return;
+    const int64_t chroma = at.chromaOffset[position] + kRowsAhead / 2 * int64_t{from.chromaPitch};
+    if (chroma < 0 || chroma >= from.chromaSize) return;
+    for (const uint8_t* plane : from.chroma) hwy::Prefetch(plane + chroma);
+}
+
+// Where a row pair goes.
+struct Target {
+    uint8_t* luma;
+    int64_t stride;
+    uint8_t* chroma[2];  // null for luma alone
+};
+
+// Groups from g on, of which all positions are common and contiguous.
+HWY_INLINE void WarpTogether(const Source& from, const Positions& at, int g, bool lumaOnly, const Target& to) {
+    const Columns d;
+    const int p = kWarpGroupPositions * g;
+    if (!lumaOnly) {
+        for (int i = 0; i < kGroupsTogether; ++i) {
+            const int position = kWarpGroupPositions * i;
+            ContiguousChroma(from, at.chromaOffset[p + position], to.chroma, p + position);
+        }
+    }
+    const auto pairs = [&](int row)
+                           HWY_ATTR { return ContiguousPairs(d, from.luma + row * from.stride, at.offset + p); };
+    BlendLuma(d, pairs, at, p, to.luma + int64_t{kWarpGroupColumns} * g, to.stride);
+}
+
+// One group; false, and nothing done, where it is left to the plain form.
+HWY_INLINE bool WarpGroup(const Source& from, const Positions& at, int g, bool contiguous, bool lumaOnly,
+                          const Target& to) {
+    const GroupColumns d;
+    const int p = kWarpGroupPositions * g;
+    const int32_t* offset = at.offset + p;
+    if (!None(at.uncommon + p) || !LumaInside(from, offset, contiguous ? 1 : kWarpGroupPositions)) return false;
+    if (!lumaOnly && !NearestChroma(from, at.chromaOffset + p, contiguous, to.chroma, p)) return false;
+    const auto pairs = [&](int row) HWY_ATTR {
+        const uint8_t* samples = from.luma + row * from.stride;
+        return contiguous ? ContiguousPairs(d, samples, offset) : ScatteredPairs(samples, offset);
+    };
+    BlendLuma(d, pairs, at, p, to.luma + int64_t{kWarpGroupColumns} * g, to.stride);
+    return true;
+}
+
+bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
+    const float* h = record.homography;
+    const ST_PICTURE& destination = record.destination;
+    const int32_t stride = record.source.stride;
+    const int32_t chromaPitch = warpChromaPitch(stride);
+    const Source from{record.source.pData[0],
+                      int64_t{stride} * record.source.height,
+                      int64_t{stride} * (record.source.height - 2) - 16,
+                      stride,
+                      {record.source.pData[1], record.source.pData[2]},
+                      int64_t{chromaPitch} * (record.source.height >> 1),
+                      chromaPitch};
+    Target to{destination.pData[0] + int64_t{row} * destination.stride + record.x, destination.stride, {}};
+    const int64_t chromaStart = int64_t{row >> 1} * chromaPitch + (record.x >> 1);
+    for (int i = 0; !lumaOnly && i < 2; ++i) to.chroma[i] = destination.pData[1 + i] + chromaStart;
+    const int totalGroups = record.w / kWarpGroupColumns;
+    const auto r = static_cast<float>(row);
+    Positions at;
+    float X[kPositions];
+    float Y[kPositions];
+    float denominators[kGroups];
+    bool contiguous = false;
+    Denominator denominator{std::fma(r, h[7], std::fma(h[6], static_cast<float>(record.x), 1.0F)), h[6] * 8.0F};
+    denominator.next(denominators, kGroups);
+    for (int first = 0; first < totalGroups; first += kGroups) {
+        const int groups = std::min(totalGroups - first, kGroups);
+        Reciprocals(denominators, groups, at.inverse);
+        const int positions = kWarpGroupPositions * groups;
+        Project(record.xTable + kWarpGroupPositions * first, h, r, at.inverse, positions, X, Y);
+        Locate(X, Y, from, positions, at);
+        int fetched = 0;
+        for (int g = 0, together = 0; g < groups; g += together) {
+            const int p = kWarpGroupPositions * g;
+            for (; fetched <= g; fetched += 8) FetchAhead(from, at, p, lumaOnly);
+            const bool plain = at.inside && g + kGroupsTogether <= groups && NoneTogether(at.special + p);
+            together = plain ? kGroupsTogether : 1;
+            if (plain) {
+                WarpTogether(from, at, g, lumaOnly, to);
+                contiguous = true;
+            } else {
+                contiguous = warpContiguous(at.offset + p);
+                if (!WarpGroup(from, at, g, contiguous, lumaOnly, to)) {
+                    contiguous = WarpGroup_plain(record, row, first + g, at.inverse[p], lumaOnly);
+                }
+            }
+            // Those of the next run: here their additions' wait for one another does not show.
+            denominator.next(denominators + g, together);
+        }
+        to.luma += kWarpGroupColumns * groups;
+        for (int i = 0; !lumaOnly && i < 2; ++i) to.chroma[i] += kWarpGroupPositions * groups;
+    }
+    return contiguous;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(WarpRowPair);
+
+bool WarpRowPair_neon(const WarpRecord& record, int row, bool lumaOnly) {
+    return HWY_DYNAMIC_DISPATCH(WarpRowPair)(record, row, lumaOnly);
+}
+
+}  // namespace eis
+#endif

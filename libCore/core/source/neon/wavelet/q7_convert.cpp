@@ -1,0 +1,49 @@
+#include "libCore/core/source/neon/wavelet/q7_convert.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "libCore/core/source/neon/wavelet/q7_convert.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+void WidenSamples(const uint8_t* HWY_RESTRICT src, int16_t* HWY_RESTRICT dst, int64_t samples) {
+    for (int64_t i = 0; i < samples; ++i) dst[i] = static_cast<int16_t>(src[i] << 7);
+}
+
+// (sample + 64) >> 7 is the rounding high multiply by 256.
+void NarrowSamples(const int16_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, int64_t samples) {
+    const auto narrow = [&](auto d, int64_t i) HWY_ATTR {
+        const hn::Rebind<uint8_t, decltype(d)> d8;
+        hn::StoreU(hn::DemoteTo(d8, hn::MulFixedPoint15(hn::LoadU(d, src + i), hn::Set(d, 256))), d8, dst + i);
+    };
+    const hn::ScalableTag<int16_t> d;
+    const auto lanes = static_cast<int64_t>(hn::Lanes(d));
+    int64_t i = 0;
+    for (; i + lanes <= samples; i += lanes) narrow(d, i);
+    for (; i < samples; ++i) narrow(hn::CappedTag<int16_t, 1>(), i);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace eis {
+
+HWY_EXPORT(WidenSamples);
+HWY_EXPORT(NarrowSamples);
+
+void WidenQ7(const uint8_t* pSrc, int16_t* pDst, int width, int height) {
+    HWY_DYNAMIC_DISPATCH(WidenSamples)(pSrc, pDst, int64_t{width} * height);
+}
+
+void NarrowQ7Round(const int16_t* pSrc, uint8_t* pDst, int width, int height) {
+    HWY_DYNAMIC_DISPATCH(NarrowSamples)(pSrc, pDst, int64_t{width} * height);
+}
+
+}  // namespace eis
+#endif

@@ -1,0 +1,118 @@
+// The rows of one low-pass level of the wavelet, for each vector target: WaveletSmooth_plain is their definition.
+#if defined(EIS_WAVELET_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef EIS_WAVELET_ROWS_INL_H
+#undef EIS_WAVELET_ROWS_INL_H
+#else
+#define EIS_WAVELET_ROWS_INL_H
+#endif
+
+#include <cstdint>
+
+#include "hwy/highway.h"
+#include "libCore/core/source/neon/wavelet/wavelet_mirror.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// (a + b + 1) >> 1. The vector units halve unsigned lanes: Q7 samples are their own unsigned values, others are mapped
+// onto them by their sign bits.
+template <bool kQ7, class V>
+HWY_INLINE V Halve(V a, V b) {
+    const hn::DFromV<V> d;
+    const hn::RebindToUnsigned<decltype(d)> du;
+    const auto flip = hn::Set(du, kQ7 ? 0 : 0x8000);
+    const auto half = hn::AverageRound(hn::Xor(hn::BitCast(du, a), flip), hn::Xor(hn::BitCast(du, b), flip));
+    return hn::BitCast(d, hn::Xor(half, flip));
+}
+
+template <bool kQ7>
+struct Paired {
+    template <class V>
+    HWY_INLINE V operator()(V a, V b, V c) const {
+        return Halve<kQ7>(Halve<kQ7>(a, c), b);
+    }
+};
+
+// (a + 2 * b + c + 2) >> 2: the bit that the truncated half of a + c loses never reaches the result.
+template <bool kQ7>
+struct Single {
+    template <class V>
+    HWY_INLINE V operator()(V a, V b, V c) const {
+        return Halve<kQ7>(hn::Add(hn::And(a, c), hn::ShiftRight<1>(hn::Xor(a, c))), b);
+    }
+};
+
+// The last row at step 2, where both taps fall on one row.
+struct Truncated {
+    template <class V>
+    HWY_INLINE V operator()(V a, V b, V /*c*/) const {
+        return hn::Add(hn::And(a, b), hn::ShiftRight<1>(hn::Xor(a, b)));
+    }
+};
+
+// The last vector overlaps the one before it.
+template <class Form>
+HWY_INLINE void FilterRow(const int16_t* a, const int16_t* b, const int16_t* c, int16_t* HWY_RESTRICT out, int count,
+                          Form form) {
+    const hn::ScalableTag<int16_t> d;
+    const auto filter = [&](auto tag, int x) HWY_ATTR {
+        hn::StoreU(form(hn::LoadU(tag, a + x), hn::LoadU(tag, b + x), hn::LoadU(tag, c + x)), tag, out + x);
+    };
+    const int lanes = static_cast<int>(hn::Lanes(d));
+    int x = 0;
+    for (; x + lanes <= count; x += lanes) filter(d, x);
+    if (x < count && count >= lanes) {
+        filter(d, count - lanes);
+        x = count;
+    }
+    for (; x < count; ++x) filter(hn::CappedTag<int16_t, 1>(), x);
+}
+
+HWY_INLINE int16_t SingleSample(int32_t a, int32_t b, int32_t c) {
+    return static_cast<int16_t>((a + 2 * b + c + 2) >> 2);
+}
+
+template <bool kQ7>
+void HorizontalRow(const int16_t* HWY_RESTRICT in, int16_t* HWY_RESTRICT out, int width, int step, bool lastRow) {
+    const int inner = width - 2 * step;
+    if (inner <= 0) {
+        for (int x = 0; x < width; ++x) {
+            out[x] = SingleSample(in[mirrorIndex(x - step, width)], in[x], in[mirrorIndex(x + step, width)]);
+        }
+    } else {
+        for (int x = 0; x < step; ++x) out[x] = SingleSample(in[step - x], in[x], in[step + x]);
+        if (lastRow && step <= 2) {
+            FilterRow(in, in + step, in + 2 * step, out + step, inner, Single<kQ7>());
+        } else {
+            FilterRow(in, in + step, in + 2 * step, out + step, inner, Paired<kQ7>());
+        }
+        const int last = width - 1;
+        for (int x = 0; x < step; ++x) {
+            out[last - x] = SingleSample(in[last - step - x], in[last - x], in[last - step + x]);
+        }
+    }
+    if (step == 4 && width >= 8) out[width - 3] = static_cast<int16_t>((in[width - 7] + in[width - 3] + 1) >> 1);
+}
+
+// Row y of `height`, from what rows(i) gives as row i after the horizontal pass.
+template <bool kQ7, class Rows>
+HWY_INLINE void VerticalRow(Rows rows, int16_t* out, int width, int y, int height, int step) {
+    const int16_t* above = rows(mirrorIndex(y - step, height));
+    const int16_t* here = rows(y);
+    const int16_t* below = rows(mirrorIndex(y + step, height));
+    if (step == 2 && y == height - 1) {
+        FilterRow(above, here, below, out, width, Truncated());
+    } else if (y >= step && y < height - step) {
+        FilterRow(above, here, below, out, width, Paired<kQ7>());
+    } else {
+        FilterRow(above, here, below, out, width, Single<kQ7>());
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#endif

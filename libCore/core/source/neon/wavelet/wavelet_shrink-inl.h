@@ -1,0 +1,145 @@
+// The shrinkage of a row's details, for each vector target: WaveletShrinkLevel_plain is its definition. Block columns
+// alone; counts are multiples of eight.
+#if defined(EIS_WAVELET_SHRINK_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef EIS_WAVELET_SHRINK_INL_H
+#undef EIS_WAVELET_SHRINK_INL_H
+#else
+#define EIS_WAVELET_SHRINK_INL_H
+#endif
+
+#include <cstdint>
+
+#include "hwy/highway.h"
+#include "libCore/core/source/neon/wavelet/shrink_curve.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace eis {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// The four-entry table of gains as three selections.
+HWY_INLINE uint32_t Gain(const ShrinkCurve& curve, int32_t low) {
+    const uint32_t dark = low < 0x2000 ? curve.gains[0] : curve.gains[1];
+    const uint32_t bright = low < 0x6000 ? curve.gains[2] : curve.gains[3];
+    return low < 0x4000 ? dark : bright;
+}
+
+// Only the low 16 bits of a result count, and within them sums wrap as they should.
+template <bool first>
+HWY_INLINE int16_t Shrink(int16_t high, int16_t low, uint16_t map, const ShrinkCurve& curve) {
+    const auto d = static_cast<int16_t>(high - low);
+    const auto raw = static_cast<uint16_t>((map * Gain(curve, low) + 8192) >> 14);
+    const auto floor = static_cast<uint16_t>(curve.floor);
+    const uint16_t threshold = first && raw < floor ? floor : raw;
+    const uint32_t product = (threshold * static_cast<uint32_t>(curve.slope) + 16384) >> 15;
+    const auto soft = static_cast<uint16_t>(product < 65535 ? product : 65535);
+    const auto above = static_cast<int16_t>(threshold);
+    const auto below = static_cast<int16_t>(-above);
+    const int32_t scaled = (d * curve.keep + 16384) >> 15;
+    const auto noise = static_cast<int16_t>(scaled < 32767 ? scaled : 32767);
+    const auto positive = static_cast<int16_t>(d - soft);
+    const auto negative = static_cast<int16_t>(d + soft);
+    const int16_t notAbove = d < below ? negative : noise;
+    const int16_t shrunk = d > above ? positive : notAbove;
+    const bool kept = first && -curve.floor < d && d < curve.floor;
+    return kept ? d : shrunk;
+}
+
+// For every table and curve.
+template <bool first>
+void ShrinkRowWide(const int16_t* HWY_RESTRICT high, const int16_t* HWY_RESTRICT low, const uint16_t* HWY_RESTRICT map,
+                   int16_t* HWY_RESTRICT sum, int count, const ShrinkCurve& shared) {
+    const ShrinkCurve curve = shared;
+    for (int x = 0; x < count; ++x) {
+        const int16_t shrunk = Shrink<first>(high[x], low[x], map[x], curve);
+        sum[x] = static_cast<int16_t>(first ? shrunk : sum[x] + shrunk);
+    }
+}
+
+// What a row of 16-bit steps takes from a curve.
+struct NarrowCurve {
+    int16_t gains[8];  // by brightness class; a block of a shuffle
+    int16_t slope;
+    int16_t keep;
+    int16_t floor;
+};
+
+// Whether thresholds are rounding high multiplies of twice a map value and a gain, and stay positive; the larger part
+// of a threshold and what the noise band keeps are such multiplies too.
+inline bool FitsNarrow(const ShrinkCurve& curve, uint16_t mapMax) {
+    for (const uint32_t gain : curve.gains) {
+        if (gain > 32767) return false;
+    }
+    return mapMax <= 16383 && curve.keep >= 1 && curve.floor >= 0;
+}
+
+inline NarrowCurve NarrowCurveOf(const ShrinkCurve& curve) {
+    NarrowCurve narrow{};
+    for (int i = 0; i < 8; ++i) narrow.gains[i] = static_cast<int16_t>(curve.gains[i & 3]);
+    narrow.slope = static_cast<int16_t>(curve.slope);
+    narrow.keep = static_cast<int16_t>(curve.keep);
+    narrow.floor = static_cast<int16_t>(curve.floor);
+    return narrow;
+}
+
+// Takes `amount`, not negative, off the size of a detail that is larger.
+template <class D, class V>
+HWY_INLINE V TowardsZero(D d, V detail, V amount) {
+#if HWY_TARGET == HWY_AVX2
+    if constexpr (hn::MaxLanes(D()) == 16) {
+        return hn::Sub(detail, V{_mm256_sign_epi16(amount.raw, detail.raw)});
+    }
+#endif
+    (void)d;
+    const auto sign = hn::BroadcastSignBit(detail);
+    return hn::Sub(detail, hn::Sub(hn::Xor(amount, sign), sign));
+}
+
+// One vector, for Q7 samples, and curves and maps that fit.
+template <bool first, class D>
+HWY_INLINE void ShrinkNarrow(D d, const int16_t* high, const int16_t* low, const uint16_t* map, int16_t* sum,
+                             const NarrowCurve& curve) {
+    const hn::RebindToUnsigned<D> du;
+    const hn::Repartition<uint8_t, D> d8;
+    const auto level = hn::LoadU(d, low);
+    // Twice the brightness class and one more: where the two bytes of its gain stand.
+    const auto bin = hn::And(hn::BitCast(du, level), hn::Set(du, 0x6000));
+    const auto at = hn::Or(hn::MulHigh(bin, hn::Set(du, 0x1010)), hn::Set(du, 0x0100));
+    const auto gains = hn::BitCast(d8, hn::LoadDup128(d, curve.gains));
+    const auto gain = hn::BitCast(d, hn::TableLookupBytes(gains, hn::BitCast(d8, at)));
+    const auto weight = hn::BitCast(d, hn::LoadU(du, map));
+    const auto floor = hn::Set(d, curve.floor);
+    auto threshold = hn::MulFixedPoint15(hn::Add(weight, weight), gain);
+    if constexpr (first) threshold = hn::Max(threshold, floor);
+
+    const auto detail = hn::Sub(hn::LoadU(d, high), level);
+    const auto size = hn::Abs(detail);
+    const auto outer = TowardsZero(d, detail, hn::MulFixedPoint15(threshold, hn::Set(d, curve.slope)));
+    const auto noise = hn::MulFixedPoint15(detail, hn::Set(d, curve.keep));
+    const auto shrunk = hn::IfThenElse(hn::Gt(size, threshold), outer, noise);
+    if constexpr (first) {
+        hn::StoreU(hn::IfThenElse(hn::Lt(size, floor), detail, shrunk), d, sum);
+    } else {
+        hn::StoreU(hn::Add(hn::LoadU(d, sum), shrunk), d, sum);
+    }
+}
+
+template <bool first>
+void ShrinkRowNarrow(const int16_t* HWY_RESTRICT high, const int16_t* HWY_RESTRICT low,
+                     const uint16_t* HWY_RESTRICT map, int16_t* HWY_RESTRICT sum, int count,
+                     const NarrowCurve& shared) {
+    const NarrowCurve curve = shared;
+    const hn::ScalableTag<int16_t> d;
+    const int lanes = static_cast<int>(hn::Lanes(d));
+    int x = 0;
+    for (; x + lanes <= count; x += lanes) ShrinkNarrow<first>(d, high + x, low + x, map + x, sum + x, curve);
+    for (; x < count; x += 8) {
+        ShrinkNarrow<first>(hn::CappedTag<int16_t, 8>(), high + x, low + x, map + x, sum + x, curve);
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace eis
+HWY_AFTER_NAMESPACE();
+
+#endif
