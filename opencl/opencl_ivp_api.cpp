@@ -25,24 +25,22 @@ namespace {
 constexpr char kUnit[] = "opencl/opencl_ivp_api";
 constexpr TraceSite kCreateSite{kUnit, "int createGPUThread(void* (*)(void*), void*, int)"};
 constexpr TraceSite kJoinSite{kUnit, "int joinGPUThread()"};
+constexpr TraceSite kSetUpSite{kUnit, "ret_status SetUpOpenclMFNR(void*)"};
+constexpr TraceSite kCleanSite{kUnit, "ret_status CleanOpenclMFNR()"};
+constexpr TraceSite kCleanEntrySite{kUnit, "ret_status CleanOpenclMFNR_AcoreAPI()"};
 constexpr char kVendor[] = "ARM";
 constexpr char kArchitectureKey[] = "/proc/device-tree/orvi,gpu_arch";
 constexpr char kProgramPath[] = "/system/etc/camera/libcl/mfnr.cl";
 constexpr char kProgramPathV2[] = "/system/etc/camera/libcl/mfnr_v2.cl";
 
-void traceContext(void (*trace)(const char*, ...), const char* signature, int line, const OpenCLAlgoContext* context) {
-    trace(kTraceTag, kUnit, signature, line, kTraceMemory, 0, context, sizeof(OpenCLAlgoContext));
-}
-
 // Releases the live context; false, with a log line, when its release reports a failure. The handle is null afterwards.
-bool releaseContext(const char* signature, int line) {
+bool releaseContext(const TraceSite& site, int line = __builtin_LINE()) {
     OpenCLAlgoContext* context = std::exchange(g_handleAlgoOpenCL, nullptr);
-    if (cleanOpencl_algo(context) != 0) {
-        EIS_LOG_ERROR("[GPU]: CleanOpenclMFNR failed!");
-        return false;
-    }
-    traceContext(traceRelease, signature, line, context);
-    return true;
+    const bool released = cleanOpencl_algo(context) == 0;
+    // The context is gone either way.
+    traceRelease(kTraceTag, site.unit, site.signature, line, kTraceMemory, 0, context, size_t{0});
+    if (!released) EIS_LOG_ERROR("[GPU]: CleanOpenclMFNR failed!");
+    return released;
 }
 
 // The presence of the architecture's key selects the second program file.
@@ -58,10 +56,9 @@ const char* chooseProgram() {
     return present ? kProgramPathV2 : kProgramPath;
 }
 
-void joinWorkerOnce() {
+void joinWorkerOnce(const TraceSite& site, int line = __builtin_LINE()) {
     if (g_gpuThread.joined) return;
-    pthread_join(g_gpuThread.handle, &g_gpuThread.result);
-    traceRelease(kTraceTag, kJoinSite.unit, kJoinSite.signature, __LINE__, kTraceThread, g_gpuThread.handle);
+    joinTracedThread(g_gpuThread.handle, site, line, &g_gpuThread.result);
     g_gpuThread.joined = true;
 }
 
@@ -72,8 +69,7 @@ OpenCLAlgoContext* GetHandleAlgoOpenCL() {
 }
 
 ret_status SetUpOpenclMFNR(void* /*unused*/) {
-    constexpr char kSignature[] = "ret_status SetUpOpenclMFNR(void*)";
-    if (g_handleAlgoOpenCL != nullptr) (void)releaseContext(kSignature, __LINE__);
+    if (g_handleAlgoOpenCL != nullptr) (void)releaseContext(kSetUpSite);
     const char* program = chooseProgram();
     OpenCLFoundation* foundation = nullptr;
     if (setupOpencl(&foundation, kVendor) != 0) return retStsThreadError;
@@ -83,18 +79,19 @@ ret_status SetUpOpenclMFNR(void* /*unused*/) {
         cleanOpencl(foundation);
         return retStsThreadError;
     }
-    traceContext(traceAcquire, kSignature, __LINE__, g_handleAlgoOpenCL);
+    traceAcquire(kTraceTag, kSetUpSite.unit, kSetUpSite.signature, __LINE__, kTraceMemory, 0, g_handleAlgoOpenCL,
+                 sizeof(OpenCLAlgoContext));
     return retStsOK;
 }
 
 ret_status CleanOpenclMFNR() {
     if (g_handleAlgoOpenCL == nullptr) return retStsOK;
-    return releaseContext("ret_status CleanOpenclMFNR()", __LINE__) ? retStsOK : retStsThreadError;
+    return releaseContext(kCleanSite) ? retStsOK : retStsThreadError;
 }
 
 int createGPUThread(void* (*routine)(void*), void* param, int size) {
     if (g_gpuThread.exists) {
-        joinWorkerOnce();
+        joinWorkerOnce(kCreateSite);
         return -1;
     }
     if (size > static_cast<int>(kGpuThreadParamSize)) {
@@ -119,7 +116,7 @@ int createGPUThread(void* (*routine)(void*), void* param, int size) {
 
 int joinGPUThread() {
     if (!g_gpuThread.exists) return 0;
-    joinWorkerOnce();
+    joinWorkerOnce(kJoinSite);
     g_gpuThread.exists = false;
     return g_gpuThread.result != nullptr ? -1 : 0;
 }
@@ -129,6 +126,7 @@ int joinGPUThread() {
 using namespace eis;
 
 EIS_EXPORT ret_status CleanOpenclMFNR_AcoreAPI(void) {
-    (void)joinGPUThread();
+    if (g_gpuThread.exists) joinWorkerOnce(kCleanEntrySite);
+    g_gpuThread.exists = false;
     return CleanOpenclMFNR();
 }

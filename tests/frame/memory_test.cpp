@@ -6,8 +6,8 @@
 #include <string>
 
 #include "libCore/core/source/frame/slots.h"
-#include "tests/frame/trace_recorder.h"
 #include "tests/harness/calls.h"
+#include "tests/harness/traces.h"
 
 namespace eis {
 namespace {

@@ -10,9 +10,9 @@
 #include <string>
 #include <thread>
 
-#include "tests/frame/trace_recorder.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/events.h"
+#include "tests/harness/traces.h"
 
 namespace eis {
 namespace {
@@ -132,7 +132,8 @@ TEST_F(Pool, NewPoolRetiresTheOldAfterItsJobs) {
     const auto traces = test::takeTraces();
     EXPECT_EQ(traces.size(), 2u * 17);
     EXPECT_EQ(traces[0].text, "+AP_EIS libCore/core/source/neon/MultiThread_new int MultiThread_Init(int)");
-    EXPECT_EQ(traces[4].text, "-AP_EIS libCore/core/source/neon/MultiThread_new void MultiThread_destory()");
+    EXPECT_EQ(traces[4].text, "-AP_EIS libCore/core/source/neon/MultiThread_new int MultiThread_Init(int)");
+    EXPECT_EQ(traces.back().text, "-AP_EIS libCore/core/source/neon/MultiThread_new void MultiThread_destory()");
 }
 
 TEST_F(Pool, FailedStartsCanBeRepeated) {

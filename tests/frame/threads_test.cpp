@@ -6,10 +6,11 @@
 #include <atomic>
 #include <string>
 
+#include "libCore/core/source/frame/traced_thread.h"
 #include "libCore/core/source/neon/multi_thread.h"
-#include "tests/frame/trace_recorder.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/events.h"
+#include "tests/harness/traces.h"
 
 namespace eis {
 namespace {
@@ -105,6 +106,20 @@ TEST(Fork, RunsOnAlone) {
             EXPECT_TRUE(test::eventsWere(nth > 0 ? test::Events{line} : test::Events{}));
         }
     }
+}
+
+TEST(ForkAndJoin, AGroupIsTracedWithItsCallersLines) {
+    Ran ran;
+    ThreadRecord record{{}, 0, &ran};
+    constexpr TraceSite kSite{"unit", "signature"};
+    test::takeTraces();
+    const int line = __LINE__;
+    ThreadGroup<1> group(kSite);
+    EXPECT_TRUE(group.start(body, &record));
+    group.join();
+    const auto traces = test::takeTraces();
+    EXPECT_EQ(traces.front().line, line + 2);
+    EXPECT_EQ(traces.back().line, line + 3);
 }
 
 TEST(ForkAndJoin, ThreadWait) {

@@ -12,6 +12,7 @@
 #include "tests/harness/calls.h"
 #include "tests/harness/entry_faults.h"
 #include "tests/harness/targets.h"
+#include "tests/harness/traces.h"
 #include "tests/registration/scene.h"
 
 namespace eis::test {
@@ -393,7 +394,11 @@ TEST(RegisEntry, EachThreadOfTheCopyFailing) {
         EXPECT_EQ(result, retStsOK);
         EXPECT_TRUE(eventsWere(joined({refused, closing(false)})));
         expectCopied(scene, 464, 232);
+        EXPECT_EQ(takeTraces().back().text,
+                  "-AP_EIS libCore/core/source/kelvane_mfdenoise "
+                  "ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK*)");
     };
+    (void)takeTraces();
     EXPECT_EQ(failEachInTurn({kThreadCreate, [&] { scene.reset(); }, [&] { return scene.run(); }, failed, succeeded}),
               12);
 }

@@ -27,6 +27,9 @@ static_assert(sizeof(ST_RANSAC_REGIS_BLOCK) == 24 && offsetof(ST_RANSAC_REGIS_BL
               offsetof(ST_RANSAC_REGIS_BLOCK, idx) == 12 && offsetof(ST_RANSAC_REGIS_BLOCK, lumaOnly) == 16 &&
               offsetof(ST_RANSAC_REGIS_BLOCK, pHomography) == 20);
 
+constexpr TraceSite kSite{"libCore/core/source/kelvane_mfdenoise",
+                          "ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK*)"};
+
 // Blocks are addressed word by word: the frame number is the host's, and nothing bounds it here.
 constexpr int64_t kStatusWord = offsetof(ST_REGISTRATION_OUT_BLOCK, pStatus) / 4;
 
@@ -88,7 +91,7 @@ ret_status copyUnaligned(const ST_PICTURE& frame, const ST_PICTURE& output) {
     for (int i = 0; i < 3; ++i) {
         const int pitch = i == 0 ? frame.stride : chromaPitch;
         const int bandRows = i == 0 ? frame.height >> 2 : frame.height >> 3;
-        const ret_status status = copyPlaneInBands(frame.pData[i], output.pData[i], pitch, pitch, bandRows);
+        const ret_status status = copyPlaneInBands(frame.pData[i], output.pData[i], pitch, pitch, bandRows, kSite);
         if (status == retStsOK) continue;
         EIS_LOG_ERROR("imgDataCopy Error %d", status);
         return status;

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "libCore/core/source/frame/log.h"
-#include "libCore/core/source/frame/traced_thread.h"
 
 namespace eis {
 
@@ -41,24 +40,25 @@ void copyRows(const ImgCopyRecord& record) {
     }
 }
 
-ret_status copyPlaneInBands(const uint8_t* src, uint8_t* dst, int srcStride, int dstStride, int bandRows) {
+ret_status copyPlaneInBands(const uint8_t* src, uint8_t* dst, int srcStride, int dstStride, int bandRows,
+                            const TraceSite& site, int line) {
     ImgCopyRecord records[kBands];
-    ThreadGroup<kBands> group(kCopySite);
+    ThreadGroup<kBands> group(site);
     bool lastFailed = false;
     for (int band = 0; band < kBands; ++band) {
         const int64_t firstRow = int64_t{band} * bandRows;
         records[band] = {src + firstRow * srcStride, dst + firstRow * dstStride, srcStride, dstStride, bandRows};
-        lastFailed = !group.start(copyThread, &records[band]);
+        lastFailed = !group.start(copyThread, &records[band], line);
         if (lastFailed) EIS_LOG_INFO("i = %d", band);
     }
     if (lastFailed) EIS_LOG_INFO("Thread Create Error!");
-    group.join();
+    group.join(line);
     return lastFailed ? retStsThreadError : retStsOK;
 }
 
 ret_status imgDataCopy(unsigned char* src, unsigned char* dst, int srcStride, int height, int dstStride,
                        int /*width*/) {
-    return copyPlaneInBands(src, dst, srcStride, dstStride, height >> 2);
+    return copyPlaneInBands(src, dst, srcStride, dstStride, height >> 2, kCopySite);
 }
 
 }  // namespace eis

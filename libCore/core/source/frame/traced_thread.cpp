@@ -11,8 +11,8 @@ int startTracedThread(pthread_t* thread, const pthread_attr_t* attributes, Threa
     return result;
 }
 
-int joinTracedThread(pthread_t thread, const TraceSite& site, int line) {
-    const int result = pthread_join(thread, nullptr);
+int joinTracedThread(pthread_t thread, const TraceSite& site, int line, void** returned) {
+    const int result = pthread_join(thread, returned);
     traceRelease(kTraceTag, site.unit, site.signature, line, kTraceThread, thread);
     return result;
 }

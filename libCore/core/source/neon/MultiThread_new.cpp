@@ -56,20 +56,20 @@ void* workerThread(void* indexOfSlot) {
 }
 
 // Ends the worker of a live slot once its running job is done.
-void retire(int index) {
+void retire(int index, const TraceSite& site) {
     MultiThreadSlot& slot = g_slots[index];
     waitSemaphore(&slot.doneSem);
     slot.exitFlag = 1;
     sem_post(&slot.startSem);
-    joinTracedThread(slot.thread, kDestorySite);
+    joinTracedThread(slot.thread, site);
     sem_destroy(&slot.startSem);
     sem_destroy(&slot.doneSem);
     g_alive[index] = false;
 }
 
-void retireAll() {
+void retireAll(const TraceSite& site) {
     for (int i = 0; i < kMultiThreadMax; ++i) {
-        if (g_alive[i]) retire(i);
+        if (g_alive[i]) retire(i, site);
     }
 }
 
@@ -97,7 +97,7 @@ int MultiThread_Init(int count) {
         std::printf("Bad Thread number , should be [1, %d] !\n", kMultiThreadMax);
         return -1;
     }
-    retireAll();
+    retireAll(kInitSite);
     pthread_attr_t attributes;
     if (pthread_attr_init(&attributes) != 0) {
         std::printf("Failed to init thread attribute.");
@@ -149,7 +149,7 @@ void MultiThread_clear(int slot) {
 }
 
 void MultiThread_destory() {
-    retireAll();
+    retireAll(kDestorySite);
 }
 
 }  // namespace eis

@@ -1,8 +1,9 @@
-#include "tests/frame/trace_recorder.h"
+#include "tests/harness/traces.h"
 
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <mutex>
 #include <utility>
@@ -14,14 +15,17 @@ namespace eis::test {
 
 namespace {
 
+std::atomic<bool> g_recording{false};
 std::mutex g_mutex;
 std::vector<TraceRecord> g_traces;
 
 void record(const char* sign, const char* tag, va_list arguments) {
+    if (!g_recording) return;
     const OwnWork own;
-    TraceRecord trace{std::string(sign) + tag, 0, 0};
+    TraceRecord trace{std::string(sign) + tag, 0};
     for (int i = 0; i < 2; ++i) trace.text.append(" ").append(va_arg(arguments, const char*));
-    EXPECT_GT(va_arg(arguments, int), 0) << "the line";
+    trace.line = va_arg(arguments, int);
+    EXPECT_GT(trace.line, 0);
     if (va_arg(arguments, int) == kTraceMemory) {
         EXPECT_EQ(va_arg(arguments, int), 0);
         trace.what = reinterpret_cast<uintptr_t>(va_arg(arguments, void*));
@@ -37,6 +41,7 @@ void record(const char* sign, const char* tag, va_list arguments) {
 
 std::vector<TraceRecord> takeTraces() {
     const std::lock_guard lock(g_mutex);
+    g_recording = true;
     return std::exchange(g_traces, {});
 }
 
