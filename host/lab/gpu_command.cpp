@@ -26,6 +26,8 @@ namespace {
 using eishost::HostError;
 using eishost::Picture;
 
+namespace fs = std::filesystem;
+
 constexpr char kVendor[] = "ARM";
 constexpr char kLayerVariable[] = "OPENCL_LAYERS";
 
@@ -51,16 +53,31 @@ bool hasVendor() {
     });
 }
 
-// The loader reads the variable at its first call, so the program starts again with it.
-void restartBehindLayer() {
-    namespace fs = std::filesystem;
-    const fs::path self = fs::read_symlink("/proc/self/exe");
-    const fs::path layer = self.parent_path().parent_path() / "lib" / "libeis_opencl_test_layer.so";
+// Where the build puts the layer, next to the folder of the program. It is not installed.
+fs::path layerPath() {
+    return fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "lib" / "libeis_opencl_test_layer.so";
+}
+
+bool isBehindLayer(const std::string& layers) {
+    return (':' + layers + ':').find(':' + layerPath().string() + ':') != std::string::npos;
+}
+
+// The loader reads the variable at its first call, so the program starts again with it. The test layer comes first, at
+// the devices, so that the user's own layers see what it presents.
+void restartBehindLayer(const std::string& layers) {
+    const fs::path layer = layerPath();
+    if (isBehindLayer(layers)) {
+        throw HostError(
+            eishost::kExitUnsuitable,
+            "no OpenCL device that the test layer could present as the phone's GPU; is a runtime installed?");
+    }
     if (!fs::exists(layer)) {
         throw HostError(eishost::kExitUnsuitable,
-                        "no OpenCL platform of vendor ARM here, and no test layer at " + layer.string());
+                        "no OpenCL platform of vendor ARM here; eis-lab gpu lets another one stand in for it in the "
+                        "build tree only: there is no test layer at " +
+                            layer.string());
     }
-    setenv(kLayerVariable, layer.c_str(), 1);
+    setenv(kLayerVariable, (layer.string() + (layers.empty() ? "" : ':' + layers)).c_str(), 1);
     std::ifstream commandLine("/proc/self/cmdline", std::ios::binary);
     std::vector<std::string> words;
     for (std::string word; std::getline(commandLine, word, '\0');) words.push_back(word);
@@ -68,8 +85,20 @@ void restartBehindLayer() {
     arguments.reserve(words.size() + 1);
     for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
-    execv(self.c_str(), arguments.data());
+    execv("/proc/self/exe", arguments.data());
     throw HostError(eishost::kExitInternal, "cannot start again behind the OpenCL test layer");
+}
+
+// Comes before the pictures: what was read of standard input would be gone after the restart.
+void findGpu() {
+    // The loader cuts the variable up where it stands, so it is read before the first call.
+    const char* variable = std::getenv(kLayerVariable);
+    const std::string layers = variable != nullptr ? variable : "";
+    if (!hasVendor()) restartBehindLayer(layers);
+    if (isBehindLayer(layers)) {
+        std::cerr << "note: the OpenCL test layer presents a device of this machine as the phone's GPU\n";
+    }
+    if (!layers.empty() && layers != layerPath()) std::cerr << "note: " << kLayerVariable << " is " << layers << '\n';
 }
 
 // A frame as the filter takes it: rows of luma, then as many rows of half the pitch for chroma.
@@ -93,41 +122,50 @@ void requireSize(const std::string& path, const Picture& picture, const Picture&
     throw HostError(eishost::kExitUnsuitable, path + ": its size differs from the frame's");
 }
 
-void requireOk(int status, const char* what) {
+void requireOk(int status, const std::string& failure, eishost::ExitCode code = eishost::kExitLibrary) {
     if (status == 0) return;
     for (const eishost::LogLine& line : eishost::libraryLog()) {
         if (line.priority == 6) std::cerr << "log: " << line.text << '\n';
     }
-    throw HostError(eishost::kExitLibrary, std::string(what) + " failed with status " + std::to_string(status));
+    throw HostError(code, failure + " with status " + std::to_string(status));
+}
+
+// The library only logs that it cannot read a program: "ERROR: Failed to open file 'PATH'" or the like.
+void requireReadableProgram(const char* advice) {
+    for (const eishost::LogLine& line : eishost::libraryLog()) {
+        const size_t quote = line.text.find(" file '");
+        if (quote == std::string::npos || !line.text.starts_with("ERROR: Failed to ")) continue;
+        const std::string path = line.text.substr(quote + 7, line.text.rfind('\'') - quote - 7);
+        throw HostError(eishost::kExitUnreadable, path + ": the OpenCL program cannot be read, or is empty" + advice);
+    }
 }
 
 // Without a program of the user's the path comes up as on the phone, from its fixed file.
 void setUp(const GpuArguments& arguments) {
     if (arguments.program.empty()) {
-        requireOk(eis::SetUpOpenclMFNR(nullptr), "set-up");
+        const int status = eis::SetUpOpenclMFNR(nullptr);
+        requireReadableProgram("; --program names another");
+        requireOk(status, "set-up failed");
         return;
     }
     eis::OpenCLFoundation* foundation = nullptr;
-    requireOk(eis::setupOpencl(&foundation, kVendor), "set-up");
+    requireOk(eis::setupOpencl(&foundation, kVendor), "set-up failed");
     const int mode = arguments.binary ? eis::kProgramBinary : 0;
     const int status = foundation->context == nullptr ? -1
                                                       : eis::setupOpencl_algo(foundation, arguments.program.c_str(),
                                                                               mode, &eis::g_handleAlgoOpenCL);
     if (status != 0) eis::cleanOpencl(foundation);
-    requireOk(status, "the program's build");
+    requireReadableProgram("");
+    requireOk(status, arguments.program + ": the build of the filter's kernels failed", eishost::kExitUnsuitable);
 }
 
 void runGpu(const GpuArguments& arguments) {
+    findGpu();
     const Picture frame = eishost::loadPicture(arguments.frame);
     const Picture reference = eishost::loadPicture(arguments.reference);
     const Picture mask = eishost::loadPicture(arguments.mask);
     requireSize(arguments.reference, reference, frame);
     requireSize(arguments.mask, mask, frame);
-    if (std::getenv(kLayerVariable) == nullptr && !hasVendor()) restartBehindLayer();
-    if (std::getenv(kLayerVariable) != nullptr) {
-        std::cerr << "note: an OpenCL layer stands in for the phone's GPU: " << std::getenv(kLayerVariable) << '\n';
-    }
-
     eishost::startLibraryLog(nullptr);
     setUp(arguments);
     const int stride = (frame.width + 127) & ~127;
@@ -140,21 +178,27 @@ void runGpu(const GpuArguments& arguments) {
                                          stride / 2,       frame.height,    frame.width};
     const int status = eis::kernel_temporalfilter(&params);
     eis::CleanOpenclMFNR();
-    requireOk(status, "the filter");
+    requireOk(status, "the filter failed");
 
     Picture result = frame;
     // Columns past the last whole work item are not dispatched and stay the frame's.
     const int columns = frame.width / 16 * 16;
+    if (columns < frame.width) {
+        std::cerr << "note: the last " << frame.width - columns
+                  << " columns are not filtered: the filter works on whole groups of 16\n";
+    }
     for (int y = 0; y < frame.height; ++y) {
         std::memcpy(result.planes[0].data() + static_cast<size_t>(y) * static_cast<size_t>(frame.width),
                     filtered.data() + static_cast<size_t>(y) * static_cast<size_t>(stride),
                     static_cast<size_t>(columns));
     }
     eishost::savePicture(arguments.out, result);
+    // Standard output may be the picture.
+    std::ostream& to = arguments.out == "-" ? std::cerr : std::cout;
     for (const eishost::LogLine& line : eishost::libraryLog()) {
-        if (line.text.find("kernel_temporalfilter use") != std::string::npos) std::cout << line.text << '\n';
+        if (line.text.find("kernel_temporalfilter use") != std::string::npos) to << line.text << '\n';
     }
-    std::cout << arguments.out << '\n';
+    if (arguments.out != "-") to << arguments.out << '\n';
 }
 
 }  // namespace
@@ -172,8 +216,10 @@ void addGpuCommand(CLI::App& app) {
     gpu->add_option("--out", arguments->out, "Picture to write: filtered luma, the first frame's chroma")->required();
     gpu->footer(
         "The library holds no kernels. Where no platform of the phone's vendor exists, the OpenCL test layer\n"
-        "presents this machine's device as one, and a note says so. tests/gpu/program_fixture.cl is a program to\n"
-        "try: where the mask is not zero the frame stays, elsewhere REF is mixed in by alpha of 256.");
+        "presents this machine's device as one, and a note says so; layers that OPENCL_LAYERS names stay in front\n"
+        "of it. The layer is in the build tree only, it is not installed. tests/gpu/program_fixture.cl of the\n"
+        "sources is a program to try: where the mask is not zero the frame stays, elsewhere REF is mixed in by\n"
+        "alpha of 256.");
     gpu->callback([arguments] { runGpu(*arguments); });
 }
 
