@@ -94,9 +94,13 @@ cl_int setArguments(cl_kernel kernel, const ST_TEMPORALFILTER_PARAMS& params, co
     cl_uint index = 0;
     const auto set = [&](const auto& value) { status |= clSetKernelArg(kernel, index++, sizeof value, &value); };
     for (const cl_mem& memory : buffers.mem) {
-        // A runtime takes a null memory object, and the kernel would then run into it.
-        if (memory == nullptr) status |= CL_INVALID_MEM_OBJECT;
-        set(memory);
+        // A runtime would take a null memory object, and the kernel run into it.
+        if (memory == nullptr) {
+            status |= CL_INVALID_MEM_OBJECT;
+            ++index;
+        } else {
+            set(memory);
+        }
     }
     set(params.alpha);
     set(params.stride);
@@ -119,22 +123,28 @@ cl_int runKernel(cl_command_queue queue, cl_kernel kernel, const ST_TEMPORALFILT
         EIS_LOG_ERROR("[GPU]: Failed to enqueue kernel_temporalfilter. status = %d\n", status);
         return status;
     }
-    status = clFinish(queue);
+    // Its status is not looked at: the steps that follow on the queue decide.
+    clFinish(queue);
     EIS_LOG_INFO("[GPU]: kernel_temporalfilter use:%ld us", static_cast<long>(clockMicroseconds() - start));
-    return status;
+    return CL_SUCCESS;
 }
 
-// A failed map skips the copy and the unmap.
+// The first failing status. A failure skips only what needs the step that failed; an address that comes with an error
+// is unmapped, but not read.
 cl_int copyBack(cl_command_queue queue, cl_mem buffer, int32_t shift, const Plane& plane) {
     cl_int status = CL_SUCCESS;
+    const auto note = [&](cl_int result) {
+        if (status == CL_SUCCESS) status = result;
+    };
     void* mapped = clEnqueueMapBuffer(queue, buffer, CL_TRUE, CL_MAP_READ, 0, plane.size, 0, nullptr, nullptr, &status);
-    if (status != CL_SUCCESS || mapped == nullptr) return status;
-    status = clFinish(queue);
+    if (mapped == nullptr) note(CL_MAP_FAILURE);
+    note(clFinish(queue));
     if (status == CL_SUCCESS) {
         (void)memcpy_s(plane.memory, plane.size, static_cast<const uint8_t*>(mapped) + shift, plane.size);
     }
-    status = clEnqueueUnmapMemObject(queue, buffer, mapped, 0, nullptr, nullptr);
-    return status != CL_SUCCESS ? status : clFinish(queue);
+    if (mapped != nullptr) note(clEnqueueUnmapMemObject(queue, buffer, mapped, 0, nullptr, nullptr));
+    note(clFinish(queue));
+    return status;
 }
 
 }  // namespace
@@ -168,8 +178,9 @@ int kernel_temporalfilter(ST_TEMPORALFILTER_PARAMS* params) {
     // Imported planes are shared: nothing has to be copied.
     if (importMode) return clFinish(queue);
     // By the first frame's shift; in copy mode all shifts are 0.
-    (void)copyBack(queue, buffers.mem[kSrc2], buffers.shift[kSrc1], planes[kSrc2]);
-    return copyBack(queue, buffers.mem[kOut], buffers.shift[kOut], planes[kOut]);
+    const cl_int second = copyBack(queue, buffers.mem[kSrc2], buffers.shift[kSrc1], planes[kSrc2]);
+    const cl_int out = copyBack(queue, buffers.mem[kOut], buffers.shift[kOut], planes[kOut]);
+    return second != CL_SUCCESS ? second : out;
 }
 
 }  // namespace eis

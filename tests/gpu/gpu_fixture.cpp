@@ -1,9 +1,10 @@
 #include "tests/gpu/gpu_fixture.h"
 
 #include <EGL/egl.h>
+#include <pthread.h>
 
+#include <cstdlib>
 #include <map>
-#include <memory>
 
 #include "opencl/cl_platform.h"
 #include "opencl/opencl_ivp_api.h"
@@ -12,9 +13,6 @@
 namespace eis::test {
 
 namespace {
-
-bool g_accessResult = true;
-int g_eglFault = 0;
 
 cl_device_id firstDevice() {
     cl_platform_id platform = nullptr;
@@ -25,6 +23,7 @@ cl_device_id firstDevice() {
 }
 
 std::string buildBinary(const char* options) {
+    eisLayerReset({});
     cl_device_id device = firstDevice();
     cl_context context = clCreateContext(nullptr, 1, &device, nullptr, nullptr, nullptr);
     const std::string source = programSource();
@@ -43,11 +42,22 @@ std::string buildBinary(const char* options) {
 
 }  // namespace
 
-void setAccessResult(bool present) {
-    g_accessResult = present;
+void recordCall(const char* call) {
+    const OwnWork own;
+    recordCallback(call);
 }
-void setEglFault(int fault) {
-    g_eglFault = fault;
+
+void resetLayer(EisLayerSettings settings, int failCall, bool failKeepsObject) {
+    settings.failCall = failCall;
+    settings.failKeepsObject = failKeepsObject;
+    eisLayerReset(settings);
+    clearEvents();
+}
+
+Events eachOf(const std::string& start, const Events& endings) {
+    Events events;
+    for (const std::string& ending : endings) events.push_back(start + ending);
+    return events;
 }
 
 std::string programSource() {
@@ -62,20 +72,21 @@ std::string programBinary(const char* options) {
 }
 
 void GpuTest::SetUp() {
-    eisLayerReset(nullptr);
-    setAccessResult(true);
+    ASSERT_NE(std::getenv("OPENCL_LAYERS"), nullptr) << "it runs behind the test layer, as ctest starts it";
+    eisLayerReset({});
+    g_accessResult = 0;
     if (firstDevice() == nullptr) GTEST_SKIP() << "no OpenCL device on this machine";
     placeFile(kProgramPath, programBinary(""));
-    eisLayerReset(nullptr);
+    resetLayer(kPresented);
 }
 
 void GpuTest::TearDown() {
-    eisLayerReset(nullptr);
+    eisLayerReset({});
     EXPECT_EQ(CleanOpenclMFNR(), 0);
     EXPECT_EQ(eisLayerLive(), 0);
 }
 
-void GpuTest::placeFile(const char* path, const std::string& content) {
+void GpuTest::placeFile(const std::string& path, const std::string& content) {
     const std::string target = folder_.path(std::to_string(redirects_.size()));
     writeFile(target, content);
     redirects_.push_back(std::make_unique<FileRedirect>(path, target));
@@ -84,25 +95,22 @@ void GpuTest::placeFile(const char* path, const std::string& content) {
 }  // namespace eis::test
 
 extern "C" {
-int __wrap_access(const char* path, int mode);
-EGLDisplay __wrap_eglGetDisplay(EGLNativeDisplayType native);
-EGLBoolean __wrap_eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor);
-
 int __wrap_access(const char* path, int mode) {
     EXPECT_STREQ(path, eis::test::kArchitectureKey);
     EXPECT_EQ(mode, 0);
-    return eis::test::g_accessResult ? 0 : -1;
+    return eis::test::g_accessResult;
+}
+
+int __wrap_pthread_setname_np(pthread_t /*thread*/, const char* name) {
+    eis::test::recordCall(name);
+    return 0;
 }
 
 EGLDisplay __wrap_eglGetDisplay(EGLNativeDisplayType native) {
-    EXPECT_EQ(native, EGL_DEFAULT_DISPLAY);
-    return eis::test::g_eglFault == 1 ? EGL_NO_DISPLAY : &eis::test::g_eglFault;
+    return native == EGL_DEFAULT_DISPLAY && eis::test::g_eglFault != 1 ? &eis::test::g_eglFault : EGL_NO_DISPLAY;
 }
 
 EGLBoolean __wrap_eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor) {
-    EXPECT_EQ(display, &eis::test::g_eglFault);
-    EXPECT_EQ(major, nullptr);
-    EXPECT_EQ(minor, nullptr);
-    return eis::test::g_eglFault == 2 ? EGL_FALSE : EGL_TRUE;
+    return display == &eis::test::g_eglFault && major == nullptr && minor == nullptr && eis::test::g_eglFault != 2;
 }
 }

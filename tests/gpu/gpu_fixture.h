@@ -1,12 +1,16 @@
-// What the tests of the GPU path share: the program files under their fixed paths, and a clean layer.
+// What the tests of the GPU path share: the program files under their fixed paths, and a layer that presents two
+// platforms and two devices, the second of which are to be chosen, and puts each OpenCL call into the journal of
+// events.h. Thread names go there too.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/opencl_layer/opencl_test_layer.h"
+#include "tests/harness/events.h"
 #include "tests/harness/files.h"
 
 namespace eis::test {
@@ -15,12 +19,19 @@ inline constexpr char kProgramPath[] = "/system/etc/camera/libcl/mfnr.cl";
 inline constexpr char kProgramPathV2[] = "/system/etc/camera/libcl/mfnr_v2.cl";
 inline constexpr char kArchitectureKey[] = "/proc/device-tree/orvi,gpu_arch";
 
-// Whether the library's `access` finds a file.
-void setAccessResult(bool present);
-// What EGL answers: 0 works, 1 no display, 2 no initialisation.
-void setEglFault(int fault);
+void recordCall(const char* call);
+inline const EisLayerSettings kPresented{.extraVendor = "ARM Ltd.", .observer = recordCall};
+// Starts a fresh journal, and the layer anew.
+void resetLayer(EisLayerSettings settings, int failCall = 0, bool failKeepsObject = false);
 
-// The fixture program, built for this machine's device.
+// One event for each ending.
+Events eachOf(const std::string& start, const Events& endings);
+
+// What the library's `access` says, and EGL: 0 works, 1 no display, 2 no initialisation.
+inline int g_accessResult = 0;
+inline int g_eglFault = 0;
+
+// The fixture program, and its build for this machine's device.
 std::string programSource();
 std::string programBinary(const char* options);
 
@@ -31,11 +42,10 @@ class GpuTest : public testing::Test {
     void TearDown() override;
 
     // Puts content under one of the fixed paths for the rest of the test.
-    void placeFile(const char* path, const std::string& content);
-
-    TempFolder folder_;
+    void placeFile(const std::string& path, const std::string& content);
 
   private:
+    TempFolder folder_;
     std::vector<std::unique_ptr<FileRedirect>> redirects_;
 };
 

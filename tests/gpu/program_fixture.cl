@@ -1,4 +1,5 @@
-// A fixture: it holds all kernel names that the library looks up. Only "temporalfilter" computes anything.
+// A fixture: it holds all kernel names that the library looks up, in the order of their places. Only "temporalfilter"
+// computes anything.
 //
 // The blend: where the mask is not zero the first frame stays, elsewhere the second one is mixed in by alpha of 256. Luma
 // alone; an item covers 16 by 2 samples.
@@ -18,34 +19,12 @@ __kernel void temporalfilter(__global const uchar* src1, __global const uchar* s
 }
 
 #define EMPTY(name) __kernel void name(int unused) {}
-EMPTY(imtransform)
-EMPTY(fillBlank)
-EMPTY(fillBlank_left_right)
-EMPTY(fillBlank_top)
-EMPTY(fillBlank_bottom)
-EMPTY(downsample)
-EMPTY(guidedfilter1)
-EMPTY(upsample1)
-EMPTY(downscaleX4)
-EMPTY(calcSobel)
-EMPTY(downsample2)
-EMPTY(guidedfilter2)
-EMPTY(upsample2)
-EMPTY(ghostRefine)
-EMPTY(ghostCnt)
-EMPTY(ghostCnt_part2)
+EMPTY(imtransform) EMPTY(fillBlank) EMPTY(fillBlank_left_right) EMPTY(fillBlank_top) EMPTY(fillBlank_bottom)
+EMPTY(downsample) EMPTY(guidedfilter1) EMPTY(upsample1) EMPTY(downscaleX4) EMPTY(calcSobel) EMPTY(downsample2)
+EMPTY(guidedfilter2) EMPTY(upsample2) EMPTY(ghostRefine) EMPTY(ghostCnt) EMPTY(ghostCnt_part2)
 #ifndef WITHOUT_BYTE_TO_BIT
 EMPTY(byteToBit)
 #endif
-EMPTY(bitToByte)
-EMPTY(erosion_bit_H)
-EMPTY(erosion_bit_V)
-EMPTY(ghostDetectUV)
-EMPTY(erosion_r5_bit_H)
-EMPTY(erosion_r5_bit_V)
-EMPTY(ghostRefineUV)
-EMPTY(erosion_r1_bit_H)
-EMPTY(erosion_r1_bit_V)
-EMPTY(ghostDetectY)
-EMPTY(erosion_r2n_bit_H)
-EMPTY(erosion_r2n_bit_V)
+EMPTY(bitToByte) EMPTY(erosion_bit_H) EMPTY(erosion_bit_V) EMPTY(ghostDetectUV) EMPTY(erosion_r5_bit_H)
+EMPTY(erosion_r5_bit_V) EMPTY(ghostRefineUV) EMPTY(erosion_r1_bit_H) EMPTY(erosion_r1_bit_V) EMPTY(ghostDetectY)
+EMPTY(erosion_r2n_bit_H) EMPTY(erosion_r2n_bit_V)

@@ -116,6 +116,9 @@ testing::AssertionResult eventsWere(const Events& expected) {
 testing::AssertionResult logWas(const Events& expected) {
     return compare(logLines(), expected);
 }
+testing::AssertionResult errorsWere(const Events& expected) {
+    return compare(select([](const Event& event) { return event.isLog && event.text.starts_with("error"); }), expected);
+}
 testing::AssertionResult callbacksWere(const Events& expected) {
     return compare(callbacks(), expected);
 }

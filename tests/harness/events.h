@@ -32,6 +32,8 @@ Events callbacks();
 // Compare with an expected sequence, in which a '*' stands for any characters (a duration, a pointer).
 testing::AssertionResult eventsWere(const Events& expected);
 testing::AssertionResult logWas(const Events& expected);
+// The log's errors alone.
+testing::AssertionResult errorsWere(const Events& expected);
 testing::AssertionResult callbacksWere(const Events& expected);
 
 }  // namespace eis::test
