@@ -1,5 +1,6 @@
 #include "bounded/bounded_format.h"
 
+#include <cerrno>
 #include <cstdio>
 
 #include "bounded/bounded_memory.h"
@@ -24,8 +25,10 @@ bool isUsable(const char* dest, size_t destMax, const char* format) {
 __attribute__((format(printf, 3, 0))) int formatWithin(char* dest, size_t limit, const char* format, va_list args) {
     const int length = std::vsnprintf(dest, limit, format, args);
     if (length >= 0 && static_cast<size_t>(length) < limit) return length;
+    // A length beyond what an int can tell is no failed conversion: the text is too long for any limit.
+    const bool tooLong = length >= 0 || errno == EOVERFLOW;
     dest[limit - 1] = '\0';
-    return length < 0 ? kFailedConversion : kDoesNotFit;
+    return tooLong ? kDoesNotFit : kFailedConversion;
 }
 
 }  // namespace
