@@ -174,7 +174,9 @@ class Parser {
             const char* behind = behindName(name, closed->name.get());
             if (behind != nullptr && isNameEnd(*behind)) {
                 lexer_.skipBytes(static_cast<size_t>(behind - tagBegin));
-                if (lexer_.next().kind != XmlTokenKind::tagEnd) note(kXmlUnexpectedToken, behind);
+                // The end of the text may cut the tag off behind a blank.
+                const XmlTokenKind end = lexer_.next().kind;
+                if (end != XmlTokenKind::tagEnd && end != XmlTokenKind::textEnd) note(kXmlUnexpectedToken, behind);
                 return;
             }
             note(kXmlMissingEndTag, tagBegin);

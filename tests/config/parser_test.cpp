@@ -54,6 +54,8 @@ TEST(XmlParser, Cases) {
         {"<ab>1</a>", "null", 6, 1, 6},
         {"<a>1</a", "null", 6, 1, 5},
         {"<a>1</a b>", "null", 8, 1, 8},
+        {"<a>1</a ", "a{'1'}"},
+        {"<a><b>1</b\n", "a{b{'1'}}", 1, 2, 1},
 
         // The end of the text keeps what there is, but not a text that no tag follows.
         {"<a><b>1</b>", "a{b{'1'}}", 1, 1, 12},
