@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <new>
+
+#include "bounded/heap_block.h"
 
 namespace eis {
 
@@ -69,10 +69,10 @@ template <class T>
 bool convertFloat(T (*convert)(const char*, char**), const char* text, size_t length, T* value, size_t* used) {
     // The copy ends the number where the scan ended it.
     char local[64];
-    std::unique_ptr<char[]> allocated;
+    HeapBlock<char[]> allocated;
     char* copy = local;
     if (length >= sizeof local) {
-        allocated.reset(new (std::nothrow) char[length + 1]);
+        allocated = heapBlock<char>(length + 1);
         copy = allocated.get();
         if (copy == nullptr) return false;
     }

@@ -20,9 +20,10 @@ uint32_t orderCode(int32_t index, XmlItemKind kind) {
 // Puts an item behind the others of its kind and notes it in the order array.
 template <class T>
 bool appendInOrder(XmlNodeBody* body, GrowingArray<T>* items, int32_t* count, XmlItemKind kind, T* item) {
-    if (!items->makeRoom(*count) || !body->order.makeRoom(body->orderCount())) return false;
-    body->order[body->orderCount()] = orderCode(*count, kind);
-    (*items)[*count] = std::move(*item);
+    XmlPool& pool = *body->pool;
+    const int32_t place = body->orderCount();
+    if (!body->order.makeRoom(pool, place) || !items->append(pool, *count, std::move(*item))) return false;
+    body->order[place] = orderCode(*count, kind);
     ++*count;
     return true;
 }
@@ -52,7 +53,7 @@ const XmlNode& childNamed(const XmlNode& node, const char* name) {
     const XmlNodeBody* body = node.body();
     for (int32_t i = 0; body != nullptr && i < body->childCount; ++i) {
         const XmlNode& child = body->children[i];
-        const char* rest = behindName(name, child.body()->name.get());
+        const char* rest = behindName(name, child.body()->name);
         if (rest != nullptr && *rest == '\0') return child;
     }
     return g_emptyXmlNode;
@@ -91,7 +92,7 @@ XmlNode XmlNode::adopt(XmlNodeBody* body) noexcept {
 void releaseXmlBody(XmlNodeBody* body) noexcept {
     if (--body->refCount > 0) return;
     if (body->parent != nullptr) unlinkFromParent(body);
-    // Bodies to free form a list over their parent pointers, which nobody needs any more.
+    // Bodies that go form a list over their parent pointers, which nobody needs any more.
     for (XmlNodeBody* pending = body; pending != nullptr;) {
         XmlNodeBody* freed = pending;
         pending = freed->parent;
@@ -102,17 +103,33 @@ void releaseXmlBody(XmlNodeBody* body) noexcept {
             child->parent = pending;
             pending = child;
         }
-        delete freed;
+        freed->pool->dropNode();
     }
 }
 
-OwnedText copyText(const char* begin, size_t length) {
-    OwnedText copy(new (std::nothrow) char[length + 1]);
+char* copyText(XmlPool& pool, const char* begin, size_t length) {
+    auto* copy = static_cast<char*>(pool.take(length + 1, 1));
     if (copy != nullptr) {
-        std::memcpy(copy.get(), begin, length);
+        std::memcpy(copy, begin, length);
         copy[length] = '\0';
     }
     return copy;
+}
+
+XmlNode newXmlTree() {
+    XmlPool* pool = XmlPool::create();
+    return pool != nullptr ? newXmlNode(*pool) : XmlNode();
+}
+
+XmlNode newXmlNode(XmlPool& pool) {
+    pool.addNode();
+    auto* body = pool.make<XmlNodeBody>();
+    if (body != nullptr) {
+        body->pool = &pool;
+    } else {
+        pool.dropNode();
+    }
+    return XmlNode::adopt(body);
 }
 
 bool appendChild(XmlNodeBody* parent, XmlNode* child) {
@@ -131,22 +148,21 @@ bool appendClear(XmlNodeBody* body, XmlClearEntry* clear) {
 }
 
 bool appendAttribute(XmlNodeBody* body, XmlAttribute* attribute) {
-    if (!body->attributes.makeRoom(body->attributeCount)) return false;
-    body->attributes[body->attributeCount++] = std::move(*attribute);
+    if (!body->attributes.append(*body->pool, body->attributeCount, std::move(*attribute))) return false;
+    ++body->attributeCount;
     return true;
 }
 
 void removeLastClear(XmlNodeBody* body) {
-    body->clears[--body->clearCount] = {};
+    --body->clearCount;
 }
 
 XmlNode FindChild(const XmlNode& node, const char* name) {
     return childNamed(node, name);
 }
 
-const char* FirstText(const XmlNode& node) {
-    const XmlNodeBody* body = node.body();
-    return body != nullptr && body->textCount > 0 ? body->texts[0].text.get() : nullptr;
+const char* FirstText(const XmlNodeBody* body) {
+    return body != nullptr && body->textCount > 0 ? body->texts[0].text : nullptr;
 }
 
 XmlNode FindXmlNode(const XmlNode& start, const char* path) {

@@ -11,6 +11,8 @@
 #include <new>
 #include <utility>
 
+#include "config/xml_pool.h"
+
 namespace eis {
 
 struct XmlNodeBody;
@@ -37,61 +39,72 @@ class XmlNode {
 };
 static_assert(sizeof(XmlNode) == sizeof(void*));
 
-using OwnedText = std::unique_ptr<char[]>;
-
 // A copy with a terminator; null when there is no memory.
-OwnedText copyText(const char* begin, size_t length);
+char* copyText(XmlPool& pool, const char* begin, size_t length);
 
-// An array that grows in steps; its owner counts the items.
+// An array that grows in steps. Its owner counts the items; while there are none it takes one pointer.
 template <class T>
 class GrowingArray {
   public:
-    // Makes room for one more item than count; false when there is no memory, with everything as it was.
-    bool makeRoom(int32_t count) {
-        if (count < capacity_) return true;
-        if (capacity_ > kMaxItems) return false;
-        const int32_t capacity = capacity_ > 0 ? 2 * capacity_ : 4;
-        std::unique_ptr<T[]> grown(new (std::nothrow) T[static_cast<size_t>(capacity)]());
-        if (grown == nullptr) return false;
-        for (int32_t i = 0; i < count; ++i) grown[i] = std::move(items_[i]);
-        items_ = std::move(grown);
-        capacity_ = capacity;
+    // Puts an item behind the first count ones; false when there is no memory, with everything as it was.
+    bool append(XmlPool& pool, int32_t count, T&& item) {
+        if (!makeRoom(pool, count)) return false;
+        std::construct_at(&items()[count], std::move(item));
         return true;
     }
-    T& operator[](int32_t i) { return items_[i]; }
-    const T& operator[](int32_t i) const { return items_[i]; }
+    bool makeRoom(XmlPool& pool, int32_t count) {
+        const int32_t capacity = head_ != nullptr ? head_->capacity : 0;
+        if (count < capacity) return true;
+        if (capacity > kMaxItems) return false;
+        const int32_t grown = capacity > 0 ? 2 * capacity : 1;
+        void* memory = pool.take(sizeof(Head) + sizeof(T) * static_cast<size_t>(grown), alignof(Head));
+        if (memory == nullptr) return false;
+        Head* head = new (memory) Head{grown};
+        if (count > 0) std::uninitialized_move_n(items(), count, reinterpret_cast<T*>(head + 1));
+        head_ = head;
+        return true;
+    }
+    T& operator[](int32_t i) { return items()[i]; }
+    const T& operator[](int32_t i) const { return items()[i]; }
 
   private:
     static constexpr int32_t kMaxItems = 1 << 28;  // a code of the order array has 30 bits for an index
 
-    std::unique_ptr<T[]> items_;
-    int32_t capacity_ = 0;
+    // Stands in front of the items.
+    struct alignas(T) alignas(int32_t) Head {
+        int32_t capacity;
+    };
+    T* items() const { return reinterpret_cast<T*>(head_ + 1); }
+
+    Head* head_ = nullptr;
 };
+
+// The characters and arrays of these records belong to the tree's pool.
 
 // Entities may put a zero byte into a text, so its length is kept.
 struct XmlText {
-    OwnedText text;
+    char* text = nullptr;
     size_t length = 0;
     size_t capacity = 0;  // bytes at text, the terminator's included
 };
 
 // What stands raw between a pair of literals of clearTagTable.
 struct XmlClearEntry {
-    OwnedText text;
+    char* text = nullptr;
     const char* open = nullptr;
     const char* close = nullptr;
 };
 
 struct XmlAttribute {
-    OwnedText name;
-    OwnedText value;  // null for a bare name
+    char* name = nullptr;
+    char* value = nullptr;  // null for a bare name
 };
 
 // The kinds of a code of the order array: item index times 4, plus kind.
 enum XmlItemKind : uint32_t { kXmlChild = 0, kXmlTextItem = 2, kXmlClear = 3 };
 
 struct XmlNodeBody {
-    OwnedText name;  // null for the nameless root
+    char* name = nullptr;  // null for the nameless root
     int32_t childCount = 0;
     int32_t textCount = 0;
     int32_t clearCount = 0;
@@ -106,14 +119,20 @@ struct XmlNodeBody {
     int32_t refCount = 1;
     int32_t line = 0;  // of the tag's first character, from 1; 0 for the nameless root
     int32_t column = 0;
+    XmlPool* pool = nullptr;
 
     int32_t orderCount() const { return childCount + textCount + clearCount; }
 };
 
 extern XmlNode g_emptyXmlNode;
 
-// Drops one reference. The last one frees the body: it leaves its parent's arrays, and each child loses its parent and
-// the reference held for it.
+// A node without a name that nothing holds but its handle: of a new tree, and of the tree that lives in a pool. The
+// empty node when there is no memory.
+XmlNode newXmlTree();
+XmlNode newXmlNode(XmlPool& pool);
+
+// Drops one reference. With the last one the body goes: it leaves its parent's arrays, and each child loses its parent
+// and the reference held for it. Memory is freed with the last body of a tree.
 void releaseXmlBody(XmlNodeBody* body) noexcept;
 
 // Add an item at the end; false when there is no memory, with nothing added. A child comes with a reference.
@@ -130,7 +149,10 @@ inline bool IsNull(const XmlNode& node) {
 // The first child of that name, without regard to case.
 XmlNode FindChild(const XmlNode& node, const char* name);
 // The first text, which belongs to the node; null when there is none.
-const char* FirstText(const XmlNode& node);
+const char* FirstText(const XmlNodeBody* body);
+inline const char* FirstText(const XmlNode& node) {
+    return FirstText(node.body());
+}
 // Follows a path of names, each behind a '/', from start on; each step takes the first match. Paths of up to 254
 // characters.
 XmlNode FindXmlNode(const XmlNode& start, const char* path);

@@ -42,17 +42,17 @@ const XmlClearTag* clearTagAt(const char* at) {
 }
 
 // Makes one text of two. False when there is no memory, with both as they were.
-bool appendToText(XmlText* text, const XmlText& more) {
+bool appendToText(XmlPool& pool, XmlText* text, const XmlText& more) {
     const size_t length = text->length + more.length;
     if (length + 1 > text->capacity) {
         const size_t capacity = std::max(length + 1, 2 * text->capacity);
-        OwnedText grown(new (std::nothrow) char[capacity]);
+        auto* grown = static_cast<char*>(pool.take(capacity, 1));
         if (grown == nullptr) return false;
-        std::memcpy(grown.get(), text->text.get(), text->length);
-        text->text = std::move(grown);
+        std::memcpy(grown, text->text, text->length);
+        text->text = grown;
         text->capacity = capacity;
     }
-    std::memcpy(text->text.get() + text->length, more.text.get(), more.length + 1);
+    std::memcpy(text->text + text->length, more.text, more.length + 1);
     text->length = length;
     return true;
 }
@@ -71,7 +71,7 @@ class Parser {
     explicit Parser(const char* text) : lexer_(text), places_(text) {}
 
     XmlNode run(XmlResults* results) {
-        root_ = XmlNode::adopt(new (std::nothrow) XmlNodeBody);
+        root_ = newXmlTree();
         if (IsNull(root_)) {
             note(kXmlNoMemory, lexer_.at());
         } else {
@@ -85,6 +85,8 @@ class Parser {
     }
 
   private:
+    XmlPool& pool() const { return *root_.body()->pool; }
+
     // The last error counts, but a tolerable one never replaces one that is not.
     void note(XmlError error, const char* place) {
         if (error <= kXmlNoElement && results_.code > kXmlNoElement) return;
@@ -120,9 +122,9 @@ class Parser {
     XmlText decode(const char* begin, const char* end) {
         XmlText text;
         text.capacity = static_cast<size_t>(end - begin) + 1;
-        text.text.reset(new (std::nothrow) char[text.capacity]);
+        text.text = static_cast<char*>(pool().take(text.capacity, 1));
         if (text.text == nullptr) return {};
-        const XmlDecoded decoded = decodeEntities(begin, end, text.text.get());
+        const XmlDecoded decoded = decodeEntities(begin, end, text.text);
         if (decoded.error != kXmlNoError) {
             note(static_cast<XmlError>(decoded.error), decoded.offender);
             return {};
@@ -137,7 +139,7 @@ class Parser {
         if (text.length == 0) return;
         if (mergeAroundComments == 0 || !endsInTextAndComment(*open_)) {
             (void)appendText(open_, &text);
-        } else if (appendToText(&open_->texts[open_->textCount - 1], text)) {
+        } else if (appendToText(pool(), &open_->texts[open_->textCount - 1], text)) {
             removeLastClear(open_);
         }
     }
@@ -151,7 +153,7 @@ class Parser {
             note(kXmlUnclosedClearTag, tagBegin);
             return;
         }
-        XmlClearEntry clear{copyText(begin, static_cast<size_t>(end - begin)), tag.open, tag.close};
+        XmlClearEntry clear{copyText(pool(), begin, static_cast<size_t>(end - begin)), tag.open, tag.close};
         if (clear.text != nullptr) (void)appendClear(open_, &clear);
     }
 
@@ -171,7 +173,7 @@ class Parser {
         while (open_ != root_.body()) {
             XmlNodeBody* closed = open_;
             open_ = closed->parent;
-            const char* behind = behindName(name, closed->name.get());
+            const char* behind = behindName(name, closed->name);
             if (behind != nullptr && isNameEnd(*behind)) {
                 lexer_.skipBytes(static_cast<size_t>(behind - tagBegin));
                 // The end of the text may cut the tag off behind a blank.
@@ -203,10 +205,10 @@ class Parser {
     }
 
     XmlNodeBody* openChild(const char* tagBegin, const XmlToken& name, bool isDeclaration) {
-        XmlNode child = XmlNode::adopt(new (std::nothrow) XmlNodeBody);
+        XmlNode child = newXmlNode(pool());
         XmlNodeBody* body = child.body();
         if (body == nullptr) return nullptr;
-        body->name = copyText(name.begin, static_cast<size_t>(name.end - name.begin));
+        body->name = copyText(pool(), name.begin, static_cast<size_t>(name.end - name.begin));
         if (body->name == nullptr || !appendChild(open_, &child)) return nullptr;
         body->isDeclaration = isDeclaration ? 1 : 0;
         places_.locate(tagBegin, &body->line, &body->column);
@@ -264,7 +266,7 @@ class Parser {
         const char* nameEnd = withoutQuestionMark(*body, name);
         if (nameEnd == name.begin) return;
         XmlAttribute attribute;
-        attribute.name = copyText(name.begin, static_cast<size_t>(nameEnd - name.begin));
+        attribute.name = copyText(pool(), name.begin, static_cast<size_t>(nameEnd - name.begin));
         if (value != nullptr) attribute.value = decode(value->textBegin(), withoutQuestionMark(*body, *value)).text;
         if (attribute.name == nullptr || (value != nullptr && attribute.value == nullptr)) return;
         (void)appendAttribute(body, &attribute);

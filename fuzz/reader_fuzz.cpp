@@ -30,7 +30,7 @@ void checkItems(const XmlNodeBody& body) {
         FUZZ_CHECK(body.texts[i].text[body.texts[i].length] == '\0');
     }
     for (int32_t i = 0; i < body.clearCount; ++i) FUZZ_CHECK(body.clears[i].text != nullptr);
-    for (int32_t i = 0; i < body.attributeCount; ++i) FUZZ_CHECK(*body.attributes[i].name.get() != '\0');
+    for (int32_t i = 0; i < body.attributeCount; ++i) FUZZ_CHECK(*body.attributes[i].name != '\0');
 }
 
 // Walks the tree in document order, without recursion.
@@ -53,7 +53,7 @@ void checkTree(const XmlNode& root) {
             continue;
         }
         const XmlNode& child = body.children[level.next++];
-        const char* name = child.body()->name.get();
+        const char* name = child.body()->name;
         FUZZ_CHECK(child.body()->parent == &body && child.body()->refCount == 1);
         FUZZ_CHECK(child.body()->line > 0 && child.body()->column > 0);
         FUZZ_CHECK(!IsNull(FindChild(*level.node, name)));

@@ -20,7 +20,7 @@ bool sameName(const char* a, const std::string& b) {
 }
 
 const char* nameOf(const XmlNodeBody& body) {
-    return body.name != nullptr ? body.name.get() : "";
+    return body.name != nullptr ? body.name : "";
 }
 
 void addOnce(Names& names, const std::string& name) {
@@ -97,7 +97,7 @@ class TreeCheck {
     void visitChildren(const XmlNodeBody& parent, const std::string& path, const Names& names, Visit visit) {
         if (parent.textCount > 0) {
             add(parent, path.empty() ? "Config" : path, "stray-text",
-                "the text '" + std::string(parent.texts[0].text.get()).substr(0, 40) + "' in it is not read");
+                "the text '" + std::string(parent.texts[0].text).substr(0, 40) + "' in it is not read");
         }
         std::vector<const XmlNodeBody*> found(names.size());
         for (int i = 0; i < parent.childCount; ++i) {
@@ -153,7 +153,7 @@ class TreeCheck {
         }
         for (int i = 0; i < key.attributeCount; ++i) {
             add(key, path, "attribute",
-                "the attribute '" + std::string(key.attributes[i].name.get()) + "' is not read");
+                "the attribute '" + std::string(key.attributes[i].name) + "' is not read");
         }
         if (key.textCount > 1) add(key, path, "more-text", "only the first of its texts is read");
         for (int i = 0; i < key.clearCount; ++i) {

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
+#include <ranges>
 #include <string>
 #include <tuple>
 
@@ -136,13 +138,9 @@ TEST_F(TuningEntry, FilesThatDoNotLoad) {
     EXPECT_STREQ(g_xmlConfig.fileName(), file_.c_str());
 }
 
-// Whatever cannot be allocated, the call ends with a record in which a key may be missing, or with no file.
+// Whatever cannot be allocated, the call ends with a record in which a key may be missing, or with no file. Memory ends
+// at each call of the allocator and, by the length of a first text, at many places in a block.
 TEST_F(TuningEntry, EachAllocationFailing) {
-    write(
-        "<!-- c --><Global a='1' b><ExposureFusionFlag>1<!-- x -->2</ExposureFusionFlag></Global>"
-        "<NoiseReduction><ISO1><lumaMed>3</lumaMed><lumaLF>4</lumaLF><lumaHF1>5</lumaHF1></ISO1></NoiseReduction>"
-        "<SFNoiseReduction><ISO1><shading>0.2500000000000000000000000000000000000000000000000000000000000000000000000"
-        "</shading></ISO1></SFNoiseReduction><x/><y/>");
     const auto run = [&] {
         const int status = loadAfresh();
         forget();
@@ -164,7 +162,16 @@ TEST_F(TuningEntry, EachAllocationFailing) {
         EXPECT_EQ(word(2264), 12);
         EXPECT_EQ(at<float>(2288 + 32 + 40), 0.25F);
     };
-    EXPECT_GT(failEachInTurn({.calls = kAllocation, .run = run, .failed = failed, .succeeded = succeeded}), 40);
+    for (const size_t filling : std::views::iota(0, 50)) {
+        SCOPED_TRACE(filling);
+        write("<z>" + std::string(6000 + 43 * filling, 'z') +
+              "</z><!-- c --><Global a='1' b><ExposureFusionFlag>1<!-- x -->2</ExposureFusionFlag></Global>"
+              "<NoiseReduction><ISO1><lumaMed>3</lumaMed><lumaLF>4</lumaLF><lumaHF1>5</lumaHF1></ISO1></NoiseReduction>"
+              "<SFNoiseReduction><ISO1><shading>0.25" +
+              std::string(70, '0') + "</shading></ISO1></SFNoiseReduction>");
+        const int allowed = filling % 2 == 0 ? 1 : INT_MAX;
+        EXPECT_GT(failEachInTurn({kAllocation, [] {}, run, failed, succeeded, allowed}), 4);
+    }
 }
 
 }  // namespace

@@ -6,11 +6,11 @@ std::string treeText(const XmlNode& node) {
     if (IsNull(node)) return "null";
     const XmlNodeBody& body = *node.body();
     std::string text = body.isDeclaration != 0 ? "?" : "";
-    if (body.name != nullptr) text += body.name.get();
+    if (body.name != nullptr) text += body.name;
     for (int32_t i = 0; i < body.attributeCount; ++i) {
         text += i == 0 ? "(" : ",";
-        text += body.attributes[i].name.get();
-        if (body.attributes[i].value != nullptr) text.append("=").append(body.attributes[i].value.get());
+        text += body.attributes[i].name;
+        if (body.attributes[i].value != nullptr) text.append("=").append(body.attributes[i].value);
     }
     if (body.attributeCount > 0) text += ")";
     if (body.orderCount() == 0) return text;
@@ -24,12 +24,12 @@ std::string treeText(const XmlNode& node) {
                 break;
             case kXmlTextItem:
                 text += '\'';
-                text.append(body.texts[index].text.get(), body.texts[index].length);
+                text.append(body.texts[index].text, body.texts[index].length);
                 text += '\'';
                 break;
             default: {
                 const XmlClearEntry& clear = body.clears[index];
-                text.append(clear.open).append(clear.text.get()).append(clear.close);
+                text.append(clear.open).append(clear.text).append(clear.close);
             }
         }
     }

@@ -222,7 +222,7 @@ int failEachInTurn(const FaultLoop& loop) {
             bool hit = false;
             int result = 0;
             {
-                const FailNth fail(faulted ? loop.calls : 0, nth);
+                const FailNth fail(faulted ? loop.calls : 0, nth, loop.inARow);
                 result = loop.run();
                 hit = faulted && fail.hit();
             }

@@ -74,7 +74,7 @@ class FakeClock {
     ~FakeClock();
 };
 
-// Makes the 1st, 2nd, ... call of the given kinds fail, until a run meets none. After each failing run the same call
+// Makes the 1st, 2nd, ... call of the given kinds fail, or those from there on, until a run meets none. After each failing run the same call
 // must be good again. No run may keep a resource. The journal is cleared before each run.
 struct FaultLoop {
     uint32_t calls;
@@ -82,6 +82,7 @@ struct FaultLoop {
     std::function<int()> run;                         // the call under test and nothing else
     std::function<void(int result, int nth)> failed;  // checks a run whose nth call failed
     std::function<void(int result)> succeeded = [](int result) { EXPECT_EQ(result, 0); };  // of a run without a fault
+    int inARow = 1;
 };
 // How many calls were made to fail.
 int failEachInTurn(const FaultLoop& loop);

@@ -22,18 +22,6 @@ void traceMemory(void (*trace)(const char*, ...), const char* signature, int lin
     trace(kTraceTag, kUnit, signature, line, kTraceMemory, 0, memory, size);
 }
 
-// A fresh page costs more than what is done with its bytes: large blocks are spread over huge pages where the system
-// has them. Its refusal changes nothing.
-void adviseHugePages([[maybe_unused]] void* memory, [[maybe_unused]] size_t size) {
-#ifdef MADV_HUGEPAGE
-    constexpr uintptr_t kHugePage = uintptr_t{2} << 20;
-    const auto address = reinterpret_cast<uintptr_t>(memory);
-    const uintptr_t padding = -address & (kHugePage - 1);
-    if (memory == nullptr || size < padding + kHugePage) return;
-    madvise(static_cast<uint8_t*>(memory) + padding, (size - padding) & ~(kHugePage - 1), MADV_HUGEPAGE);
-#endif
-}
-
 }  // namespace
 
 std::atomic<IO2VAConverter> g_convert2Addr{nullptr};
@@ -43,6 +31,16 @@ std::atomic<MemAllocatorTable*> g_memAllocatorMFNR{nullptr};
 
 void setMemAllocatorMFNR(MemAllocatorTable* table) {
     g_memAllocatorMFNR.store(table, std::memory_order_release);
+}
+
+void adviseHugePages([[maybe_unused]] void* memory, [[maybe_unused]] size_t size) {
+#ifdef MADV_HUGEPAGE
+    constexpr uintptr_t kHugePage = uintptr_t{2} << 20;
+    const auto address = reinterpret_cast<uintptr_t>(memory);
+    const uintptr_t padding = -address & (kHugePage - 1);
+    if (memory == nullptr || size < padding + kHugePage) return;
+    madvise(static_cast<uint8_t*>(memory) + padding, (size - padding) & ~(kHugePage - 1), MADV_HUGEPAGE);
+#endif
 }
 
 void* iMalloc(size_t size, const char* /*name*/, int /*line*/) {

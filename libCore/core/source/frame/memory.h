@@ -16,6 +16,10 @@ void iFree(void* memory, const char* name, int line);
 void* iMalloc_Pool(size_t size, const char* name, int line);
 void iFree_Pool(void* memory, const char* name, int line);
 
+// A fresh page costs more than what is done with its bytes: large blocks are spread over huge pages where the system
+// has them. Its refusal changes nothing, and a null block is none.
+void adviseHugePages(void* memory, size_t size);
+
 // Owns one block of a wrapper pair. A negative byte count asks for a size that cannot be had.
 template <class T, void* (*acquire)(size_t, const char*, int), void (*release)(void*, const char*, int)>
 class ScratchBlock {
