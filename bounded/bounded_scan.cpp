@@ -160,8 +160,8 @@ class Scanner {
         const char* number = at_;
         at_ += length;
         if (conversion.suppressed) return Outcome::matched;
-        const bool stored = conversion.longness > 0 ? floatValue(number, length, next<double*>(), nullptr)
-                                                    : floatValue(number, length, next<float*>(), nullptr);
+        const bool stored = conversion.longness > 0 ? floatValue(number, length, next<double*>())
+                                                    : floatValue(number, length, next<float*>());
         if (!stored) return Outcome::mismatch;
         ++converted_;
         return Outcome::matched;

@@ -1,5 +1,7 @@
 #include "bounded/number_text.h"
 
+#include <locale.h>
+
 #include <cstdlib>
 #include <cstring>
 
@@ -65,8 +67,9 @@ size_t mantissaLength(const Window& text, size_t start, int base, char exponentL
     return i - start;
 }
 
-template <class T>
-bool convertFloat(T (*convert)(const char*, char**), const char* text, size_t length, T* value, size_t* used) {
+// Converts a number by a function of strtof's kind.
+template <class T, class Convert>
+bool convertFloat(Convert convert, const char* text, size_t length, T* value, size_t* used) {
     // The copy ends the number where the scan ended it.
     char local[64];
     HeapBlock<char[]> allocated;
@@ -125,12 +128,21 @@ size_t floatTextLength(const char* text, size_t width, bool decimalOnly) {
     return length > 0 ? start + length : 0;
 }
 
-bool floatValue(const char* text, size_t length, float* value, size_t* used) {
-    return convertFloat(std::strtof, text, length, value, used);
+bool floatValue(const char* text, size_t length, float* value) {
+    return convertFloat(std::strtof, text, length, value, nullptr);
 }
 
-bool floatValue(const char* text, size_t length, double* value, size_t* used) {
-    return convertFloat(std::strtod, text, length, value, used);
+bool floatValue(const char* text, size_t length, double* value) {
+    return convertFloat(std::strtod, text, length, value, nullptr);
+}
+
+bool streamFloatValue(const char* text, size_t length, float* value, size_t* used) {
+    const locale_t classic = newlocale(LC_ALL_MASK, "C", nullptr);
+    if (classic == nullptr) return false;
+    const auto convert = [classic](const char* from, char** end) { return strtof_l(from, end, classic); };
+    const bool converted = convertFloat(convert, text, length, value, used);
+    freelocale(classic);
+    return converted;
 }
 
 }  // namespace eis

@@ -44,9 +44,11 @@ T saturatedValue(const IntegerText& number) {
 // it finished or not ("1e"). Decimal form, and unless decimalOnly the hexadecimal one, "inf", "infinity" and "nan".
 size_t floatTextLength(const char* text, size_t width, bool decimalOnly);
 
-// Rounds once, straight to the type. Takes the decimal point of the process's locale. used, where not null, receives
-// the characters that went into the value. False when there is no memory for a very long number.
-bool floatValue(const char* text, size_t length, float* value, size_t* used);
-bool floatValue(const char* text, size_t length, double* value, size_t* used);
+// The value of a floating-point number, rounded once, straight to the type. The decimal point is that of the process's
+// locale, of streamFloatValue the one of the classic locale; used receives the characters that went into the value.
+// False when there is no memory for a very long number.
+bool floatValue(const char* text, size_t length, float* value);
+bool floatValue(const char* text, size_t length, double* value);
+bool streamFloatValue(const char* text, size_t length, float* value, size_t* used);
 
 }  // namespace eis

@@ -12,7 +12,7 @@ Extracted<float> extractNumber<float>(const char* text) {
     size_t used = 0;
     float value = 0;
     // An unfinished number ("1e") is none.
-    if (length == 0 || !floatValue(text, length, &value, &used) || used != length) return {0, 0, false};
+    if (length == 0 || !streamFloatValue(text, length, &value, &used) || used != length) return {0, 0, false};
     if (std::isinf(value)) return {length, std::copysign(kMax, value), false};
     return {length, value, true};
 }

@@ -3,7 +3,10 @@
 
 #include <array>
 #include <bit>
+#include <clocale>
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
@@ -143,7 +146,20 @@ TEST_F(TuningRecord, Tables) {
     for (size_t i = 0; i < 40; ++i) EXPECT_EQ(word(280 + 56 + 4 * i), 0) << "a missing table is cleared";
 }
 
-// The readers that no key uses.
+// Sets a locale of which only the numbers are known, in the C library's form: their decimal point is a comma.
+void setCommaLocale(const TempFolder& folder) {
+    const struct {
+        uint32_t magic = 0x20031115 ^ LC_NUMERIC, count = 6, offsets[6] = {32, 34, 35, 36, 40, 44};
+        char point[2] = ",", separator = 0, grouping = 0;
+        uint32_t widePoint = ',', wideSeparator = 0, codeset = 0;
+    } numbers;
+    std::filesystem::create_directory(folder.path("comma"));
+    writeFile(folder.path("comma/LC_NUMERIC"), {reinterpret_cast<const char*>(&numbers), sizeof numbers});
+    setenv("LOCPATH", folder.path("").c_str(), 1);
+    std::setlocale(LC_NUMERIC, "comma");
+}
+
+// The readers that no key uses. Arrays are read alike in every locale.
 TEST_F(TuningRecord, SpareReaders) {
     write("<t>-7 2147483648 5</t><f>1.5 -2e3 1e39 4</f><e>2 1e</e><x/>");
     XmlConfig config;
@@ -154,10 +170,13 @@ TEST_F(TuningRecord, SpareReaders) {
     EXPECT_EQ(ints, (std::array<int32_t, 3>{-7, INT32_MAX, 1}));
     constexpr float kMost = std::numeric_limits<float>::max();
     std::array<float, 4> floats{9, 9, 9, 9};
+    setCommaLocale(folder_);
+    ASSERT_EQ(std::strtof("1,5", nullptr), 1.5F);
     EXPECT_EQ(ReadXmlFloatArray(config, "/Config/f", floats.data(), 4), 1);
     EXPECT_EQ(floats, (std::array<float, 4>{1.5F, -2000.F, kMost, 9.F}));
     EXPECT_EQ(ReadXmlFloatArray(config, "/Config/e", floats.data(), 2), 1);
     EXPECT_EQ(floats, (std::array<float, 4>{2.F, 0.F, kMost, 9.F}));
+    std::setlocale(LC_NUMERIC, "C");
     EXPECT_STREQ(ReadXmlText(config, "/Config/t", "none"), "-7 2147483648 5");
     EXPECT_STREQ(ReadXmlText(config, "/Config/x", "none"), "none");
 }
