@@ -70,6 +70,7 @@ int main(int argc, char** argv) {
     eisbench::registerRegistrationWorks();
     eisbench::registerDenoiseWorks();
     eisbench::registerGhostWorks();
+    eisbench::registerTuningWorks();
     eisbench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.printRatios();

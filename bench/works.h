@@ -13,6 +13,7 @@ void registerDenoiseWorks();
 void registerGhostWorks();
 void registerScaleWorks();
 void registerRegistrationWorks();
+void registerTuningWorks();
 
 void addScaleGoals(Goals& goals);
 void addRegistrationGoals(Goals& goals);

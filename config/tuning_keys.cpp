@@ -1,5 +1,6 @@
 #include "config/tuning_keys.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace eis {
@@ -161,6 +162,7 @@ constexpr KeyList makeKeys() {
 }
 
 static_assert(makeKeys().count == kTuningKeyCount);
+static_assert(std::max(std::size(kNoiseReduction), std::size(kSfNoiseReduction)) <= kTuningWidth);
 
 }  // namespace
 

@@ -29,6 +29,7 @@ struct TuningKey {
 };
 
 inline constexpr int kTuningKeyCount = 376;
+inline constexpr int kTuningWidth = 22;  // keys, levels or sections below one element, at most
 
 // All keys, in the order in which they are read.
 extern const std::array<TuningKey, kTuningKeyCount> kTuningKeys;

@@ -19,19 +19,29 @@ static_assert(sizeof(TuningStaging) == sizeof(ST_CONFIG_XML) - sizeof(ST_CONFIG_
 static_assert(offsetof(TuningStaging, ExposureFusionFlag) == offsetof(ST_CONFIG_XML, reserved));
 
 template <class T>
-int32_t readArray(const XmlConfig& config, const char* path, T* dest, int32_t count) {
-    const char* text = FirstText(FindXmlNode(config.root(), path));
+int32_t readArray(const char* text, T* dest, int32_t count) {
     if (text == nullptr) return 0;
     (void)readDecimals(text, dest, count);
     return 1;
 }
 
+int32_t readInt(const char* text, int32_t standard) {
+    int value = 0;
+    return sscanf_s(text, "%d", &value) == 1 ? value : standard;
+}
+
+float readFloat(const char* text, float standard) {
+    float value = 0;
+    return sscanf_s(text, "%f", &value) == 1 ? value : standard;
+}
+
 // Reads a key of one number; dest may stand at any address.
 void readNumber(const XmlConfig& config, const TuningKey& key, uint8_t* dest) {
+    const char* text = FirstText(config.element(key));
     if (key.type == TuningType::float32) {
-        storeUnaligned(dest, ReadXmlFloat(config, key.path, static_cast<float>(key.defaultValue)));
+        storeUnaligned(dest, readFloat(text, static_cast<float>(key.defaultValue)));
     } else {
-        const int32_t value = ReadXmlInt(config, key.path, static_cast<int32_t>(key.defaultValue));
+        const int32_t value = readInt(text, static_cast<int32_t>(key.defaultValue));
         storeUnaligned(dest, std::clamp(value, key.lowest, key.highest));
     }
 }
@@ -53,6 +63,7 @@ bool XmlConfig::LoadConfig(const char* fileName, XmlFileReport* report) {
         // The old tree goes before the new one comes: there is memory for one.
         root_ = XmlNode();
         root_ = LoadXmlFile(fileName, report);
+        elements_ = TuningElements(root_);
         (void)memset_s(fileName_, kFileNameSize, 0, kFileNameSize);
         if (!IsNull(root_)) (void)strcpy_s(fileName_, kFileNameSize, fileName);
     }
@@ -60,13 +71,11 @@ bool XmlConfig::LoadConfig(const char* fileName, XmlFileReport* report) {
 }
 
 int32_t ReadXmlInt(const XmlConfig& config, const char* path, int32_t standard) {
-    int value = 0;
-    return sscanf_s(ReadXmlText(config, path, nullptr), "%d", &value) == 1 ? value : standard;
+    return readInt(ReadXmlText(config, path, nullptr), standard);
 }
 
 float ReadXmlFloat(const XmlConfig& config, const char* path, float standard) {
-    float value = 0;
-    return sscanf_s(ReadXmlText(config, path, nullptr), "%f", &value) == 1 ? value : standard;
+    return readFloat(ReadXmlText(config, path, nullptr), standard);
 }
 
 const char* ReadXmlText(const XmlConfig& config, const char* path, const char* standard) {
@@ -75,16 +84,16 @@ const char* ReadXmlText(const XmlConfig& config, const char* path, const char* s
 }
 
 int32_t ReadXmlShortArray(const XmlConfig& config, const char* path, int16_t* dest, int32_t count) {
-    return readArray(config, path, dest, count);
+    return readArray(ReadXmlText(config, path, nullptr), dest, count);
 }
 int32_t ReadXmlIntArray(const XmlConfig& config, const char* path, int32_t* dest, int32_t count) {
-    return readArray(config, path, dest, count);
+    return readArray(ReadXmlText(config, path, nullptr), dest, count);
 }
 int32_t ReadXmlUIntArray(const XmlConfig& config, const char* path, uint32_t* dest, int32_t count) {
-    return readArray(config, path, dest, count);
+    return readArray(ReadXmlText(config, path, nullptr), dest, count);
 }
 int32_t ReadXmlFloatArray(const XmlConfig& config, const char* path, float* dest, int32_t count) {
-    return readArray(config, path, dest, count);
+    return readArray(ReadXmlText(config, path, nullptr), dest, count);
 }
 
 ret_status ReadNoiseReductionKeys(const XmlConfig& config) {
@@ -92,7 +101,7 @@ ret_status ReadNoiseReductionKeys(const XmlConfig& config) {
     for (const TuningKey& key : stagedTuningKeys()) {
         if (key.isArray()) {
             uint32_t* table = g_tuningStaging.astIso[key.iso - 1].chromaNrLUT;
-            if (ReadXmlUIntArray(config, key.path, table, key.count) == 0)
+            if (readArray(FirstText(config.element(key)), table, key.count) == 0)
                 (void)memset_s(table, sizeof g_tuningStaging.astIso[0].chromaNrLUT, 0, sizeof(uint32_t) * key.count);
         } else {
             readNumber(config, key, staging + stagingOffset(key));
@@ -107,7 +116,7 @@ ret_status ReadSFNoiseReductionKeys(const XmlConfig& config, ST_CONFIG_XML_SF* b
         uint8_t* dest = bytes + (static_cast<size_t>(key.offset) - offsetof(ST_CONFIG_XML, stSf));
         if (key.isArray()) {
             int16_t table[kTuningAlphaLutEntries] = {};
-            (void)ReadXmlShortArray(config, key.path, table, key.count);
+            (void)readArray(FirstText(config.element(key)), table, key.count);
             (void)memcpy_s(dest, sizeof table, table, sizeof table);
         } else {
             readNumber(config, key, dest);

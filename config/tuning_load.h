@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "config/tuning_elements.h"
 #include "config/xml_file.h"
 #include "config/xml_node.h"
 #include "include/acore_types.h"
@@ -13,7 +14,7 @@
 
 namespace eis {
 
-// A loaded file: the root of its tree and its name. A copy shares the tree.
+// A loaded file: the root of its tree, its name, and where its keys stand. A copy shares the tree.
 class XmlConfig {
   public:
     static constexpr size_t kFileNameSize = 256;
@@ -25,10 +26,12 @@ class XmlConfig {
 
     const XmlNode& root() const { return root_; }
     const char* fileName() const { return fileName_; }
+    const XmlNodeBody* element(const TuningKey& key) const { return elements_.of(key); }
 
   private:
     XmlNode root_;
     char fileName_[kFileNameSize] = {};
+    TuningElements elements_;
 };
 
 // ST_CONFIG_XML without its reserved bytes and without the SF block. What a short array does not reach keeps what the

@@ -44,11 +44,11 @@ void traceArray(const TuningKey& key, TuningOrigin* origin) {
 
 }  // namespace
 
-TuningOrigin traceTuningKey(const XmlNode& root, const TuningKey& key) {
+TuningOrigin traceTuningKey(const XmlConfig& config, const TuningKey& key) {
     TuningOrigin origin;
-    origin.node = FindXmlNode(root, key.path);
-    if (IsNull(origin.node)) return origin;
-    origin.text = FirstText(origin.node);
+    origin.element = config.element(key);
+    if (origin.element == nullptr) return origin;
+    origin.text = FirstText(origin.element);
     if (origin.text == nullptr) {
         origin.source = TuningSource::noText;
         return origin;

@@ -9,7 +9,7 @@
 
 #include "config/decimal_stream.h"
 #include "config/tuning_keys.h"
-#include "config/xml_node.h"
+#include "config/tuning_load.h"
 
 namespace eis {
 
@@ -22,7 +22,7 @@ enum class TuningSource {
 
 struct TuningOrigin {
     TuningSource source = TuningSource::missing;  // anything but file means the default
-    XmlNode node;                                 // the element that counts; empty when missing
+    const XmlNodeBody* element = nullptr;         // the one that counts, which the document holds; null when missing
     const char* text = nullptr;                   // its first text
     bool isClamped = false;                       // the number was beyond its range, the key's or the type's
     const char* rest = nullptr;  // what stands behind the numbers that were read, from the first that is no white space
@@ -32,12 +32,11 @@ struct TuningOrigin {
     StreamEnd end = StreamEnd::full;
 
     // Of the element, from 1; 0 when missing.
-    int32_t line() const { return IsNull(node) ? 0 : node.body()->line; }
-    int32_t column() const { return IsNull(node) ? 0 : node.body()->column; }
+    int32_t line() const { return element != nullptr ? element->line : 0; }
+    int32_t column() const { return element != nullptr ? element->column : 0; }
     bool hasRest() const { return rest != nullptr && *rest != '\0'; }
 };
 
-// Of a key in the tree below a root.
-TuningOrigin traceTuningKey(const XmlNode& root, const TuningKey& key);
+TuningOrigin traceTuningKey(const XmlConfig& config, const TuningKey& key);
 
 }  // namespace eis

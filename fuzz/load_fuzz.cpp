@@ -84,7 +84,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FUZZ_CHECK(ImgProc_ParseXMLMfnr(config, reinterpret_cast<ST_CONFIG_XML*>(record)) == retStsOK);
     FUZZ_CHECK(buffer[0] == 0xA5 && buffer[sizeof buffer - 1] == 0xA5);
     for (const TuningKey& key : kTuningKeys) {
-        const TuningOrigin origin = traceTuningKey(config.root(), key);
+        const TuningOrigin origin = traceTuningKey(config, key);
+        FUZZ_CHECK(origin.element == FindXmlNode(config.root(), key.path).body());
         if (key.isArray()) {
             checkTable(key, origin, record + key.offset);
         } else {

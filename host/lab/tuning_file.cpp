@@ -41,7 +41,7 @@ std::vector<KeyReading> readKeys(const TuningFile& file) {
     std::vector<KeyReading> readings;
     readings.reserve(eis::kTuningKeyCount);
     for (const eis::TuningKey& key : eis::kTuningKeys) {
-        readings.push_back({&key, traceTuningKey(file.config.root(), key)});
+        readings.push_back({&key, traceTuningKey(file.config, key)});
     }
     return readings;
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <ctime>
 #include <ranges>
 #include <string>
 #include <tuple>
@@ -136,6 +137,20 @@ TEST_F(TuningEntry, FilesThatDoNotLoad) {
     // A name beyond the buffer reaches LoadConfig only from a tool.
     EXPECT_FALSE(g_xmlConfig.LoadConfig(std::string(256, 'n').c_str()));
     EXPECT_STREQ(g_xmlConfig.fileName(), file_.c_str());
+}
+
+// A tree that is held is not searched for its keys again.
+TEST_F(TuningEntry, SecondCallIsQuick) {
+    std::string strangers;
+    for (int i = 0; i < 100000; ++i) strangers += "<x/>";
+    write(strangers);
+    const auto timeOfCall = [&] {
+        const std::clock_t start = std::clock();
+        EXPECT_EQ(load(), retStsOK);
+        return std::clock() - start;
+    };
+    const std::clock_t first = timeOfCall();
+    EXPECT_LT(timeOfCall() * 4, first);
 }
 
 // Whatever cannot be allocated, the call ends with a record in which a key may be missing, or with no file. Memory ends

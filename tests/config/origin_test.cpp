@@ -47,7 +47,7 @@ TEST_F(TuningOrigins, Values) {
         const auto key =
             std::find_if(kTuningKeys.begin(), kTuningKeys.end(), [&](const TuningKey& k) { return path == k.path; });
         ASSERT_NE(key, kTuningKeys.end());
-        const TuningOrigin origin = traceTuningKey(g_xmlConfig.root(), *key);
+        const TuningOrigin origin = traceTuningKey(g_xmlConfig, *key);
         EXPECT_EQ(origin.line(), 2);
         EXPECT_EQ(origin.source, c.source);
         EXPECT_EQ(origin.isClamped, c.isClamped);

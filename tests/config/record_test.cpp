@@ -45,6 +45,12 @@ TEST_F(TuningRecord, Defaults) {
         {"<?xml?><Config><NoiseReduction><ISO9/></NoiseReduction><ISO1><lumaMed>7</lumaMed></ISO1></Config>" + comment,
          0},
         {comment + "<?xml?>" + config, 0},
+        // The first element of a name hides the later ones.
+        {"<?xml?><Config><Global/><Global><ExposureFusionFlag>1</ExposureFusionFlag></Global></Config>" + comment, 0},
+        {"<?xml?><Config><Globa/><Globally/><GLOBAL><exposurefusionflag>1</exposurefusionflag><ExposureFusionFlag>2"
+         "</ExposureFusionFlag></GLOBAL><Global/></Config>" +
+             comment,
+         1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.content);
