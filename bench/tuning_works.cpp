@@ -4,6 +4,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "bench/frame.h"
 #include "bench/works.h"
 #include "include/acore_api.h"
 

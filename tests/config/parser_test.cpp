@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tuple>
 
 #include "config/xml_encoding.h"
 #include "config/xml_parser.h"
@@ -121,16 +120,6 @@ TEST(XmlParser, CharactersAreWhole) {
         run(c.parse);
     }
     setXmlEncoding(kXmlUtf8);
-}
-
-TEST(XmlParser, NodesKnowTheirPlace) {
-    const XmlNode root = ParseXmlText("<?xml?>\n<a>\n  <b/> <c>\n1</c></a>", nullptr);
-    for (const auto& [path, line, column] : {std::tuple{"/", 1, 1}, {"/a", 2, 1}, {"/a/b", 3, 3}, {"/a/c", 3, 8}}) {
-        const XmlNode node = FindXmlNode(root, path);
-        ASSERT_FALSE(IsNull(node)) << path;
-        EXPECT_EQ(node.body()->line, line) << path;
-        EXPECT_EQ(node.body()->column, column) << path;
-    }
 }
 
 }  // namespace
