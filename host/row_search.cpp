@@ -1,5 +1,6 @@
 #include "host/row_search.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -36,7 +37,7 @@ std::vector<Knob> lumaKnobs() {
 }
 
 std::vector<Knob> chromaKnobs() {
-    return {
+    std::vector<Knob> knobs{
         {"threshold",
          [](RowCandidate& candidate, double to) { candidate.chromaThreshold = to; },
          {0.5, 1, 1.5, 2, 3, 4, 5, 6, 8, 10, 12, 16, 20}},
@@ -45,30 +46,66 @@ std::vector<Knob> chromaKnobs() {
          {0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9, 1}},
         settingKnob("chromaS", &DenoiseSettings::chromaS, {-90, -61, -58, -55, -50, -45, -39}),
     };
+    for (Knob& knob : knobs) {
+        knob.set = [set = knob.set](RowCandidate& candidate, double to) {
+            set(candidate, to);
+            fillChromaTable(candidate);
+        };
+    }
+    return knobs;
 }
 
-RowCandidate climb(const std::vector<NoisyPair>& pairs, RowCandidate best, const std::vector<Knob>& knobs,
-                   double RowScore::*score, const std::function<void(const std::string&)>& progress) {
-    double bestScore = scoreRow(pairs, best.settings).*score;
-    for (bool climbed = true; climbed;) {
-        climbed = false;
-        for (const Knob& knob : knobs) {
-            for (const double value : knob.values) {
-                RowCandidate candidate = best;
-                knob.set(candidate, value);
-                fillChromaTable(candidate);
-                const double reached = scoreRow(pairs, candidate.settings).*score;
-                if (reached < bestScore + kLeastGain) continue;
-                best = candidate;
-                bestScore = reached;
-                climbed = true;
-                char line[80];
-                std::snprintf(line, sizeof line, "%s %g: %+.3f dB", knob.name, value, reached);
-                progress(line);
-            }
+// Climbs one score of the result; its settings and that score are brought up to date.
+class Climb {
+  public:
+    Climb(const std::vector<NoisyPair>& pairs, const SearchWatch& watch, SearchResult& result)
+        : pairs_(pairs), watch_(watch), result_(result) {}
+
+    void run(const std::string& name, const std::vector<Knob>& knobs, std::optional<double> RowScore::*score) {
+        result_.score.*score = scoreRow(pairs_, result_.best.settings).*score;
+        for (int round = 1; result_.ended; ++round) {
+            if (!runRound("round " + std::to_string(round) + " of " + name, knobs, score)) return;
         }
     }
-    return best;
+
+  private:
+    bool runRound(const std::string& name, const std::vector<Knob>& knobs, std::optional<double> RowScore::*score) {
+        std::size_t total = 0;
+        for (const Knob& knob : knobs) total += knob.values.size();
+        std::size_t done = 0;
+        bool climbed = false;
+        for (const Knob& knob : knobs) {
+            for (const double value : knob.values) {
+                result_.ended = watch_.goesOn({name, done++, total});
+                if (!result_.ended) return climbed;
+                climbed |= attempt(knob, value, score);
+            }
+        }
+        return climbed;
+    }
+
+    bool attempt(const Knob& knob, double value, std::optional<double> RowScore::*score) {
+        RowCandidate candidate = result_.best;
+        knob.set(candidate, value);
+        const double reached = *(scoreRow(pairs_, candidate.settings).*score);
+        if (!std::isfinite(reached) || !(reached >= *(result_.score.*score) + kLeastGain)) return false;
+        result_.best = candidate;
+        result_.score.*score = reached;
+        char line[80];
+        std::snprintf(line, sizeof line, "%s %g: %+.3f dB", knob.name, value, reached);
+        watch_.climbed(line);
+        return true;
+    }
+
+    const std::vector<NoisyPair>& pairs_;
+    const SearchWatch& watch_;
+    SearchResult& result_;
+};
+
+bool anyNoise(const std::vector<NoisyPair>& pairs, std::initializer_list<int> planes) {
+    return std::any_of(pairs.begin(), pairs.end(), [&planes](const NoisyPair& pair) {
+        return std::any_of(planes.begin(), planes.end(), [&pair](int plane) { return pair.hasNoise(plane); });
+    });
 }
 
 }  // namespace
@@ -86,31 +123,43 @@ void fillChromaTable(RowCandidate& candidate) {
 }
 
 RowScore scoreRow(const std::vector<NoisyPair>& pairs, const DenoiseSettings& settings) {
-    RowScore score;
+    double gains[2] = {};
+    int planes[2] = {};
     for (const NoisyPair& pair : pairs) {
         const Picture denoised = denoisePicture(pair.noisy, settings, {}).picture;
         for (int plane = 0; plane < 3; ++plane) {
+            if (!pair.hasNoise(plane)) continue;  // against it every gain is infinite or none
             const cv::Mat clean = pair.clean.mat(plane);
             const cv::Rect all(0, 0, clean.cols, clean.rows);
-            const double gain =
-                planePsnr(denoised.mat(plane), clean, all) - planePsnr(pair.noisy.mat(plane), clean, all);
-            (plane == 0 ? score.luma : score.chroma) += gain / static_cast<double>(pairs.size()) / (plane == 0 ? 1 : 2);
+            const int kind = plane == 0 ? 0 : 1;
+            gains[kind] += planePsnr(denoised.mat(plane), clean, all) - planePsnr(pair.noisy.mat(plane), clean, all);
+            ++planes[kind];
         }
     }
-    return score;
+    const auto mean = [&](int kind) {
+        return planes[kind] > 0 ? std::optional(gains[kind] / planes[kind]) : std::nullopt;
+    };
+    return {mean(0), mean(1)};
 }
 
-RowCandidate searchRow(const std::vector<NoisyPair>& pairs, const RowCandidate& start,
-                       const std::function<void(const std::string&)>& progress) {
-    RowCandidate best = start;
-    fillChromaTable(best);
-    best.settings.lumaNrEnable = 0;
-    best = climb(pairs, best, chromaKnobs(), &RowScore::chroma, progress);
-    best.settings.lumaNrEnable = 1;
-    best.settings.chromaNrEnable = 0;
-    best = climb(pairs, best, lumaKnobs(), &RowScore::luma, progress);
-    best.settings.chromaNrEnable = 1;
-    return best;
+SearchResult searchRow(const std::vector<NoisyPair>& pairs, const RowCandidate& start, const SearchWatch& watch) {
+    const bool luma = anyNoise(pairs, {0});
+    const bool chroma = anyNoise(pairs, {1, 2});
+    SearchResult result;
+    result.best = start;
+    Climb climb(pairs, watch, result);
+    DenoiseSettings& settings = result.best.settings;
+    if (chroma) {
+        fillChromaTable(result.best);
+        settings.lumaNrEnable = 0;
+        climb.run(luma ? "chroma, then luma" : "chroma", chromaKnobs(), &RowScore::chroma);
+    }
+    settings.lumaNrEnable = 1;
+    settings.chromaNrEnable = 0;
+    if (luma && result.ended) climb.run("luma", lumaKnobs(), &RowScore::luma);
+    settings.chromaNrEnable = 1;
+    if (result.ended) result.score = scoreRow(pairs, settings);
+    return result;
 }
 
 std::string rowXml(const DenoiseSettings& settings, int row) {

@@ -1,10 +1,14 @@
+#include <signal.h>
+
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <memory>
 
 #include "host/commands.h"
 #include "host/exit_codes.h"
+#include "host/progress.h"
 #include "host/row_search.h"
 
 namespace eishost {
@@ -30,6 +34,46 @@ std::vector<NoisyPair> loadPairs(const std::vector<std::string>& files) {
     return pairs;
 }
 
+volatile std::sig_atomic_t interrupted = 0;
+
+// Ctrl-C ends the search at its next trial; a second one ends the program.
+void catchInterrupt() {
+    struct sigaction action {};
+    action.sa_handler = [](int) { interrupted = 1; };
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &action, nullptr);
+}
+
+void noteWhatHasNoNoise(const std::vector<NoisyPair>& pairs, const std::vector<std::string>& files) {
+    std::string notes;
+    bool any = false;
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        std::string without;
+        for (int plane = 0; plane < 3; ++plane) {
+            if (!pairs[i].hasNoise(plane)) without += std::string(without.empty() ? "" : ", ") + "YUV"[plane];
+        }
+        any |= without != "Y, U, V";
+        if (!without.empty()) {
+            notes += "eis-host: note: " + files[2 * i] + ": no noise in " + without + ", left out of the search\n";
+        }
+    }
+    if (!any) throw HostError(kExitUnsuitable, files[0] + ": no noise in any plane, there is nothing to search by");
+    std::cerr << notes;
+}
+
+std::string describe(const SearchResult& result) {
+    const auto gain = [](const std::optional<double>& value) {
+        char text[40];
+        std::snprintf(text, sizeof text, "%+.2f dB", value.value_or(0));
+        return value ? std::string(text) : "not searched";
+    };
+    char thresholds[80];
+    std::snprintf(thresholds, sizeof thresholds, "; chroma threshold %g, falling by %g", result.best.chromaThreshold,
+                  result.best.chromaFall);
+    return "luma " + gain(result.score.luma) + ", chroma " + gain(result.score.chroma) +
+           (result.score.chroma ? thresholds : "");
+}
+
 void runSearch(const SearchArguments& arguments) {
     const std::vector<NoisyPair> pairs = loadPairs(arguments.files);
     RowCandidate start;
@@ -39,11 +83,25 @@ void runSearch(const SearchArguments& arguments) {
     start.settings.chromaS = -61;
     start.chromaThreshold = 4;
     for (const std::string& assignment : arguments.assignments) assignSetting(start.settings, assignment);
-    const RowCandidate best = searchRow(pairs, start, [](const std::string& line) { std::cerr << line << std::endl; });
-    const RowScore score = scoreRow(pairs, best.settings);
-    std::fprintf(stderr, "luma %+.2f dB, chroma %+.2f dB; chroma threshold %g, falling by %g\n", score.luma,
-                 score.chroma, best.chromaThreshold, best.chromaFall);
-    std::cout << rowXml(best.settings, arguments.row);
+    noteWhatHasNoNoise(pairs, arguments.files);
+
+    SearchResult result;
+    {
+        Progress progress(0);
+        catchInterrupt();
+        result = searchRow(pairs, start,
+                           {[&progress](const std::string& line) {
+                                progress.hide();
+                                std::cerr << line << std::endl;
+                            },
+                            [&progress](const SearchTrial& trial) {
+                                progress.at(trial.done, trial.total, trial.what);
+                                return interrupted == 0;
+                            }});
+    }
+    std::cerr << (result.ended ? "" : "interrupted; the best row so far: ") << describe(result) << '\n';
+    std::cout << rowXml(result.best.settings, arguments.row) << std::flush;
+    if (!result.ended) std::raise(SIGINT);  // the shell learns how this ended
 }
 
 }  // namespace
@@ -57,9 +115,9 @@ void addSearchCommand(CLI::App& app) {
     command->add_option("--row", arguments->row, "Number of the row to print")
         ->check(CLI::Range(1, int{kTuningIsoLevels}));
     command->footer(
-        "Climbs the mean gain of PSNR, one setting at a time, and prints the row as a tuning file spells it. Judge "
-        "the\n"
-        "row on other photographs than it was found on.\n\n"
+        "Climbs the mean gain of PSNR, one setting at a time, and prints the row as a tuning file spells it. A plane\n"
+        "without noise is left out. Ctrl-C ends the search with the best row so far; a second one prints nothing.\n"
+        "Judge the row on other photographs than it was found on.\n\n"
         "  eis-host search b/frame_00.png b/clean_00.png --row 4");
     command->callback([arguments] { runSearch(*arguments); });
 }

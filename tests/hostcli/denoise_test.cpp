@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+#include <tuple>
 
 #include "host/exit_codes.h"
 #include "host/picture.h"
@@ -129,6 +131,31 @@ TEST(SearchCommand, PrintsARowThatTheLibraryReads) {
     const CliResult shown = runCli("tuning show " + file);
     EXPECT_EQ(shown.exitCode, kExitOk) << shown.err << found.out;
     EXPECT_EQ(shown.out.find("NoiseReduction/ISO3/chromaNrLUT = 0 0 0"), std::string::npos) << shown.out;
+
+    // A plane without noise, against which no gain is finite, is left out.
+    Picture lumaOnly = clean;
+    lumaOnly.planes[0] = noisy(clean, 8).planes[0];
+    savePicture(folder.file("luma.y4m"), lumaOnly);
+    const CliResult luma = runCli("search " + folder.file("luma.y4m") + " " + folder.file("clean.y4m"));
+    EXPECT_NE(luma.err.find("no noise in U, V"), std::string::npos) << luma.err;
+    EXPECT_NE(luma.err.find("dB, chroma not searched"), std::string::npos) << luma.err;
+}
+
+TEST(SearchCommand, ShowsItsProgressOnATerminalAndPrintsTheBestRowWhenInterrupted) {
+    const ScratchFolder folder;
+    const Picture clean = pictureFromBgr(collage(2048, 1536));
+    savePicture(folder.file("clean.y4m"), clean);
+    savePicture(folder.file("noisy.y4m"), noisy(clean, 8));
+    const std::string file = folder.file("screen");  // has the command in it, too
+    const std::string command = std::string("script -qfc \"'") + EIS_HOST_PROGRAM + "' search " +
+                                folder.file("noisy.y4m ") + folder.file("clean.y4m") +
+                                " & for i in \\$(seq 400); do grep -q 'of 2[8] done' " + file +
+                                " && break; sleep 0.1; done; kill -INT \\$!; wait\" " + file + " >/dev/null";
+    std::ignore = std::system(command.c_str());
+    const std::string screen = folder.read("screen");
+    EXPECT_NE(screen.find(" of 28 done"), std::string::npos) << screen;
+    EXPECT_NE(screen.find("interrupted; the best row so far: luma not searched"), std::string::npos) << screen;
+    EXPECT_NE(screen.find("</ISO1>"), std::string::npos) << screen;
 }
 
 }  // namespace
