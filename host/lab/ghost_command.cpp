@@ -1,9 +1,7 @@
 // eis-lab ghost: where a frame differs from its reference, and would leave ghosts.
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -11,13 +9,12 @@
 #include <vector>
 
 #include "host/exit_codes.h"
-#include "host/frame_source.h"
 #include "host/lab/commands.h"
+#include "host/lab/ghost_detect.h"
 #include "host/lab/ghost_settings.h"
 #include "host/lab/ghost_truth.h"
 #include "host/picture.h"
 #include "host/tuning_record.h"
-#include "libCore/core/source/neon/GhostDetection_Multithread.h"
 
 namespace eislab {
 
@@ -38,55 +35,6 @@ struct GhostArguments {
     std::string overlay;
     bool json = false;
 };
-
-// A picture's planes as the library wants them, rows at multiples of 128 bytes.
-struct PaddedPlanes {
-    explicit PaddedPlanes(const Picture& picture) : record{picture.width, picture.height, 0, {}, 0} {
-        for (int plane = 0; plane < 3; ++plane) {
-            const cv::Mat from = picture.mat(plane);
-            padded[plane].create(from.rows, (from.cols + 127) & ~127, CV_8U);
-            from.copyTo(padded[plane].colRange(0, from.cols));
-            record.pData[plane] = padded[plane].data;
-        }
-    }
-    cv::Mat padded[3];
-    eis::ST_PICTURE record;
-};
-
-struct GhostResult {
-    cv::Mat mask;
-    std::uint32_t pixels = 0;
-    double milliseconds = 0;
-
-    double share() const { return static_cast<double>(pixels) / static_cast<double>(mask.total()); }
-    double masked() const { return cv::countNonZero(mask > 127) / static_cast<double>(mask.total()); }
-};
-
-GhostResult detect(const Picture& frame, const Picture& reference, const GhostSettings& settings) {
-    const PaddedPlanes framePlanes(frame);
-    const PaddedPlanes referencePlanes(reference);
-    eis::ST_GHOSTDETECTION_PARAMS_IN in{};
-    in.img = framePlanes.record;
-    in.imgRef = referencePlanes.record;
-    in.ghostEnable = 1;
-    in.lumaTH_Low = settings.lumaLow;
-    in.lumaTH_High = settings.lumaHigh;
-    in.lumaNoiseTH = settings.lumaNoise;
-    in.chromaTH_Low = settings.chromaLow;
-    in.chromaTH_High = settings.chromaHigh;
-    in.chromaNoiseTH = settings.chromaNoise;
-    cv::Mat padded(frame.height, (frame.width + 127) & ~127, CV_8U, cv::Scalar(0));
-    GhostResult result;
-    eis::ST_GHOSTDETECTION_PARAMS_OUT out{padded.data, {}, &result.pixels};
-    const auto start = std::chrono::steady_clock::now();
-    const ret_status status = eis::GhostDetection_Multithread_Maincall(&in, &out);
-    result.milliseconds = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-    if (status != retStsOK) {
-        throw HostError(eishost::kExitLibrary, "ghost detection failed with status " + std::to_string(status));
-    }
-    result.mask = padded.colRange(0, frame.width).clone();
-    return result;
-}
 
 // The frame, darker, with ghosts in orange and the outline of the true object in white; at most 1600 pixels wide.
 cv::Mat overlayOf(const Picture& frame, const cv::Mat& mask, const std::optional<GhostTruth>& truth) {
@@ -119,10 +67,24 @@ cv::Mat overlayOf(const Picture& frame, const cv::Mat& mask, const std::optional
     return shown;
 }
 
-// Why the mask shows what is not in the pictures.
-std::string stripeNote(const Picture& frame) {
-    if (frame.width % 128 != 0) return {};
-    return "the width is a multiple of 128: the last 144 columns or so count as ghosts whatever they hold";
+// The reference as far as the frame goes: eis-host burst cuts the last rows off where a height is no multiple of 8.
+Picture loadReference(const GhostArguments& arguments, std::optional<eishost::PictureSize> rawSize,
+                      const Picture& frame) {
+    Picture reference = eishost::loadPicture(arguments.reference, rawSize);
+    const int more = reference.height - frame.height;
+    if (reference.width != frame.width || more < 0 || more >= 8) {
+        throw HostError(eishost::kExitUnsuitable, arguments.reference + ": is " + std::to_string(reference.width) +
+                                                      "x" + std::to_string(reference.height) + ", but the frame is " +
+                                                      std::to_string(frame.width) + "x" + std::to_string(frame.height) +
+                                                      "; sizes must agree");
+    }
+    if (more > 0) {
+        std::cerr << "eis-lab: note: the last " << more << " rows of " << arguments.reference
+                  << " are left out, which the frame lacks\n";
+    }
+    reference.height = frame.height;
+    for (int plane = 0; plane < 3; ++plane) reference.planes[plane].resize(frame.planes[plane].size());
+    return reference;
 }
 
 void print(const GhostArguments& arguments, const GhostSettings& settings, const GhostResult& result,
@@ -133,7 +95,7 @@ void print(const GhostArguments& arguments, const GhostSettings& settings, const
                 settings.lumaNoise, settings.lumaHigh, settings.chromaLow, settings.chromaNoise, settings.chromaHigh);
     std::printf("  from        %s\n", settings.source.c_str());
     std::printf("  ghosts      %u pixels by luma, %.2f %% of the picture; masked with chroma and edges: %.2f %%\n",
-                result.pixels, 100 * result.share(), 100 * result.masked());
+                result.pixels, 100 * result.share, 100 * result.masked());
     if (scores) {
         std::printf("  truth       %.3f of the mover masked, %.2f %% of the filled area falsely\n", scores->recall,
                     100 * scores->falseArea);
@@ -147,7 +109,7 @@ void printJson(const GhostArguments& arguments, const GhostSettings& settings, c
                                 {"reference", arguments.reference},
                                 {"thresholds", settings},
                                 {"ghostPixels", result.pixels},
-                                {"ghostShare", result.share()},
+                                {"ghostShare", result.share},
                                 {"maskedShare", result.masked()},
                                 {"milliseconds", result.milliseconds},
                                 {"truth", nullptr}};
@@ -161,15 +123,11 @@ void runGhost(const GhostArguments& arguments) {
                       arguments.motion, arguments.words);
     std::optional<eishost::PictureSize> rawSize;
     if (!arguments.rawSize.empty()) rawSize = eishost::parseSize(arguments.rawSize);
-    eishost::FrameSource source(rawSize);
-    const Picture reference = source.load(arguments.reference);
-    const Picture frame = source.load(arguments.frame);
-    for (const std::string& note : {source.note(), stripeNote(frame)}) {
-        if (!note.empty()) std::cerr << "eis-lab: note: " << note << '\n';
-    }
+    const Picture frame = eishost::loadPicture(arguments.frame, rawSize);
+    const Picture reference = loadReference(arguments, rawSize, frame);
     const std::optional<GhostTruth> truth =
         findGhostTruth(arguments.frame, arguments.reference, {frame.width, frame.height});
-    const GhostResult result = detect(frame, reference, settings);
+    const GhostResult result = detectGhosts(frame, reference, settings);
     std::optional<GhostScores> scores;
     if (truth) scores = scoreGhosts(result.mask, *truth);
     if (!arguments.out.empty()) eishost::saveBgr(arguments.out, result.mask);

@@ -79,6 +79,23 @@ TEST_F(LabGhost, MasksWhatMovedAndScoresIt) {
     EXPECT_NE(none.out.find("0.000 of the mover"), std::string::npos) << none.out;
 }
 
+// A bar from top to bottom is masked alike in all rows, and nothing is at the right end, whatever the width.
+TEST_F(LabGhost, TakesPicturesOfAnyWidth) {
+    for (const int width : {130, 262, 384}) {
+        Picture picture(width, 276);
+        for (auto& plane : picture.planes) std::fill(plane.begin(), plane.end(), std::uint8_t{100});
+        eishost::savePicture(folder_ + "ref.y4m", picture);
+        picture.mat(0).colRange(20, 40) = 200;
+        eishost::savePicture(folder_ + "bar.y4m", picture);
+        const auto result = runCli("ghost " + folder_ + "bar.y4m " + folder_ + "ref.y4m --out " + folder_ + "mask.png");
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        const cv::Mat mask = eishost::loadPicture(folder_ + "mask.png").mat(0).rowRange(16, 260).clone();
+        EXPECT_EQ(cv::norm(mask, cv::repeat(mask.row(0), mask.rows, 1), cv::NORM_INF), 0) << width;
+        EXPECT_EQ(mask.at<std::uint8_t>(0, 30), 255) << width;
+        EXPECT_EQ(cv::countNonZero(mask.colRange(90, width)), 0) << width;
+    }
+}
+
 TEST_F(LabGhost, SaysWhatIsWrong) {
     const struct {
         const char* rest;
