@@ -8,7 +8,9 @@
 
 #include "host/commands.h"
 #include "host/exit_codes.h"
+#include "host/output_folder.h"
 #include "host/picture.h"
+#include "host/progress.h"
 #include "host/synth.h"
 
 namespace eishost {
@@ -22,6 +24,8 @@ struct SynthArguments {
     std::string noise = "none";
     std::string shift = "40";
     std::string size;
+    std::string crop;
+    bool force = false;
     std::optional<double> rotation;
     std::optional<double> perspective;
     SynthOptions options;
@@ -48,10 +52,28 @@ void parseShift(const std::string& text, SynthOptions& options) {
     throw HostError(kExitUsage, "'" + text + "' is no shift: use the largest one in pixels, or X,Y for exactly that");
 }
 
-std::string numbered(const char* name, int index) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%s_%02d.png", name, index);
-    return text;
+// "1400x1080+900+900": a part of the photograph, by its size and its upper left corner.
+cv::Rect parseCrop(const std::string& text, cv::Size photo) {
+    cv::Rect crop;
+    int used = 0;
+    const bool complete =
+        std::sscanf(text.c_str(), "%6dx%6d+%6d+%6d%n", &crop.width, &crop.height, &crop.x, &crop.y, &used) == 4 &&
+        static_cast<std::size_t>(used) == text.size();
+    if (!complete || crop.width < 1 || crop.height < 1 || crop.x < 0 || crop.y < 0) {
+        throw HostError(kExitUsage, "--crop '" + text + "': want WxH+X+Y in pixels, like 1400x1080+900+900");
+    }
+    if ((crop & cv::Rect(cv::Point(), photo)) != crop) {
+        throw HostError(kExitUnsuitable, "--crop '" + text + "' is not inside the photograph of " +
+                                             std::to_string(photo.width) + "x" + std::to_string(photo.height));
+    }
+    return crop;
+}
+
+cv::Mat loadPhoto(const SynthArguments& arguments) {
+    const std::optional<PictureSize> rawSize =
+        arguments.rawSize.empty() ? std::nullopt : std::optional(parseSize(arguments.rawSize));
+    const cv::Mat photo = loadBgr(arguments.photo, rawSize);
+    return arguments.crop.empty() ? photo : photo(parseCrop(arguments.crop, photo.size())).clone();
 }
 
 std::string describe(const FrameTruth& frame) {
@@ -75,20 +97,20 @@ SynthOptions completeOptions(const SynthArguments& arguments) {
 }
 
 nlohmann::json optionsJson(const SynthArguments& arguments, const SynthOptions& options) {
-    return {{"frames", options.frames},           {"shift", arguments.shift}, {"rotate", options.rotation},
-            {"perspective", options.perspective}, {"mover", options.mover},   {"size", arguments.size}};
+    return {{"frames", options.frames},   {"shift", arguments.shift},
+            {"rotate", options.rotation}, {"perspective", options.perspective},
+            {"mover", options.mover},     {"size", arguments.size},
+            {"crop", arguments.crop}};
 }
 
 void runSynth(const SynthArguments& arguments) {
     const SynthOptions options = completeOptions(arguments);
-    const std::optional<PictureSize> rawSize =
-        arguments.rawSize.empty() ? std::nullopt : std::optional(parseSize(arguments.rawSize));
-    const BurstSynthesiser burst(loadBgr(arguments.photo, rawSize), options);
-
-    const std::filesystem::path folder(arguments.folder);
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) throw HostError(kExitUnwritable, arguments.folder + ": " + error.message());
+    const OutputFolder folder(arguments.folder, "truth.json", {"frame", "clean", "mover"}, arguments.force,
+                              {arguments.photo});
+    Progress progress(static_cast<std::size_t>(options.frames));
+    progress.at(0, arguments.photo);
+    const BurstSynthesiser burst(loadPhoto(arguments), options);
+    folder.open();
 
     BurstTruth truth;
     truth.photo = std::filesystem::path(arguments.photo).filename().string();
@@ -97,25 +119,27 @@ void runSynth(const SynthArguments& arguments) {
     truth.width = burst.frameSize().width;
     truth.height = burst.frameSize().height;
     truth.options = optionsJson(arguments, options);
+    progress.hide();
     std::cout << truth.photo << ": " << options.frames << " frames of " << truth.width << "x" << truth.height << '\n';
     for (int index = 0; index < options.frames; ++index) {
-        const NoisyFrame pictures = burst.frame(index);
         FrameTruth frame;
-        frame.frame = numbered("frame", index);
-        frame.clean = numbered("clean", index);
+        frame.frame = numberedName("frame", index);
+        frame.clean = numberedName("clean", index);
+        progress.at(index, frame.frame);
+        const NoisyFrame pictures = burst.frame(index);
         frame.homography = burst.homography(index);
         frame.noiseSigma = noiseSigma(pictures);
         frame.mover = burst.mover(index);
-        if (frame.mover) {
-            frame.moverMask = numbered("mover", index);
-            saveBgr((folder / frame.moverMask).string(), burst.moverMask(index));
-        }
-        saveBgr((folder / frame.frame).string(), pictures.noisy);
-        saveBgr((folder / frame.clean).string(), pictures.clean);
-        std::cout << describe(frame) << std::endl;
+        if (frame.mover) frame.moverMask = numberedName("mover", index);
+        // The truth first: what an interrupted run leaves is named in it, too.
         truth.frames.push_back(frame);
+        saveTruth(arguments.folder, truth);
+        if (frame.mover) saveBgr(folder.file(frame.moverMask), burst.moverMask(index));
+        saveBgr(folder.file(frame.frame), pictures.noisy);
+        saveBgr(folder.file(frame.clean), pictures.clean);
+        progress.hide();
+        std::cout << describe(frame) << std::endl;
     }
-    saveTruth(arguments.folder, truth);
 }
 
 }  // namespace
@@ -126,6 +150,7 @@ void addSynthCommand(CLI::App& app) {
     SynthOptions& options = arguments->options;
     command->add_option("photo", arguments->photo, "PNG, JPEG, Y4M or raw I420; - for standard input")->required();
     command->add_option("--out", arguments->folder, "folder for frame_NN.png, clean_NN.png and truth.json")->required();
+    command->add_flag("--force", arguments->force, "remove the burst that an earlier run left in the folder");
     command->add_option("--frames", options.frames, "number of frames, the reference included")
         ->check(CLI::Range(1, 99))
         ->capture_default_str();
@@ -152,6 +177,7 @@ void addSynthCommand(CLI::App& app) {
         ->check(CLI::Range(1, 127))
         ->needs(mover);
     command->add_option("--size", arguments->size, "WxH of the frames; the photograph is made smaller to fit");
+    command->add_option("--crop", arguments->crop, "WxH+X+Y: take this part of the photograph only");
     command->add_option("--raw-size", arguments->rawSize, "WxH of the photograph if it is raw I420");
     command->add_option("--seed", options.seed, "of all that is random")
         ->check(CLI::NonNegativeNumber)
