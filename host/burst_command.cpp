@@ -1,6 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -9,6 +7,7 @@
 #include "host/burst_output.h"
 #include "host/commands.h"
 #include "host/exit_codes.h"
+#include "host/output_folder.h"
 #include "host/overlay.h"
 #include "host/truth_scores.h"
 #include "host/tuning_record.h"
@@ -21,6 +20,7 @@ struct BurstArguments {
     std::vector<std::string> inputs;
     std::string folder;
     std::string rawSize;
+    bool force = false;
     bool denoise = false;
     int isoRow = 5;
     std::string tuning;
@@ -64,23 +64,11 @@ class BurstReader {
     int index_ = 0;
 };
 
-void makeFolder(const std::string& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) throw HostError(kExitUnwritable, folder + ": cannot be made: " + error.message());
-}
-
 void saveResult(const std::string& path, const nlohmann::json& result) {
     std::ofstream file(path);
     file << jsonText(result, 2) << '\n';
     file.close();
     if (!file) throw HostError(kExitUnwritable, path + ": cannot be written");
-}
-
-std::string numbered(const std::string& folder, const char* what, std::size_t number) {
-    char name[48];
-    std::snprintf(name, sizeof name, "%s_%02zu.png", what, number);
-    return (std::filesystem::path(folder) / name).string();
 }
 
 std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const Picture* clean) {
@@ -96,13 +84,14 @@ std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const
 
 // The pictures of the frame with this number, named in its report.
 void saveFrame(FrameReport& report, const PreparedFrame& reference, const std::optional<BurstDenoiser>& denoiser,
-               const std::string& folder, std::size_t number) {
-    report.alignedFile = numbered(folder, "aligned", number);
-    report.overlayFile = numbered(folder, "overlay", number);
+               const OutputFolder& folder, std::size_t number) {
+    report.alignedFile = folder.picture("aligned", number);
+    report.overlayFile = folder.picture("overlay", number);
     savePicture(report.alignedFile, report.outcome.aligned);
     saveOverlay(report.overlayFile, report, std::filesystem::path(reference.name).filename().string());
     if (denoiser) {
-        report.denoised = denoiser->run(report.outcome.aligned, report.area, numbered(folder, "denoised", number));
+        report.denoised =
+            denoiser->run(report.outcome.aligned, report.area, report.scored, folder.picture("denoised", number));
     }
 }
 
@@ -113,48 +102,60 @@ void runBurst(const BurstArguments& arguments) {
     if (arguments.trace) options.trace = &std::cerr;
     if (arguments.log) options.log = &std::cerr;
 
+    const OutputFolder folder(arguments.folder, "result.json", {"aligned", "overlay", "denoised"}, arguments.force,
+                              arguments.inputs);
+    BurstOutput output(arguments.json, arguments.inputs.size(), !arguments.trace && !arguments.log);
+    output.at(0, arguments.inputs.front());
     FrameSource source(rawSize);
     BurstReader reader(arguments.inputs, source);
     std::optional<NamedPicture> first = reader.next();
     if (!first) throw HostError(kExitUnreadable, arguments.inputs.front() + ": holds no picture");
     const PreparedFrame reference(first->name, std::move(first->picture));
+    reference.refuseBlank();
+    std::optional<NamedPicture> next = reader.next();
+    if (!next) throw HostError(kExitUsage, "a burst needs a reference and at least one frame");
     const TruthScorer truth(reference.name, source);
     if (source.cutRows() > 0) std::cerr << "eis-host: note: " << source.note() << '\n';
     const std::optional<BurstDenoiser> denoiser = makeDenoiser(arguments, truth.clean());
-    makeFolder(arguments.folder);
+    folder.open();
 
-    const std::string resultFile = (std::filesystem::path(arguments.folder) / "result.json").string();
-    BurstOutput output(arguments.json, arguments.inputs.size());
-    nlohmann::json result = {{"reference", reference.name},
-                             {"width", reference.picture.width},
-                             {"height", reference.picture.height},
-                             {"rowsCut", source.cutRows()},
-                             {"frames", nlohmann::json::array()}};
+    nlohmann::json result = {{"reference", reference.name},        {"width", reference.picture.width},
+                             {"height", reference.picture.height}, {"rowsCut", source.cutRows()},
+                             {"frames", nlohmann::json::array()},  {"error", "the burst was interrupted"}};
+    // What is about to be written is named first, so that an interrupted run leaves nothing that no list names.
+    const auto announce = [&](std::initializer_list<const char*> kinds, std::size_t number) {
+        for (const char* const kind : kinds) result["inWork"].push_back(folder.picture(kind, number));
+        saveResult(folder.list(), result);
+    };
     if (denoiser) {
+        announce({"denoised"}, 0);
         const DenoiseReport denoised =
-            denoiser->run(reference.picture, std::nullopt, numbered(arguments.folder, "denoised", 0));
+            denoiser->run(reference.picture, std::nullopt, {}, folder.picture("denoised", 0));
         result["referenceDenoised"] = denoised;
         output.reference(reference.name, denoised);
     }
     try {
-        output.progress(1, arguments.inputs.size() > 1 ? arguments.inputs[1] : reference.name);
-        while (std::optional<NamedPicture> next = reader.next()) {
-            output.progress(next->file, next->name);
+        for (; next; next = reader.next()) {
+            output.at(next->file, next->name);
             const PreparedFrame frame(next->name, std::move(next->picture));
             FrameReport report = reportFrame(reference, frame, options);
             truth.score(report, frame.name, frame.picture);
-            saveFrame(report, reference, denoiser, arguments.folder, result["frames"].size() + 1);
+            const std::size_t number = result["frames"].size() + 1;
+            announce({"aligned", "overlay", "denoised"}, number);
+            saveFrame(report, reference, denoiser, folder, number);
             result["frames"].push_back(report);
+            result.erase("inWork");
             output.frame(report);
         }
     } catch (const std::exception& error) {
         // The frames that are done stand in the result, with the reason why there are no more.
         result["error"] = error.what();
-        saveResult(resultFile, result);
+        saveResult(folder.list(), result);
         throw;
     }
-    if (result["frames"].empty()) throw HostError(kExitUsage, "a burst needs a reference and at least one frame");
-    saveResult(resultFile, result);
+    result.erase("error");
+    result.erase("inWork");
+    saveResult(folder.list(), result);
     output.finish(arguments.folder);
 }
 
@@ -170,6 +171,7 @@ void addBurstCommand(CLI::App& app) {
         ->required();
     command->add_option("--out", arguments->folder, "Folder for aligned_NN.png, overlay_NN.png and result.json")
         ->required();
+    command->add_flag("--force", arguments->force, "Remove what an earlier run left in the folder");
     command->add_option("--raw-size", arguments->rawSize, "Inputs are raw I420 of this size, WxH");
     CLI::Option* denoise = command->add_flag("--denoise", arguments->denoise,
                                              "Then denoise each frame, to denoised_NN.png, 00 the reference");
@@ -183,13 +185,15 @@ void addBurstCommand(CLI::App& app) {
     command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");
     command->footer(
-        "Each frame is one call of Ransac_Regis_AcoreAPI_EIS with idx 1. A frame that the library refuses is "
-        "delivered\n"
-        "unaligned and listed with its reason; the exit code stays 0. An input that cannot be read or used ends the\n"
-        "burst; result.json then holds the frames before it, and the reason as \"error\".\n"
+        "Each frame is one call of Ransac_Regis_AcoreAPI_EIS with idx 1. A frame that the library refuses, a blank "
+        "one\n"
+        "among them, is delivered unaligned and listed with its reason; the exit code stays 0. An input that cannot "
+        "be\n"
+        "read or has another size ends the burst; result.json then holds the frames before it, and the reason as\n"
+        "\"error\".\n"
         "With a truth.json of eis-host synth beside the frames the table also shows the corner error in pixels, and\n"
         "the PSNR of luma against the clean reference inside the filled rectangle: unaligned, aligned, and aligned by\n"
-        "the true homography.\n\n"
+        "the true homography. An object of synth --mover is left out of these, and has a figure of its own.\n\n"
         "  eis-host burst IMG_01.jpg IMG_02.jpg IMG_03.jpg --out aligned\n"
         "  eis-host synth photo.jpg --frames 4 --noise medium --out b && eis-host burst b/frame_*.png --out b/aligned");
     command->callback([arguments] { runBurst(*arguments); });

@@ -24,8 +24,10 @@ class BurstDenoiser {
     BurstDenoiser(DenoiseSettings settings, DenoiseOptions options, const Picture* clean)
         : settings_(std::move(settings)), options_(std::move(options)), clean_(clean) {}
 
-    // Denoises a registered picture and writes it to `file`; scores it inside `area`, or all of it.
-    DenoiseReport run(const Picture& picture, const std::optional<cv::Rect>& area, const std::string& file) const;
+    // Denoises a registered picture and writes it to `file`; scores it inside `area`, or all of it, where `scored`, of
+    // luma's size, is not 0, or everywhere when that is empty.
+    DenoiseReport run(const Picture& picture, const std::optional<cv::Rect>& area, const cv::Mat& scored,
+                      const std::string& file) const;
 
   private:
     DenoiseSettings settings_;

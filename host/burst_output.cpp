@@ -1,7 +1,5 @@
 #include "host/burst_output.h"
 
-#include <unistd.h>
-
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -19,29 +17,16 @@ std::string number(const std::optional<double>& value, const char* format) {
 
 }  // namespace
 
-BurstOutput::BurstOutput(bool json, std::size_t files)
-    : json_(json), bar_(!json && isatty(STDERR_FILENO) != 0), files_(files) {}
-
-void BurstOutput::progress(std::size_t filesDone, const std::string& current) {
-    if (!bar_) return;
-    constexpr std::size_t kCells = 24;
-    const std::size_t filled = kCells * filesDone / files_;
-    std::fprintf(stderr, "\r\033[K[%s%s] %zu/%zu %s", std::string(filled, '#').c_str(),
-                 std::string(kCells - filled, '.').c_str(), filesDone, files_, current.c_str());
-    std::fflush(stderr);
-}
-
-void BurstOutput::clearBar() {
-    if (bar_) std::fprintf(stderr, "\r\033[K");
-}
+BurstOutput::BurstOutput(bool json, std::size_t files, bool withProgress)
+    : json_(json), progress_(files, withProgress) {}
 
 void BurstOutput::frame(const FrameReport& report) {
+    progress_.hide();
     if (json_) {
         std::printf("%s\n", jsonText(report).c_str());
         std::fflush(stdout);
         return;
     }
-    clearBar();
     if (!headed_) {
         std::printf("%-22s %6s %6s %7s %10s %29s %15s\n", "frame", "pairs", "kept", "status", "corner err",
                     "luma PSNR before > after (true)", "ms match + lib");
@@ -56,8 +41,12 @@ void BurstOutput::frame(const FrameReport& report) {
     std::printf("%-22s %6d %6zu %7d %10s %31s %15s\n", std::filesystem::path(report.frame).filename().c_str(),
                 report.matches.entries(), report.outcome.keptRef.size(), report.outcome.status,
                 number(corners, "%.3f px").c_str(), psnr.c_str(), time.c_str());
+    if (scores.psnrMover) {
+        std::printf("    the mover's area, then and in the reference, is left out; inside it: %.2f dB aligned\n",
+                    *scores.psnrMover);
+    }
     if (report.refusal) std::printf("    refused, copied unaligned: %s\n", report.refusal->reason.c_str());
-    if (!report.cornersHeld()) {
+    if (!report.cornersHeld() && !report.refusal) {
         std::printf("    kept pairs cover %ld%% of the frame; under half of it the corners are not held\n",
                     std::lround(100 * report.coverage));
     }
@@ -67,13 +56,13 @@ void BurstOutput::frame(const FrameReport& report) {
 
 void BurstOutput::reference(const std::string& name, const DenoiseReport& denoised) {
     if (json_) return;
-    clearBar();
+    progress_.hide();
     std::printf("%s, the reference, denoised: %s\n", std::filesystem::path(name).filename().c_str(),
                 describe(denoised).c_str());
 }
 
 void BurstOutput::finish(const std::string& folder) {
-    clearBar();
+    progress_.hide();
     if (!json_) std::printf("pictures and result.json are in %s\n", folder.c_str());
 }
 

@@ -1,31 +1,27 @@
-// What `eis-host burst` prints: a table with a progress bar below it, or lines of JSON.
+// What `eis-host burst` prints: a table or lines of JSON, with the progress below.
 #pragma once
 
 #include <cstddef>
 #include <string>
 
 #include "host/frame_report.h"
+#include "host/progress.h"
 
 namespace eishost {
 
 class BurstOutput {
   public:
-    // The bar is for a terminal alone, and not for JSON.
-    BurstOutput(bool json, std::size_t files);
-    ~BurstOutput() { clearBar(); }
+    BurstOutput(bool json, std::size_t files, bool withProgress);
 
-    void progress(std::size_t filesDone, const std::string& current);
+    void at(std::size_t filesDone, const std::string& current) { progress_.at(filesDone, current); }
     void frame(const FrameReport& report);
     void reference(const std::string& name, const DenoiseReport& denoised);
     void finish(const std::string& folder);
 
   private:
-    void clearBar();
-
     bool json_;
-    bool bar_;
     bool headed_ = false;
-    std::size_t files_;
+    Progress progress_;
 };
 
 }  // namespace eishost

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <opencv2/imgproc.hpp>
 
 #include "acore_types.h"
 #include "host/exit_codes.h"
@@ -15,6 +16,7 @@ namespace {
 
 constexpr std::size_t kLeastKeypoints = 8;
 constexpr double kCornersHeldFrom = 0.5;
+constexpr int kMoverRim = 4;  // pixels around an object that resampling mixes with it
 
 class StopWatch {
   public:
@@ -55,12 +57,18 @@ PreparedFrame::PreparedFrame(std::string frameName, Picture framePicture)
     const StopWatch watch;
     matchable = MatchableFrame(picture.mat(0));
     milliseconds = watch.milliseconds();
+}
+
+std::string PreparedFrame::whyBlank() const {
     const std::size_t found = matchable.keypoints.points.size();
-    if (found < kLeastKeypoints) {
-        throw HostError(kExitUnsuitable, name + ": blank or featureless, " + std::to_string(found) +
-                                             " keypoints where registration needs at least " +
-                                             std::to_string(kLeastKeypoints));
-    }
+    if (found >= kLeastKeypoints) return {};
+    return "blank or featureless, " + std::to_string(found) + " keypoints where registration needs at least " +
+           std::to_string(kLeastKeypoints);
+}
+
+void PreparedFrame::refuseBlank() const {
+    const std::string why = whyBlank();
+    if (!why.empty()) throw HostError(kExitUnsuitable, name + ": " + why);
 }
 
 FrameReport reportFrame(const PreparedFrame& reference, const PreparedFrame& frame,
@@ -81,6 +89,7 @@ FrameReport reportFrame(const PreparedFrame& reference, const PreparedFrame& fra
     if (report.homography) report.residual = rmsResidual(*report.homography, outcome.keptRef, outcome.keptCur);
     if (outcome.status != retStsOK) {
         report.refusal = findRefusal(outcome.log);
+        if (const std::string why = frame.whyBlank(); report.refusal && !why.empty()) report.refusal->reason = why;
         if (report.refusal && outcome.keptRef.size() >= kLeastKeypoints && report.homography) {
             report.refusal->reason += motionText(*report.homography, size);
         }
@@ -90,9 +99,17 @@ FrameReport reportFrame(const PreparedFrame& reference, const PreparedFrame& fra
     return report;
 }
 
-void scoreFrame(FrameReport& report, const Picture& frame, const Picture& clean, const cv::Matx33d& truth) {
+void scoreFrame(FrameReport& report, const Picture& frame, const Picture& clean, const cv::Matx33d& truth,
+                const cv::Mat& mover) {
     TruthScores scores;
     const cv::Size size(frame.width, frame.height);
+    cv::Mat object;
+    if (!mover.empty()) {
+        cv::dilate(mover, object, cv::Mat::ones(2 * kMoverRim + 1, 2 * kMoverRim + 1, CV_8U));
+        cv::Mat unaligned;  // the same in the frame as it came, for the score before registration
+        cv::warpPerspective(object, unaligned, truth, size, cv::INTER_NEAREST);
+        report.scored = ~(object | unaligned);
+    }
     if (report.homography) scores.corners = cornerError(*report.homography, truth, size);
     cv::Rect area(cv::Point(), size);
     if (report.area) {
@@ -100,10 +117,13 @@ void scoreFrame(FrameReport& report, const Picture& frame, const Picture& clean,
         // The library fills whole groups of 8; an edge read off a flat picture need not be one.
         area.width &= ~7;
         area.height &= ~7;
-        scores.psnrAligned = planePsnr(report.outcome.aligned.mat(0), clean.mat(0), area);
-        scores.psnrTrueHomography = planePsnr(alignByHomography(frame, truth, area).mat(0), clean.mat(0), area);
+        const cv::Mat aligned = report.outcome.aligned.mat(0);
+        scores.psnrAligned = planePsnr(aligned, clean.mat(0), area, report.scored);
+        scores.psnrTrueHomography =
+            planePsnr(alignByHomography(frame, truth, area).mat(0), clean.mat(0), area, report.scored);
+        if (!object.empty()) scores.psnrMover = planePsnr(aligned, clean.mat(0), area, object);
     }
-    scores.psnrUnaligned = planePsnr(frame.mat(0), clean.mat(0), area);
+    scores.psnrUnaligned = planePsnr(frame.mat(0), clean.mat(0), area, report.scored);
     report.truth = scores;
 }
 
@@ -144,6 +164,10 @@ void to_json(nlohmann::json& json, const FrameReport& report) {
                           {{"unaligned", finiteOrNull(report.truth->psnrUnaligned)},
                            {"aligned", finiteOrNull(report.truth->psnrAligned)},
                            {"trueHomography", finiteOrNull(report.truth->psnrTrueHomography)}}}};
+        if (!report.scored.empty()) {
+            json["truth"]["moverLeftOut"] = true;
+            json["truth"]["psnrY"]["moverArea"] = finiteOrNull(report.truth->psnrMover);
+        }
     }
 }
 

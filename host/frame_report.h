@@ -15,12 +15,14 @@
 
 namespace eishost {
 
-// Luma against the clean reference inside the filled rectangle, in dB.
+// Luma against the clean reference inside the filled rectangle, in dB. An object that moves by itself is left out,
+// where it is in the reference and where it is in the frame: no registration can lay it onto itself.
 struct TruthScores {
     std::optional<CornerError> corners;  // of the fit to the kept pairs
     std::optional<double> psnrUnaligned;
     std::optional<double> psnrAligned;
     std::optional<double> psnrTrueHomography;  // the frame sampled in the same way with the true homography
+    std::optional<double> psnrMover;           // of the aligned frame in the object's area alone; only with an object
 };
 
 struct FrameReport {
@@ -36,6 +38,7 @@ struct FrameReport {
     double matchMs = 0;
     double libraryMs = 0;
     std::optional<TruthScores> truth;
+    cv::Mat scored;           // 255 where truth counts, 0 at the object; empty when that is everywhere
     std::string alignedFile;  // empty when not written
     std::string overlayFile;
     std::optional<DenoiseReport> denoised;
@@ -45,8 +48,12 @@ struct FrameReport {
 
 // One frame as the tools hold it: the picture, and what it takes to match it.
 struct PreparedFrame {
-    // HostError(kExitUnsuitable) for a picture without enough to match by.
     PreparedFrame(std::string frameName, Picture framePicture);
+
+    // "" or why this has not enough to match by, so that the library refuses it.
+    std::string whyBlank() const;
+    // HostError(kExitUnsuitable) for such a one.
+    void refuseBlank() const;
 
     std::string name;
     Picture picture;
@@ -57,8 +64,9 @@ struct PreparedFrame {
 // Matches `frame` with `reference`, has the library register it, and looks at what came back.
 FrameReport reportFrame(const PreparedFrame& reference, const PreparedFrame& frame, const RegistrationOptions& options);
 
-// Adds the scores against the truth; `clean` is the reference without noise.
-void scoreFrame(FrameReport& report, const Picture& frame, const Picture& clean, const cv::Matx33d& truth);
+// Adds the scores against the truth; `clean` is the reference without noise, `mover` as moverArea gives it.
+void scoreFrame(FrameReport& report, const Picture& frame, const Picture& clean, const cv::Matx33d& truth,
+                const cv::Mat& mover);
 
 void to_json(nlohmann::json& json, const FrameReport& report);
 

@@ -31,10 +31,13 @@ cv::Point2d project(const cv::Matx33d& homography, double x, double y) {
 
 }  // namespace
 
-double planePsnr(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area) {
-    const double squares = cv::norm(plane(area), reference(area), cv::NORM_L2SQR);
+double planePsnr(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area, const cv::Mat& counted) {
+    const cv::Mat mask = counted.empty() ? cv::Mat() : counted(area);
+    const int samples = mask.empty() ? area.area() : cv::countNonZero(mask);
+    if (samples == 0) return std::numeric_limits<double>::quiet_NaN();
+    const double squares = cv::norm(plane(area), reference(area), cv::NORM_L2SQR, mask);
     if (squares == 0) return std::numeric_limits<double>::infinity();
-    return 10 * std::log10(kPeak * kPeak * static_cast<double>(area.area()) / squares);
+    return 10 * std::log10(kPeak * kPeak * samples / squares);
 }
 
 double planeSsim(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area) {

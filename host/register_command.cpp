@@ -41,6 +41,10 @@ void printTruth(std::FILE* to, const TruthScores& scores) {
                      scores.psnrTrueHomography.value_or(0));
     }
     std::fprintf(to, "\n");
+    if (scores.psnrMover) {
+        std::fprintf(to, "            the moving object is left out; in its area, then and in the reference: %.2f dB\n",
+                     *scores.psnrMover);
+    }
 }
 
 void printReport(std::FILE* to, const FrameReport& report) {
@@ -79,6 +83,8 @@ void runRegister(const RegisterArguments& arguments) {
     FrameSource source(rawSize);
     const PreparedFrame reference(arguments.reference, source.load(arguments.reference));
     const PreparedFrame frame(arguments.frame, source.load(arguments.frame));
+    reference.refuseBlank();
+    frame.refuseBlank();
     const TruthScorer truth(arguments.reference, source);
     if (source.cutRows() > 0) std::cerr << "eis-host: note: " << source.note() << '\n';
 

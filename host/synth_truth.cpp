@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <opencv2/imgproc.hpp>
 
 #include "host/exit_codes.h"
+#include "host/picture.h"
 
 namespace eishost {
 
@@ -78,6 +80,23 @@ std::optional<BurstTruth> loadTruth(const std::string& folder) {
     } catch (const json::exception&) {
         throw HostError(kExitUnreadable, truthPath(folder) + ": damaged");
     }
+}
+
+cv::Mat moverArea(const std::string& folder, const FrameTruth& reference, const FrameTruth& frame, cv::Size size) {
+    if (reference.moverMask.empty() || frame.moverMask.empty()) return {};
+    const auto load = [&](const std::string& name) {
+        const std::string path = (std::filesystem::path(folder) / name).string();
+        const Picture picture = loadPicture(path);
+        if (picture.width != size.width || picture.height < size.height || picture.height >= size.height + 8) {
+            throw HostError(kExitUnsuitable, path + ": its size differs from the frame's");
+        }
+        return picture.mat(0).clone();
+    };
+    cv::Mat area = load(reference.moverMask) | load(frame.moverMask);
+    if (reference.homography != cv::Matx33d::eye()) {
+        cv::warpPerspective(area, area, reference.homography, area.size(), cv::INTER_LINEAR);
+    }
+    return area(cv::Rect(cv::Point(), size)) > 127;
 }
 
 cv::Matx33d homographyBetween(const FrameTruth& reference, const FrameTruth& frame) {

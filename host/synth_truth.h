@@ -49,4 +49,9 @@ std::optional<BurstTruth> loadTruth(const std::string& folder);
 // Maps a position of `reference` to its position in `frame`, both of one burst; element 8 is 1.
 cv::Matx33d homographyBetween(const FrameTruth& reference, const FrameTruth& frame);
 
+// Where the object is in `frame` or in `reference`, in positions of the reference: 255 on 0, read from the masks in
+// `folder`. Masks that are higher than `size` by less than 8 rows are cut to it. Empty when nothing moves by itself.
+// HostError for masks that cannot be read or have another size.
+cv::Mat moverArea(const std::string& folder, const FrameTruth& reference, const FrameTruth& frame, cv::Size size);
+
 }  // namespace eishost

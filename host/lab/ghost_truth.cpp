@@ -4,7 +4,6 @@
 #include <fstream>
 
 #include "host/exit_codes.h"
-#include "host/picture.h"
 #include "host/synth_truth.h"
 
 namespace eislab {
@@ -39,15 +38,6 @@ std::optional<AlignedFrame> alignedFrame(const fs::path& picture) {
     return std::nullopt;
 }
 
-// Cut to the pictures' size, which may have lost rows.
-cv::Mat loadMask(const fs::path& path, cv::Size size) {
-    const eishost::Picture picture = eishost::loadPicture(path.string());
-    if (picture.width != size.width || picture.height < size.height) {
-        throw HostError(eishost::kExitUnsuitable, path.string() + ": its size differs from the frame's");
-    }
-    return picture.mat(0)(cv::Rect(cv::Point(), size)) > 127;
-}
-
 }  // namespace
 
 std::optional<GhostTruth> findGhostTruth(const std::string& frame, const std::string& reference, cv::Size size) {
@@ -58,13 +48,9 @@ std::optional<GhostTruth> findGhostTruth(const std::string& frame, const std::st
     const std::optional<AlignedFrame> aligned = alignedFrame(frame);
     if (referenceTruth == nullptr || !aligned) return std::nullopt;
     const FrameTruth* const frameTruth = truth->find(aligned->name);
-    // Masks are in positions of the burst's first frame.
-    if (frameTruth == nullptr || frameTruth->moverMask.empty() || referenceTruth->moverMask.empty() ||
-        referenceTruth->homography != cv::Matx33d::eye()) {
-        return std::nullopt;
-    }
-    const cv::Mat mover =
-        loadMask(folder / frameTruth->moverMask, size) | loadMask(folder / referenceTruth->moverMask, size);
+    if (frameTruth == nullptr) return std::nullopt;
+    const cv::Mat mover = eishost::moverArea(folder.string(), *referenceTruth, *frameTruth, size);
+    if (mover.empty()) return std::nullopt;
     return GhostTruth{mover, aligned->filled & cv::Rect(cv::Point(), size)};
 }
 

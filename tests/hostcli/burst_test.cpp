@@ -25,7 +25,7 @@ TEST(BurstCommand, AlignsEveryFrameAndWritesTheResult) {
     const ScratchFolder folder;
     cv::imwrite(folder.file("photo.png"), collage(800, 620));
     ASSERT_EQ(runCli("synth " + folder.file("photo.png") +
-                     " --frames 3 --noise medium --shift 15 --size 640x480 --out " + folder.file("b"))
+                     " --frames 3 --noise medium --shift 15 --size 640x480 --mover --out " + folder.file("b"))
                   .exitCode,
               kExitOk);
     const CliResult burst =
@@ -37,6 +37,9 @@ TEST(BurstCommand, AlignsEveryFrameAndWritesTheResult) {
     for (const nlohmann::json& line : lines) {
         EXPECT_EQ(line["status"], 0);
         EXPECT_LT(line["truth"]["cornerError"]["largest"], 1.0);
+        const nlohmann::json& psnr = line["truth"]["psnrY"];
+        EXPECT_NEAR(psnr["aligned"], lines[0]["truth"]["psnrY"]["aligned"].get<double>(), 0.3) << "the mover moves on";
+        EXPECT_LT(psnr["moverArea"], psnr["aligned"].get<double>() - 5);
         EXPECT_TRUE(std::filesystem::exists(line["files"]["aligned"].get<std::string>()));
         EXPECT_TRUE(std::filesystem::exists(line["files"]["overlay"].get<std::string>()));
     }
@@ -48,7 +51,12 @@ TEST(BurstCommand, AlignsEveryFrameAndWritesTheResult) {
         EXPECT_GT(denoised["psnrAfter"]["y"], denoised["psnrBefore"]["y"]) << denoised;
     }
 
-    const CliResult table = runCli("burst " + folder.file("b") + "/frame_*.png --out " + folder.file("out"));
+    folder.write("out/notes.txt", "kept");
+    const std::string again = "burst " + folder.file("b") + "/frame_0[02].png --out " + folder.file("out");
+    EXPECT_EQ(runCli(again).exitCode, kExitUnwritable);
+    const CliResult table = runCli(again + " --force");
+    EXPECT_EQ(folder.read("out/notes.txt"), "kept");
+    EXPECT_FALSE(std::filesystem::exists(folder.file("out/aligned_02.png")));
     EXPECT_EQ(table.err, "") << "the progress bar is for a terminal";
     EXPECT_NE(table.out.find("frame_02.png"), std::string::npos) << table.out;
 }
@@ -73,15 +81,28 @@ TEST(BurstCommand, TakesSeveralPicturesOfOneFileAndCutsTheirHeight) {
     EXPECT_EQ(loadPicture(lines[0]["files"]["aligned"]).height, 480);
 }
 
-TEST(BurstCommand, KeepsWhatIsDoneBeforeABadFrame) {
+TEST(BurstCommand, ListsABlankFrameAsRefused) {
     const ScratchFolder folder;
     savePicture(folder.file("a.png"), pictureFromBgr(collage(320, 240)));
     savePicture(folder.file("blank.png"), Picture(320, 240));
+    const std::string good = folder.file("a.png") + " ";
+    const CliResult burst =
+        runCli("burst --json " + good + folder.file("blank.png ") + good + "--out " + folder.file("out"));
+    ASSERT_EQ(burst.exitCode, kExitOk) << burst.err;
+    const std::vector<nlohmann::json> lines = jsonLines(burst.out);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0]["refusal"]["reason"].get<std::string>().substr(0, 5), "blank");
+    EXPECT_EQ(lines[1]["status"], 0);
+}
+
+TEST(BurstCommand, KeepsWhatIsDoneBeforeABadFrame) {
+    const ScratchFolder folder;
+    savePicture(folder.file("a.png"), pictureFromBgr(collage(320, 240)));
     savePicture(folder.file("other.png"), pictureFromBgr(collage(322, 240)));
     const struct {
         const char* bad;
         int exitCode;
-    } cases[] = {{"blank.png", kExitUnsuitable}, {"other.png", kExitUnsuitable}, {"missing.png", kExitUnreadable}};
+    } cases[] = {{"other.png", kExitUnsuitable}, {"missing.png", kExitUnreadable}};
     for (const auto& [bad, exitCode] : cases) {
         const std::string good = folder.file("a.png") + " ";
         const CliResult burst =

@@ -1,6 +1,7 @@
 // Command lines and inputs that a command refuses: an exit code that tells why, and one line for the user.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <opencv2/imgcodecs.hpp>
 
 #include "host/exit_codes.h"
@@ -78,6 +79,7 @@ TEST_F(Refusals, RegisterAndBurst) {
                                 {good + good + "--overlay " + folder.file("no/overlay.png"), kExitUnwritable},
                                 {good + good + "--out " + folder.file("no/aligned.png"), kExitUnwritable}});
     expectRefusals("burst", {{good + "--out " + folder.file("out"), kExitUsage, "at least one frame"},
+                             {featureless + good + "--out " + folder.file("out"), kExitUnsuitable, "blank"},
                              {good + good + "--out " + folder.file("good.png/out"), kExitUnwritable}});
 }
 
@@ -97,12 +99,19 @@ TEST_F(Refusals, DenoiseAndSearch) {
                     {files + "--iso-row 1 --chroma-only low --mask " + other, kExitUnsuitable, "the mask has 192x256"},
                     {files + "--iso-row 1 --truth " + other, kExitUnsuitable, "has 192x256"},
                     {blank("small.y4m", 126, 128) + folder.file("out.y4m --iso-row 1"), kExitUnsuitable, "too small"}});
-    expectRefusals("search", {{in, kExitUsage, "want pairs"}, {in + other, kExitUnsuitable, "differ in size"}});
+    expectRefusals("search", {{in, kExitUsage, "want pairs"},
+                              {in + in, kExitUnsuitable, "noise"},
+                              {in + other, kExitUnsuitable, "differ in size"}});
 }
 
 TEST_F(Refusals, Synth) {
     const std::string photo = made("photo.png", 320, 240) + "--out " + folder.file("b ");
-    expectRefusals("synth", {{photo + "--noise loud", kExitUsage},
+    std::filesystem::create_directory(folder.file("older"));
+    folder.write("older/frame_07.png", "");
+    const std::string older = folder.file("photo.png --out ") + folder.file("older ");
+    expectRefusals("synth", {{older, kExitUnwritable, "--force"},
+                             {older + "--force", kExitUnwritable, "does not name it"},
+                             {photo + "--noise loud", kExitUsage},
                              {photo + "--noise white:x", kExitUsage},
                              {photo + "--noise white:-1", kExitUsage},
                              {photo + "--shift 3,", kExitUsage},
@@ -110,6 +119,8 @@ TEST_F(Refusals, Synth) {
                              {photo + "--size big", kExitUsage},
                              {folder.file("none.png") + " --out " + folder.file("b"), kExitUnreadable},
                              {photo + "--size 320x240", kExitUnsuitable},
+                             {photo + "--crop 64x64", kExitUsage},
+                             {photo + "--crop 200x200+121+0", kExitUnsuitable},
                              {photo + "--shift 310,0", kExitUnsuitable},
                              {in + "--out " + folder.file("in.y4m/below"), kExitUnwritable}});
 }
