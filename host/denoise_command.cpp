@@ -10,6 +10,7 @@
 #include "host/denoise_call.h"
 #include "host/exit_codes.h"
 #include "host/metrics.h"
+#include "host/progress.h"
 #include "host/tuning_record.h"
 
 namespace eishost {
@@ -114,17 +115,22 @@ void runDenoise(const DenoiseArguments& arguments) {
     if (!arguments.truth.empty()) truth = loadPicture(arguments.truth, rawSize);
 
     std::vector<Picture> denoised;
+    Progress progress(0, !arguments.trace && !arguments.log);
+    progress.at(0, "reading " + arguments.input + ", then denoising and writing");
     PictureReader reader(arguments.input, rawSize);
     while (const std::optional<Picture> picture = reader.next()) {
+        progress.at(denoised.size(), "denoising, then writing");
         DenoiseOutcome outcome = denoisePicture(*picture, settings, options);
         std::optional<Gain> gain;
         if (truth) gain = measure(*picture, outcome.picture, *truth, arguments.truth);
         if (!arguments.beforeAfter.empty() && denoised.empty()) {
             saveBgr(arguments.beforeAfter, beforeAfterSheet(*picture, outcome.picture));
         }
+        progress.hide();
         report(arguments, settings, options, outcome, gain);
         denoised.push_back(std::move(outcome.picture));
     }
+    progress.at(denoised.size(), "writing " + arguments.output);
     savePictures(arguments.output, denoised);
 }
 

@@ -67,7 +67,10 @@ void Progress::hide() {
 }
 
 std::string Progress::text() const {
-    if (total_ == 0) return std::to_string(done_) + " done: " + current_;
+    if (total_ == 0) {
+        const std::string count = done_ > 0 ? std::to_string(done_) + " done, " : "";
+        return count + duration(Seconds(Clock::now() - start_).count()) + " so far: " + current_;
+    }
     const std::size_t filled = kCells * std::min(done_, total_) / total_;
     std::string text = "[";
     text.append(filled, '#').append(kCells - filled, '.').append("] ");
@@ -91,7 +94,7 @@ void Progress::run(const std::stop_token& stop) {
 void Progress::draw() {
     const std::string line = text().substr(0, terminalWidth() - 1);
     if (line == drawn_) return;
-    std::fprintf(stderr, "\r\033[K%s", line.c_str());
+    std::fprintf(stderr, "\r\033[K%s\r", line.c_str());  // whatever else is printed meanwhile begins its line
     std::fflush(stderr);
     drawn_ = line;
 }

@@ -15,8 +15,8 @@ namespace eishost {
 // step runs, so that a step may be of any length.
 class Progress {
   public:
-    // `total` steps to do; 0 when that is not known, then the line counts without a word on what is left. Unless
-    // `wanted`, as where other lines go to standard error all the time, it does nothing.
+    // `total` steps to do; 0 when that is not known, then the line tells the time so far, and `current` what is left.
+    // Unless `wanted`, as where other lines go to standard error all the time, it does nothing.
     explicit Progress(std::size_t total, bool wanted = true);
     ~Progress();
     Progress(const Progress&) = delete;

@@ -11,6 +11,7 @@
 #include "host/frame_report.h"
 #include "host/frame_source.h"
 #include "host/overlay.h"
+#include "host/progress.h"
 #include "host/truth_scores.h"
 
 namespace eishost {
@@ -80,21 +81,27 @@ void printReport(std::FILE* to, const FrameReport& report) {
 void runRegister(const RegisterArguments& arguments) {
     std::optional<PictureSize> rawSize;
     if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
+    Progress progress(4, !arguments.trace && !arguments.log);
+    progress.at(0, "reading " + arguments.reference);
     FrameSource source(rawSize);
     const PreparedFrame reference(arguments.reference, source.load(arguments.reference));
+    progress.at(1, "reading " + arguments.frame);
     const PreparedFrame frame(arguments.frame, source.load(arguments.frame));
     reference.refuseBlank();
     frame.refuseBlank();
     const TruthScorer truth(arguments.reference, source);
+    progress.hide();
     if (source.cutRows() > 0) std::cerr << "eis-host: note: " << source.note() << '\n';
 
     RegistrationOptions options;
     options.lumaOnly = arguments.lumaOnly;
     if (arguments.trace) options.trace = &std::cerr;
     if (arguments.log) options.log = &std::cerr;
+    progress.at(2, "registering");
     FrameReport report = reportFrame(reference, frame, options);
     truth.score(report, arguments.frame, frame.picture);
 
+    progress.at(3, "writing");
     if (!arguments.aligned.empty()) {
         savePicture(arguments.aligned, report.outcome.aligned);
         report.alignedFile = arguments.aligned;
@@ -103,6 +110,7 @@ void runRegister(const RegisterArguments& arguments) {
         report.overlayFile = arguments.overlay;
         saveOverlay(arguments.overlay, report, std::filesystem::path(arguments.reference).filename().string());
     }
+    progress.hide();
     std::FILE* const to = arguments.aligned == "-" ? stderr : stdout;
     if (arguments.json) {
         std::fprintf(to, "%s\n", jsonText(report, 2).c_str());

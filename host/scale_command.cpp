@@ -6,6 +6,7 @@
 
 #include "host/commands.h"
 #include "host/exit_codes.h"
+#include "host/progress.h"
 #include "host/scale_call.h"
 
 namespace eishost {
@@ -53,16 +54,21 @@ void runScale(const ScaleArguments& arguments) {
 
     std::vector<Picture> scaled;
     double milliseconds = 0;
+    Progress progress(0, !arguments.trace && !arguments.log);
+    progress.at(0, "reading " + arguments.input + ", then scaling and writing");
     PictureReader reader(arguments.input, rawSize);
     Area crop;
     while (const std::optional<Picture> picture = reader.next()) {
+        progress.at(scaled.size(), "scaling, then writing");
         crop = parseCrop(arguments.crop, *picture);
         ScaleOutcome outcome = scalePicture(*picture, crop, size, arguments.trace ? &std::cerr : nullptr,
                                             arguments.log ? &std::cerr : nullptr);
         milliseconds += outcome.milliseconds;
         scaled.push_back(std::move(outcome.picture));
     }
+    progress.at(scaled.size(), "writing " + arguments.output);
     savePictures(arguments.output, scaled);
+    progress.hide();
     // Standard output may be the picture.
     std::fprintf(arguments.output == "-" ? stderr : stdout,
                  "%dx%d+%d+%d -> %dx%d, %zu picture%s, %.1f ms in the library\n", crop.width, crop.height, crop.x,

@@ -14,6 +14,7 @@
 #include "host/lab/ghost_settings.h"
 #include "host/lab/ghost_truth.h"
 #include "host/picture.h"
+#include "host/progress.h"
 #include "host/tuning_record.h"
 
 namespace eislab {
@@ -123,15 +124,21 @@ void runGhost(const GhostArguments& arguments) {
                       arguments.motion, arguments.words);
     std::optional<eishost::PictureSize> rawSize;
     if (!arguments.rawSize.empty()) rawSize = eishost::parseSize(arguments.rawSize);
+    eishost::Progress progress(4);
+    progress.at(0, "reading " + arguments.frame);
     const Picture frame = eishost::loadPicture(arguments.frame, rawSize);
+    progress.at(1, "reading " + arguments.reference);
     const Picture reference = loadReference(arguments, rawSize, frame);
     const std::optional<GhostTruth> truth =
         findGhostTruth(arguments.frame, arguments.reference, {frame.width, frame.height});
+    progress.at(2, "masking");
     const GhostResult result = detectGhosts(frame, reference, settings);
     std::optional<GhostScores> scores;
     if (truth) scores = scoreGhosts(result.mask, *truth);
+    progress.at(3, "writing");
     if (!arguments.out.empty()) eishost::saveBgr(arguments.out, result.mask);
     if (!arguments.overlay.empty()) eishost::saveBgr(arguments.overlay, overlayOf(frame, result.mask, truth));
+    progress.hide();
     (arguments.json ? printJson : print)(arguments, settings, result, scores);
 }
 
