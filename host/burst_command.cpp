@@ -2,13 +2,13 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 
 #include "host/burst_output.h"
 #include "host/commands.h"
 #include "host/exit_codes.h"
+#include "host/output_file.h"
 #include "host/overlay.h"
 #include "host/truth_scores.h"
 #include "host/tuning_record.h"
@@ -71,10 +71,7 @@ void makeFolder(const std::string& folder) {
 }
 
 void saveResult(const std::string& path, const nlohmann::json& result) {
-    std::ofstream file(path);
-    file << jsonText(result, 2) << '\n';
-    file.close();
-    if (!file) throw HostError(kExitUnwritable, path + ": cannot be written");
+    saveFile(path, jsonText(result, 2) + '\n');
 }
 
 std::string numbered(const std::string& folder, const char* what, std::size_t number) {

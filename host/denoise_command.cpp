@@ -106,6 +106,8 @@ void report(const DenoiseArguments& arguments, const DenoiseSettings& settings, 
 }
 
 void runDenoise(const DenoiseArguments& arguments) {
+    requirePictureOutput(arguments.output);
+    if (!arguments.beforeAfter.empty()) requireBgrOutput(arguments.beforeAfter);
     const DenoiseOptions options = completeOptions(arguments);
     const DenoiseSettings settings = completeSettings(arguments, options);
     std::optional<PictureSize> rawSize;

@@ -80,6 +80,10 @@ Picture loadPicture(const std::string& path, std::optional<PictureSize> rawSize 
 // As loadPicture, but 8-bit BGR; a PNG or JPEG may have odd sides here.
 cv::Mat loadBgr(const std::string& path, std::optional<PictureSize> rawSize = std::nullopt);
 
+// Throw what writing a picture, or 8-bit BGR, to `path` would throw as far as that can be known before the work.
+void requirePictureOutput(const std::string& path);
+void requireBgrOutput(const std::string& path);
+
 // Writes one picture, or several of equal size as one Y4M or raw file. HostError: kExitUsage for an unknown extension,
 // kExitUnwritable.
 void savePicture(const std::string& path, const Picture& picture);

@@ -1,13 +1,11 @@
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <opencv2/imgcodecs.hpp>
+#include <string_view>
 
 #include "host/exit_codes.h"
+#include "host/output_file.h"
 #include "host/picture.h"
 
 namespace eishost {
@@ -24,72 +22,67 @@ std::string extensionOf(const std::string& path) {
     return extension;
 }
 
-void writeBytes(std::ostream& out, const std::vector<std::uint8_t>& bytes) {
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
-
-void writeY4m(std::ostream& out, std::span<const Picture> pictures) {
-    const Picture& first = pictures.front();
-    out << "YUV4MPEG2 W" << first.width << " H" << first.height
-        << " F30:1 Ip A1:1 C420jpeg XCOLORRANGE=" << (first.range == ColorRange::kFull ? "FULL" : "LIMITED") << '\n';
-    for (const Picture& picture : pictures) {
-        out << "FRAME\n";
-        for (const auto& plane : picture.planes) writeBytes(out, plane);
-    }
-}
-
 bool isImage(const std::string& extension) {
     return extension == ".png" || extension == ".jpg" || extension == ".jpeg";
 }
 
-// Opens `path`, lets `write` fill it and makes sure that everything arrived.
-template <typename Write>
-void writeFile(const std::string& path, Write write) {
-    std::ofstream file;
-    if (path != "-") {
-        file.open(path, std::ios::binary);
-        if (!file) throw HostError(kExitUnwritable, path + ": cannot be opened: " + std::strerror(errno));
-    }
-    std::ostream& out = path == "-" ? std::cout : file;
-    write(out);
-    if (!out.flush()) throw HostError(kExitUnwritable, path + ": write error");
+std::string_view bytesOf(const std::vector<std::uint8_t>& bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+void writePlanes(OutputFile& file, std::string_view head, const Picture& picture) {
+    const std::string_view pieces[] = {head, bytesOf(picture.planes[0]), bytesOf(picture.planes[1]),
+                                       bytesOf(picture.planes[2])};
+    file.writeWhole(pieces);
+}
+
+std::string y4mHeader(const Picture& picture) {
+    return "YUV4MPEG2 W" + std::to_string(picture.width) + " H" + std::to_string(picture.height) +
+           " F30:1 Ip A1:1 C420jpeg XCOLORRANGE=" + (picture.range == ColorRange::kFull ? "FULL" : "LIMITED") + '\n';
 }
 
 }  // namespace
+
+void requirePictureOutput(const std::string& path) {
+    const std::string extension = extensionOf(path);
+    if (!isImage(extension) && extension != ".yuv" && extension != ".i420" && extension != ".y4m")
+        throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg, .jpeg, .y4m, .yuv or .i420");
+    requireWritable(path);
+}
+
+void requireBgrOutput(const std::string& path) {
+    if (!isImage(extensionOf(path))) throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg or .jpeg");
+    requireWritable(path);
+}
 
 void savePicture(const std::string& path, const Picture& picture) {
     savePictures(path, std::span(&picture, 1));
 }
 
 void savePictures(const std::string& path, std::span<const Picture> pictures) {
+    requirePictureOutput(path);
     const std::string extension = extensionOf(path);
     if (isImage(extension)) {
         if (pictures.size() != 1)
             throw HostError(kExitUsage, path + ": several pictures need a .y4m, .yuv or .i420 file");
         saveBgr(path, bgrFromPicture(pictures.front()));
-    } else if (extension == ".yuv" || extension == ".i420") {
-        writeFile(path, [&](std::ostream& out) {
-            for (const Picture& picture : pictures)
-                for (const auto& plane : picture.planes) writeBytes(out, plane);
-        });
-    } else if (extension == ".y4m") {
-        writeFile(path, [&](std::ostream& out) { writeY4m(out, pictures); });
-    } else {
-        throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg, .jpeg, .y4m, .yuv or .i420");
+        return;
     }
+    OutputFile file(path);
+    if (extension == ".y4m") file.write(y4mHeader(pictures.front()));
+    for (const Picture& picture : pictures) writePlanes(file, extension == ".y4m" ? "FRAME\n" : "", picture);
+    file.commit();
 }
 
 void saveBgr(const std::string& path, const cv::Mat& bgr) {
+    requireBgrOutput(path);
     const std::string extension = extensionOf(path);
-    if (!isImage(extension)) throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg or .jpeg");
     // Burst frames are many and large: PNG's fastest level costs a tenth more space and a fraction of the time.
     const std::vector<int> options = extension == ".png" ? std::vector<int>{cv::IMWRITE_PNG_COMPRESSION, 1}
                                                          : std::vector<int>{cv::IMWRITE_JPEG_QUALITY, kJpegQuality};
-    writeFile(path, [&](std::ostream& out) {
-        std::vector<std::uint8_t> bytes;
-        if (!cv::imencode(extension, bgr, bytes, options)) throw HostError(kExitInternal, path + ": encoder failed");
-        writeBytes(out, bytes);
-    });
+    std::vector<std::uint8_t> bytes;
+    if (!cv::imencode(extension, bgr, bytes, options)) throw HostError(kExitInternal, path + ": encoder failed");
+    saveFile(path, bytesOf(bytes));
 }
 
 }  // namespace eishost

@@ -74,6 +74,8 @@ void printReport(std::FILE* to, const FrameReport& report) {
 }
 
 void runRegister(const RegisterArguments& arguments) {
+    if (!arguments.aligned.empty()) requirePictureOutput(arguments.aligned);
+    if (!arguments.overlay.empty()) requireBgrOutput(arguments.overlay);
     std::optional<PictureSize> rawSize;
     if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
     FrameSource source(rawSize);

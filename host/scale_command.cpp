@@ -47,6 +47,7 @@ void runScale(const ScaleArguments& arguments) {
     if (((size.width | size.height) & 1) != 0) {
         throw HostError(kExitUsage, "--size '" + arguments.size + "': both sides must be even");
     }
+    requirePictureOutput(arguments.output);
     const Picture limits(size.width, size.height);  // refuses what no picture can have before any input is read
     std::optional<PictureSize> rawSize;
     if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);

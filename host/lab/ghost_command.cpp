@@ -156,6 +156,8 @@ void printJson(const GhostArguments& arguments, const GhostSettings& settings, c
 }
 
 void runGhost(const GhostArguments& arguments) {
+    if (!arguments.out.empty()) eishost::requireBgrOutput(arguments.out);
+    if (!arguments.overlay.empty()) eishost::requireBgrOutput(arguments.overlay);
     const GhostSettings settings =
         ghostSettings(arguments.tuning.empty() ? eishost::shippedTuningFile() : arguments.tuning, arguments.isoRow,
                       arguments.motion, arguments.words);

@@ -118,6 +118,7 @@ void setUp(const GpuArguments& arguments) {
 }
 
 void runGpu(const GpuArguments& arguments) {
+    eishost::requirePictureOutput(arguments.out);
     const Picture frame = eishost::loadPicture(arguments.frame);
     const Picture reference = eishost::loadPicture(arguments.reference);
     const Picture mask = eishost::loadPicture(arguments.mask);
