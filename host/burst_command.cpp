@@ -10,6 +10,7 @@
 #include "host/exit_codes.h"
 #include "host/output_file.h"
 #include "host/overlay.h"
+#include "host/raw_options.h"
 #include "host/truth_scores.h"
 #include "host/tuning_record.h"
 
@@ -20,7 +21,7 @@ namespace {
 struct BurstArguments {
     std::vector<std::string> inputs;
     std::string folder;
-    std::string rawSize;
+    RawOptions raw;
     bool denoise = false;
     int isoRow = 5;
     std::string tuning;
@@ -44,7 +45,7 @@ class BurstReader {
         for (; file_ < paths_.size(); ++file_, reader_.reset()) {
             const std::string& path = paths_[file_];
             if (!reader_) {
-                reader_ = std::make_unique<PictureReader>(path, source_.rawSize());
+                reader_ = std::make_unique<PictureReader>(path, source_.raw());
                 index_ = 0;
             }
             if (std::optional<Picture> picture = reader_->next()) {
@@ -104,13 +105,11 @@ void saveFrame(FrameReport& report, const PreparedFrame& reference, const std::o
 }
 
 void runBurst(const BurstArguments& arguments) {
-    std::optional<PictureSize> rawSize;
-    if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
     RegistrationOptions options;
     if (arguments.trace) options.trace = &std::cerr;
     if (arguments.log) options.log = &std::cerr;
 
-    FrameSource source(rawSize);
+    FrameSource source(arguments.raw);
     BurstReader reader(arguments.inputs, source);
     std::optional<NamedPicture> first = reader.next();
     if (!first) throw HostError(kExitUnreadable, arguments.inputs.front() + ": holds no picture");
@@ -162,12 +161,12 @@ void addBurstCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("burst", "Aligns the frames of a burst with the first one");
     command
         ->add_option("INPUTS", arguments->inputs,
-                     "Reference, then frames of the same size: PNG, JPEG, Y4M, raw I420 with --raw-size.\n"
+                     "Reference, then frames of the same size: PNG, JPEG, Y4M, raw with --raw-size.\n"
                      "A Y4M or raw file may hold several")
         ->required();
     command->add_option("--out", arguments->folder, "Folder for aligned_NN.png, overlay_NN.png and result.json")
         ->required();
-    command->add_option("--raw-size", arguments->rawSize, "Inputs are raw I420 of this size, WxH");
+    addRawOptions(*command, arguments->raw);
     CLI::Option* denoise = command->add_flag("--denoise", arguments->denoise,
                                              "Then denoise each frame, to denoised_NN.png, 00 the reference");
     command->add_option("--iso-row", arguments->isoRow, "Row of the tuning file to denoise with, 1 to 8")

@@ -10,6 +10,7 @@
 #include "host/denoise_call.h"
 #include "host/exit_codes.h"
 #include "host/metrics.h"
+#include "host/raw_options.h"
 #include "host/tuning_record.h"
 
 namespace eishost {
@@ -26,7 +27,7 @@ struct DenoiseArguments {
     std::string mask;
     std::string beforeAfter;
     std::string truth;
-    std::string rawSize;
+    RawOptions raw;
     bool json = false;
     bool trace = false;
     bool log = false;
@@ -110,13 +111,11 @@ void runDenoise(const DenoiseArguments& arguments) {
     if (!arguments.beforeAfter.empty()) requireBgrOutput(arguments.beforeAfter);
     const DenoiseOptions options = completeOptions(arguments);
     const DenoiseSettings settings = completeSettings(arguments, options);
-    std::optional<PictureSize> rawSize;
-    if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
     std::optional<Picture> truth;
-    if (!arguments.truth.empty()) truth = loadPicture(arguments.truth, rawSize);
+    if (!arguments.truth.empty()) truth = loadPicture(arguments.truth, arguments.raw);
 
     std::vector<Picture> denoised;
-    PictureReader reader(arguments.input, rawSize);
+    PictureReader reader(arguments.input, arguments.raw);
     while (const std::optional<Picture> picture = reader.next()) {
         DenoiseOutcome outcome = denoisePicture(*picture, settings, options);
         std::optional<Gain> gain;
@@ -127,7 +126,7 @@ void runDenoise(const DenoiseArguments& arguments) {
         report(arguments, settings, options, outcome, gain);
         denoised.push_back(std::move(outcome.picture));
     }
-    savePictures(arguments.output, denoised);
+    savePictures(arguments.output, denoised, arguments.raw);
 }
 
 std::string keyList() {
@@ -146,9 +145,10 @@ std::string keyList() {
 void addDenoiseCommand(CLI::App& app) {
     auto arguments = std::make_shared<DenoiseArguments>();
     CLI::App* command = app.add_subcommand("denoise", "Denoises a picture's luma and chroma, or chroma alone");
-    command->add_option("IN", arguments->input, "Picture: PNG, JPEG, Y4M, raw I420 with --raw-size, - for a pipe")
+    command->add_option("IN", arguments->input, "Picture: PNG, JPEG, Y4M, raw with --raw-size, - for a pipe")
         ->required();
-    command->add_option("OUT", arguments->output, "Result: .png, .jpg, .y4m, .yuv; - for Y4M to a pipe")->required();
+    command->add_option("OUT", arguments->output, "Result: .png, .jpg, .y4m, .yuv, .nv12, .nv21; - for Y4M to a pipe")
+        ->required();
     command->add_option("KEY=VALUE", arguments->assignments,
                         "Settings, over those of the row or, without --iso-row, over ones that do nothing to luma");
     command->add_option("--iso-row", arguments->isoRow, "Settings from this row of the tuning file, 1 to 8")
@@ -162,7 +162,7 @@ void addDenoiseCommand(CLI::App& app) {
     command->add_option("--before-after", arguments->beforeAfter,
                         "A sheet (.png) of crops at true size: input, output and difference");
     command->add_option("--truth", arguments->truth, "Clean picture of the same size: print PSNR and SSIM");
-    command->add_option("--raw-size", arguments->rawSize, "The input is raw I420 of this size, WxH");
+    addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--json", arguments->json, "Print a line of JSON for each picture");
     command->add_flag("--trace", arguments->trace, "Print each address conversion, sync and flush to stderr");
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");

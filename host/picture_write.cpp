@@ -5,14 +5,41 @@
 #include <string_view>
 
 #include "host/exit_codes.h"
+#include "host/messages.h"
 #include "host/output_file.h"
 #include "host/picture.h"
+#include "host/picture_names.h"
+#include "host/raw_picture.h"
+#include "host/video/y4m_stream.h"
 
 namespace eishost {
 
 namespace {
 
 constexpr int kJpegQuality = 95;
+
+std::string_view bytesOf(const std::vector<std::uint8_t>& bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::vector<std::uint8_t> encode(const std::string& path, const cv::Mat& bgr) {
+    const std::string extension = extensionOf(path);
+    // Burst frames are many and large: PNG's fastest level costs a tenth more space and a fraction of the time.
+    const std::vector<int> options = extension == ".png" ? std::vector<int>{cv::IMWRITE_PNG_COMPRESSION, 1}
+                                                         : std::vector<int>{cv::IMWRITE_JPEG_QUALITY, kJpegQuality};
+    std::vector<std::uint8_t> bytes;
+    if (!cv::imencode(extension, bgr, bytes, options)) throw HostError(kExitInternal, path + ": encoder failed");
+    return bytes;
+}
+
+RawFormat rawFormatToWrite(const std::string& path, const RawOptions& raw) {
+    if (const std::optional<RawFormat> named = rawFormatOf(path)) return *named;
+    if (raw.format && *raw.format != RawFormat::kP010) return *raw.format;
+    note(path + ": written as I420; .nv12 and .nv21 are other formats");
+    return RawFormat::kI420;
+}
+
+}  // namespace
 
 std::string extensionOf(const std::string& path) {
     if (path == "-") return ".y4m";
@@ -22,67 +49,104 @@ std::string extensionOf(const std::string& path) {
     return extension;
 }
 
-bool isImage(const std::string& extension) {
+bool isImageName(const std::string& extension) {
     return extension == ".png" || extension == ".jpg" || extension == ".jpeg";
 }
 
-std::string_view bytesOf(const std::vector<std::uint8_t>& bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-void writePlanes(OutputFile& file, std::string_view head, const Picture& picture) {
-    const std::string_view pieces[] = {head, bytesOf(picture.planes[0]), bytesOf(picture.planes[1]),
-                                       bytesOf(picture.planes[2])};
-    file.writeWhole(pieces);
-}
-
-std::string y4mHeader(const Picture& picture) {
-    return "YUV4MPEG2 W" + std::to_string(picture.width) + " H" + std::to_string(picture.height) +
-           " F30:1 Ip A1:1 C420jpeg XCOLORRANGE=" + (picture.range == ColorRange::kFull ? "FULL" : "LIMITED") + '\n';
-}
-
-}  // namespace
-
 void requirePictureOutput(const std::string& path) {
     const std::string extension = extensionOf(path);
-    if (!isImage(extension) && extension != ".yuv" && extension != ".i420" && extension != ".y4m")
-        throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg, .jpeg, .y4m, .yuv or .i420");
+    const std::optional<RawFormat> named = rawFormatOf(path);
+    if (named == RawFormat::kP010) throw HostError(kExitUsage, path + ": P010 can be read, not written");
+    if (!named && !isImageName(extension) && extension != ".yuv" && extension != ".y4m")
+        throw HostError(kExitUsage,
+                        path + ": unknown extension, use .png, .jpg, .jpeg, .y4m, .yuv, .i420, .nv12 or .nv21");
     requireWritable(path);
 }
 
 void requireBgrOutput(const std::string& path) {
-    if (!isImage(extensionOf(path))) throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg or .jpeg");
+    if (!isImageName(extensionOf(path)))
+        throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg or .jpeg");
     requireWritable(path);
 }
 
-void savePicture(const std::string& path, const Picture& picture) {
-    savePictures(path, std::span(&picture, 1));
+// One of the three kinds of file.
+class PictureSink {
+  public:
+    PictureSink(const std::string& path, const RawOptions& raw, const ClipFormat* clip)
+        : path_(path), stride_(raw.outputStride), file_(path) {
+        if (extensionOf(path) == ".y4m") {
+            clip_ = true;
+            if (clip != nullptr) writer_.emplace(file_, *clip);
+        } else if (!isImageName(extensionOf(path))) {
+            raw_ = rawFormatToWrite(path, raw);
+        }
+    }
+
+    void write(const Picture& picture, std::string_view pictureFields) {
+        if (clip_) {
+            if (!writer_) writer_.emplace(file_, defaultClipFormat(picture.range));
+            writer_->write(picture, pictureFields);
+        } else if (raw_) {
+            const std::vector<std::uint8_t> bytes =
+                rawBytes(rawLayout(path_, *raw_, {picture.width, picture.height}, stride_), picture);
+            const std::string_view pieces[] = {bytesOf(bytes)};
+            file_.writeWhole(pieces);
+        } else {
+            if (count_ > 0)
+                throw HostError(kExitUsage, path_ + ": several pictures need a .y4m, .yuv, .i420, .nv12 or .nv21");
+            file_.write(bytesOf(encode(path_, bgrFromPicture(picture))));
+        }
+        ++count_;
+    }
+
+    void finish() { file_.commit(); }
+
+    std::size_t countOfUse() const { return clip_ || raw_ ? count_ : 0; }
+
+  private:
+    std::string path_;
+    std::optional<int> stride_;
+    OutputFile file_;
+    bool clip_ = false;
+    std::optional<Y4mWriter> writer_;
+    std::optional<RawFormat> raw_;
+    std::size_t count_ = 0;
+};
+
+PictureWriter::PictureWriter(const std::string& path, const RawOptions& raw, const ClipFormat* clip) {
+    requirePictureOutput(path);
+    sink_ = std::make_unique<PictureSink>(path, raw, clip);
 }
 
-void savePictures(const std::string& path, std::span<const Picture> pictures) {
-    requirePictureOutput(path);
-    const std::string extension = extensionOf(path);
-    if (isImage(extension)) {
-        if (pictures.size() != 1)
-            throw HostError(kExitUsage, path + ": several pictures need a .y4m, .yuv or .i420 file");
-        saveBgr(path, bgrFromPicture(pictures.front()));
-        return;
-    }
-    OutputFile file(path);
-    if (extension == ".y4m") file.write(y4mHeader(pictures.front()));
-    for (const Picture& picture : pictures) writePlanes(file, extension == ".y4m" ? "FRAME\n" : "", picture);
-    file.commit();
+PictureWriter::~PictureWriter() = default;
+
+void PictureWriter::write(const Picture& picture, std::string_view pictureFields) {
+    sink_->write(picture, pictureFields);
+}
+
+void PictureWriter::finish() {
+    sink_->finish();
+}
+
+std::size_t PictureWriter::finishEarly() {
+    const std::size_t count = sink_->countOfUse();
+    if (count > 0) sink_->finish();
+    return count;
+}
+
+void savePicture(const std::string& path, const Picture& picture, const RawOptions& raw) {
+    savePictures(path, std::span(&picture, 1), raw);
+}
+
+void savePictures(const std::string& path, std::span<const Picture> pictures, const RawOptions& raw) {
+    PictureWriter writer(path, raw);
+    for (const Picture& picture : pictures) writer.write(picture);
+    writer.finish();
 }
 
 void saveBgr(const std::string& path, const cv::Mat& bgr) {
     requireBgrOutput(path);
-    const std::string extension = extensionOf(path);
-    // Burst frames are many and large: PNG's fastest level costs a tenth more space and a fraction of the time.
-    const std::vector<int> options = extension == ".png" ? std::vector<int>{cv::IMWRITE_PNG_COMPRESSION, 1}
-                                                         : std::vector<int>{cv::IMWRITE_JPEG_QUALITY, kJpegQuality};
-    std::vector<std::uint8_t> bytes;
-    if (!cv::imencode(extension, bgr, bytes, options)) throw HostError(kExitInternal, path + ": encoder failed");
-    saveFile(path, bytesOf(bytes));
+    saveFile(path, bytesOf(encode(path, bgr)));
 }
 
 }  // namespace eishost

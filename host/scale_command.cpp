@@ -6,6 +6,7 @@
 
 #include "host/commands.h"
 #include "host/exit_codes.h"
+#include "host/raw_options.h"
 #include "host/scale_call.h"
 
 namespace eishost {
@@ -17,7 +18,7 @@ struct ScaleArguments {
     std::string output;
     std::string size;
     std::string crop;
-    std::string rawSize;
+    RawOptions raw;
     bool trace = false;
     bool log = false;
 };
@@ -49,12 +50,10 @@ void runScale(const ScaleArguments& arguments) {
     }
     requirePictureOutput(arguments.output);
     const Picture limits(size.width, size.height);  // refuses what no picture can have before any input is read
-    std::optional<PictureSize> rawSize;
-    if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
 
     std::vector<Picture> scaled;
     double milliseconds = 0;
-    PictureReader reader(arguments.input, rawSize);
+    PictureReader reader(arguments.input, arguments.raw);
     Area crop;
     while (const std::optional<Picture> picture = reader.next()) {
         crop = parseCrop(arguments.crop, *picture);
@@ -63,7 +62,7 @@ void runScale(const ScaleArguments& arguments) {
         milliseconds += outcome.milliseconds;
         scaled.push_back(std::move(outcome.picture));
     }
-    savePictures(arguments.output, scaled);
+    savePictures(arguments.output, scaled, arguments.raw);
     // Standard output may be the picture.
     std::fprintf(arguments.output == "-" ? stderr : stdout,
                  "%dx%d+%d+%d -> %dx%d, %zu picture%s, %.1f ms in the library\n", crop.width, crop.height, crop.x,
@@ -75,12 +74,13 @@ void runScale(const ScaleArguments& arguments) {
 void addScaleCommand(CLI::App& app) {
     auto arguments = std::make_shared<ScaleArguments>();
     CLI::App* command = app.add_subcommand("scale", "Crops and scales a picture with Scale_Bilinear_AcoreAPI");
-    command->add_option("IN", arguments->input, "Picture: PNG, JPEG, Y4M, raw I420 with --raw-size, - for a pipe")
+    command->add_option("IN", arguments->input, "Picture: PNG, JPEG, Y4M, raw with --raw-size, - for a pipe")
         ->required();
-    command->add_option("OUT", arguments->output, "Result: .png, .jpg, .y4m, .yuv; - for Y4M to a pipe")->required();
+    command->add_option("OUT", arguments->output, "Result: .png, .jpg, .y4m, .yuv, .nv12, .nv21; - for Y4M to a pipe")
+        ->required();
     command->add_option("--size", arguments->size, "Size of the result in luma pixels, WxH, both even")->required();
     command->add_option("--crop", arguments->crop, "Part of the picture to scale, x,y,w,h in luma pixels, all even");
-    command->add_option("--raw-size", arguments->rawSize, "The input is raw I420 of this size, WxH");
+    addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");
     command->footer(

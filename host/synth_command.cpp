@@ -9,6 +9,7 @@
 #include "host/commands.h"
 #include "host/exit_codes.h"
 #include "host/picture.h"
+#include "host/raw_options.h"
 #include "host/synth.h"
 
 namespace eishost {
@@ -17,7 +18,7 @@ namespace {
 
 struct SynthArguments {
     std::string photo;
-    std::string rawSize;
+    RawOptions raw;
     std::string folder;
     std::string noise = "none";
     std::string shift = "40";
@@ -81,9 +82,7 @@ nlohmann::json optionsJson(const SynthArguments& arguments, const SynthOptions& 
 
 void runSynth(const SynthArguments& arguments) {
     const SynthOptions options = completeOptions(arguments);
-    const std::optional<PictureSize> rawSize =
-        arguments.rawSize.empty() ? std::nullopt : std::optional(parseSize(arguments.rawSize));
-    const BurstSynthesiser burst(loadBgr(arguments.photo, rawSize), options);
+    const BurstSynthesiser burst(loadBgr(arguments.photo, arguments.raw), options);
 
     const std::filesystem::path folder(arguments.folder);
     std::error_code error;
@@ -124,7 +123,8 @@ void addSynthCommand(CLI::App& app) {
     CLI::App* const command = app.add_subcommand("synth", "Makes a burst with ground truth from one photograph");
     const auto arguments = std::make_shared<SynthArguments>();
     SynthOptions& options = arguments->options;
-    command->add_option("photo", arguments->photo, "PNG, JPEG, Y4M or raw I420; - for standard input")->required();
+    command->add_option("photo", arguments->photo, "PNG, JPEG, Y4M, raw with --raw-size; - for standard input")
+        ->required();
     command->add_option("--out", arguments->folder, "folder for frame_NN.png, clean_NN.png and truth.json")->required();
     command->add_option("--frames", options.frames, "number of frames, the reference included")
         ->check(CLI::Range(1, 99))
@@ -152,7 +152,7 @@ void addSynthCommand(CLI::App& app) {
         ->check(CLI::Range(1, 127))
         ->needs(mover);
     command->add_option("--size", arguments->size, "WxH of the frames; the photograph is made smaller to fit");
-    command->add_option("--raw-size", arguments->rawSize, "WxH of the photograph if it is raw I420");
+    addRawOptions(*command, arguments->raw);
     command->add_option("--seed", options.seed, "of all that is random")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();

@@ -16,6 +16,7 @@
 #include "host/lab/ghost_settings.h"
 #include "host/lab/ghost_truth.h"
 #include "host/picture.h"
+#include "host/raw_options.h"
 #include "host/tuning_record.h"
 #include "libCore/core/source/neon/GhostDetection_Multithread.h"
 
@@ -33,7 +34,7 @@ struct GhostArguments {
     std::string tuning;
     int isoRow = 5;
     bool motion = false;
-    std::string rawSize;
+    eishost::RawOptions raw;
     std::string out;
     std::string overlay;
     bool json = false;
@@ -161,9 +162,7 @@ void runGhost(const GhostArguments& arguments) {
     const GhostSettings settings =
         ghostSettings(arguments.tuning.empty() ? eishost::shippedTuningFile() : arguments.tuning, arguments.isoRow,
                       arguments.motion, arguments.words);
-    std::optional<eishost::PictureSize> rawSize;
-    if (!arguments.rawSize.empty()) rawSize = eishost::parseSize(arguments.rawSize);
-    eishost::FrameSource source(rawSize);
+    eishost::FrameSource source(arguments.raw);
     const Picture reference = source.load(arguments.reference);
     const Picture frame = source.load(arguments.frame);
     for (const std::string& note : {source.note(), stripeNote(frame)}) {
@@ -195,7 +194,7 @@ void addGhostCommand(CLI::App& app) {
         ->check(CLI::Range(1, int{kTuningIsoLevels}))
         ->capture_default_str();
     ghost->add_flag("--m", arguments->motion, "Take the luma thresholds from the row's _M keys");
-    ghost->add_option("--raw-size", arguments->rawSize, "Inputs are raw I420 of this size, WxH");
+    addRawOptions(*ghost, arguments->raw);
     ghost->add_option("--out", arguments->out, "Write the mask: 0 as the reference, 255 a ghost");
     ghost->add_option("--overlay", arguments->overlay, "Write the frame with ghosts in orange");
     ghost->add_flag("--json", arguments->json, "Print one line of JSON");
