@@ -4,12 +4,14 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "host/before_after.h"
 #include "host/commands.h"
 #include "host/denoise_call.h"
 #include "host/exit_codes.h"
 #include "host/metrics.h"
+#include "host/picture_stream.h"
 #include "host/raw_options.h"
 #include "host/tuning_record.h"
 
@@ -114,19 +116,19 @@ void runDenoise(const DenoiseArguments& arguments) {
     std::optional<Picture> truth;
     if (!arguments.truth.empty()) truth = loadPicture(arguments.truth, arguments.raw);
 
-    std::vector<Picture> denoised;
     PictureReader reader(arguments.input, arguments.raw);
-    while (const std::optional<Picture> picture = reader.next()) {
-        DenoiseOutcome outcome = denoisePicture(*picture, settings, options);
+    PictureWriter writer(arguments.output, arguments.raw, reader.clipFormat());
+    bool first = true;
+    streamPictures(reader, writer, [&](const Picture& picture) {
+        DenoiseOutcome outcome = denoisePicture(picture, settings, options);
         std::optional<Gain> gain;
-        if (truth) gain = measure(*picture, outcome.picture, *truth, arguments.truth);
-        if (!arguments.beforeAfter.empty() && denoised.empty()) {
-            saveBgr(arguments.beforeAfter, beforeAfterSheet(*picture, outcome.picture));
+        if (truth) gain = measure(picture, outcome.picture, *truth, arguments.truth);
+        if (std::exchange(first, false) && !arguments.beforeAfter.empty()) {
+            saveBgr(arguments.beforeAfter, beforeAfterSheet(picture, outcome.picture));
         }
         report(arguments, settings, options, outcome, gain);
-        denoised.push_back(std::move(outcome.picture));
-    }
-    savePictures(arguments.output, denoised, arguments.raw);
+        return std::move(outcome.picture);
+    });
 }
 
 std::string keyList() {

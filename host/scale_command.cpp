@@ -2,12 +2,14 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <vector>
 
 #include "host/commands.h"
 #include "host/exit_codes.h"
+#include "host/messages.h"
+#include "host/picture_stream.h"
 #include "host/raw_options.h"
 #include "host/scale_call.h"
+#include "host/video/y4m_stream.h"
 
 namespace eishost {
 
@@ -48,25 +50,29 @@ void runScale(const ScaleArguments& arguments) {
     if (((size.width | size.height) & 1) != 0) {
         throw HostError(kExitUsage, "--size '" + arguments.size + "': both sides must be even");
     }
-    requirePictureOutput(arguments.output);
     const Picture limits(size.width, size.height);  // refuses what no picture can have before any input is read
 
-    std::vector<Picture> scaled;
-    double milliseconds = 0;
     PictureReader reader(arguments.input, arguments.raw);
+    PictureWriter writer(arguments.output, arguments.raw, reader.clipFormat());
+    std::size_t count = 0;
+    double milliseconds = 0;
     Area crop;
-    while (const std::optional<Picture> picture = reader.next()) {
-        crop = parseCrop(arguments.crop, *picture);
-        ScaleOutcome outcome = scalePicture(*picture, crop, size, arguments.trace ? &std::cerr : nullptr,
+    streamPictures(reader, writer, [&](const Picture& picture) {
+        crop = parseCrop(arguments.crop, picture);
+        const ClipFormat* const clip = reader.clipFormat();
+        if (count == 0 && clip != nullptr && clip->interlaced() && crop.height != size.height) {
+            note(arguments.input + ": is interlaced, and scaling its height mixes the rows of both fields");
+        }
+        ScaleOutcome outcome = scalePicture(picture, crop, size, arguments.trace ? &std::cerr : nullptr,
                                             arguments.log ? &std::cerr : nullptr);
         milliseconds += outcome.milliseconds;
-        scaled.push_back(std::move(outcome.picture));
-    }
-    savePictures(arguments.output, scaled, arguments.raw);
+        ++count;
+        return std::move(outcome.picture);
+    });
     // Standard output may be the picture.
     std::fprintf(arguments.output == "-" ? stderr : stdout,
                  "%dx%d+%d+%d -> %dx%d, %zu picture%s, %.1f ms in the library\n", crop.width, crop.height, crop.x,
-                 crop.y, size.width, size.height, scaled.size(), scaled.size() == 1 ? "" : "s", milliseconds);
+                 crop.y, size.width, size.height, count, count == 1 ? "" : "s", milliseconds);
 }
 
 }  // namespace
@@ -85,7 +91,8 @@ void addScaleCommand(CLI::App& app) {
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");
     command->footer(
         "Bilinear with 12-bit weights and without a filter in front: below half size it aliases.\n"
-        "A Y4M or raw file with several pictures is scaled picture by picture.\n\n"
+        "A Y4M or raw file with several pictures is scaled picture by picture. A Y4M keeps its frame rate, aspect,\n"
+        "interlacing and colour tags.\n\n"
         "  eis-host scale photo.jpg half.png --size 1632x1224\n"
         "  eis-host scale clip.y4m - --size 1280x720 --crop 320,180,1920,1080 | ffplay -");
     command->callback([arguments] { runScale(*arguments); });
