@@ -1,6 +1,5 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -8,7 +7,9 @@
 #include "host/commands.h"
 #include "host/exit_codes.h"
 #include "host/output_folder.h"
+#include "host/output_file.h"
 #include "host/overlay.h"
+#include "host/raw_options.h"
 #include "host/truth_scores.h"
 #include "host/tuning_record.h"
 
@@ -19,7 +20,7 @@ namespace {
 struct BurstArguments {
     std::vector<std::string> inputs;
     std::string folder;
-    std::string rawSize;
+    RawOptions raw;
     bool force = false;
     bool denoise = false;
     int isoRow = 5;
@@ -44,7 +45,7 @@ class BurstReader {
         for (; file_ < paths_.size(); ++file_, reader_.reset()) {
             const std::string& path = paths_[file_];
             if (!reader_) {
-                reader_ = std::make_unique<PictureReader>(path, source_.rawSize());
+                reader_ = std::make_unique<PictureReader>(path, source_.raw());
                 index_ = 0;
             }
             if (std::optional<Picture> picture = reader_->next()) {
@@ -65,10 +66,7 @@ class BurstReader {
 };
 
 void saveResult(const std::string& path, const nlohmann::json& result) {
-    std::ofstream file(path);
-    file << jsonText(result, 2) << '\n';
-    file.close();
-    if (!file) throw HostError(kExitUnwritable, path + ": cannot be written");
+    saveFile(path, jsonText(result, 2) + '\n');
 }
 
 std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const Picture* clean) {
@@ -96,8 +94,6 @@ void saveFrame(FrameReport& report, const PreparedFrame& reference, const std::o
 }
 
 void runBurst(const BurstArguments& arguments) {
-    std::optional<PictureSize> rawSize;
-    if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
     RegistrationOptions options;
     if (arguments.trace) options.trace = &std::cerr;
     if (arguments.log) options.log = &std::cerr;
@@ -106,7 +102,7 @@ void runBurst(const BurstArguments& arguments) {
                               arguments.inputs);
     BurstOutput output(arguments.json, arguments.inputs.size(), !arguments.trace && !arguments.log);
     output.at(0, arguments.inputs.front());
-    FrameSource source(rawSize);
+    FrameSource source(arguments.raw);
     BurstReader reader(arguments.inputs, source);
     std::optional<NamedPicture> first = reader.next();
     if (!first) throw HostError(kExitUnreadable, arguments.inputs.front() + ": holds no picture");
@@ -166,13 +162,13 @@ void addBurstCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("burst", "Aligns the frames of a burst with the first one");
     command
         ->add_option("INPUTS", arguments->inputs,
-                     "Reference, then frames of the same size: PNG, JPEG, Y4M, raw I420 with --raw-size.\n"
+                     "Reference, then frames of the same size: PNG, JPEG, Y4M, raw with --raw-size.\n"
                      "A Y4M or raw file may hold several")
         ->required();
     command->add_option("--out", arguments->folder, "Folder for aligned_NN.png, overlay_NN.png and result.json")
         ->required();
     command->add_flag("--force", arguments->force, "Remove what an earlier run left in the folder");
-    command->add_option("--raw-size", arguments->rawSize, "Inputs are raw I420 of this size, WxH");
+    addRawOptions(*command, arguments->raw);
     CLI::Option* denoise = command->add_flag("--denoise", arguments->denoise,
                                              "Then denoise each frame, to denoised_NN.png, 00 the reference");
     command->add_option("--iso-row", arguments->isoRow, "Row of the tuning file to denoise with, 1 to 8")

@@ -1,12 +1,10 @@
 #include "host/control_plot.h"
 
 #include <algorithm>
-#include <cstring>
-#include <fstream>
-#include <opencv2/imgcodecs.hpp>
 #include <string_view>
 
 #include "host/exit_codes.h"
+#include "host/picture.h"
 
 namespace eishost {
 
@@ -110,13 +108,14 @@ Chart controlChart(const std::vector<PlottedTables>& plotted) {
     return chart;
 }
 
-void saveChart(const std::string& path, const Chart& chart) {
+void requireChartOutput(const std::string& path) {
     if (!path.ends_with(".png")) throw HostError(kExitUsage, path + ": the plot is a .png");
-    std::vector<std::uint8_t> bytes;
-    cv::imencode(".png", drawChart(chart), bytes);
-    std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!file.flush()) throw HostError(kExitUnwritable, path + ": cannot be written: " + std::strerror(errno));
+    requireBgrOutput(path);
+}
+
+void saveChart(const std::string& path, const Chart& chart) {
+    requireChartOutput(path);
+    saveBgr(path, drawChart(chart));
 }
 
 }  // namespace eishost

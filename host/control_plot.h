@@ -19,6 +19,9 @@ struct PlottedTables {
 // One setting, or two of one kind: the second is dashed.
 Chart controlChart(const std::vector<PlottedTables>& plotted);
 
+// Throws what saveChart would throw as far as that can be known before the work.
+void requireChartOutput(const std::string& path);
+
 // Writes a PNG. HostError(kExitUsage) for another extension, HostError(kExitUnwritable) when it cannot be written.
 void saveChart(const std::string& path, const Chart& chart);
 

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "host/before_after.h"
 #include "host/commands.h"
@@ -11,6 +12,8 @@
 #include "host/exit_codes.h"
 #include "host/metrics.h"
 #include "host/progress.h"
+#include "host/picture_stream.h"
+#include "host/raw_options.h"
 #include "host/tuning_record.h"
 
 namespace eishost {
@@ -27,7 +30,7 @@ struct DenoiseArguments {
     std::string mask;
     std::string beforeAfter;
     std::string truth;
-    std::string rawSize;
+    RawOptions raw;
     bool json = false;
     bool trace = false;
     bool log = false;
@@ -107,31 +110,30 @@ void report(const DenoiseArguments& arguments, const DenoiseSettings& settings, 
 }
 
 void runDenoise(const DenoiseArguments& arguments) {
+    requirePictureOutput(arguments.output);
+    if (!arguments.beforeAfter.empty()) requireBgrOutput(arguments.beforeAfter);
     const DenoiseOptions options = completeOptions(arguments);
     const DenoiseSettings settings = completeSettings(arguments, options);
-    std::optional<PictureSize> rawSize;
-    if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
     std::optional<Picture> truth;
-    if (!arguments.truth.empty()) truth = loadPicture(arguments.truth, rawSize);
+    if (!arguments.truth.empty()) truth = loadPicture(arguments.truth, arguments.raw);
 
-    std::vector<Picture> denoised;
+    PictureReader reader(arguments.input, arguments.raw);
+    PictureWriter writer(arguments.output, arguments.raw, reader.clipFormat());
     Progress progress(0, !arguments.trace && !arguments.log);
     progress.at(0, "reading " + arguments.input + ", then denoising and writing");
-    PictureReader reader(arguments.input, rawSize);
-    while (const std::optional<Picture> picture = reader.next()) {
-        progress.at(denoised.size(), "denoising, then writing");
-        DenoiseOutcome outcome = denoisePicture(*picture, settings, options);
+    std::size_t count = 0;
+    streamPictures(reader, writer, [&](const Picture& picture) {
+        progress.at(count, "denoising and writing");
+        DenoiseOutcome outcome = denoisePicture(picture, settings, options);
         std::optional<Gain> gain;
-        if (truth) gain = measure(*picture, outcome.picture, *truth, arguments.truth);
-        if (!arguments.beforeAfter.empty() && denoised.empty()) {
-            saveBgr(arguments.beforeAfter, beforeAfterSheet(*picture, outcome.picture));
+        if (truth) gain = measure(picture, outcome.picture, *truth, arguments.truth);
+        if (count++ == 0 && !arguments.beforeAfter.empty()) {
+            saveBgr(arguments.beforeAfter, beforeAfterSheet(picture, outcome.picture));
         }
         progress.hide();
         report(arguments, settings, options, outcome, gain);
-        denoised.push_back(std::move(outcome.picture));
-    }
-    progress.at(denoised.size(), "writing " + arguments.output);
-    savePictures(arguments.output, denoised);
+        return std::move(outcome.picture);
+    });
 }
 
 std::string keyList() {
@@ -150,9 +152,10 @@ std::string keyList() {
 void addDenoiseCommand(CLI::App& app) {
     auto arguments = std::make_shared<DenoiseArguments>();
     CLI::App* command = app.add_subcommand("denoise", "Denoises a picture's luma and chroma, or chroma alone");
-    command->add_option("IN", arguments->input, "Picture: PNG, JPEG, Y4M, raw I420 with --raw-size, - for a pipe")
+    command->add_option("IN", arguments->input, "Picture: PNG, JPEG, Y4M, raw with --raw-size, - for a pipe")
         ->required();
-    command->add_option("OUT", arguments->output, "Result: .png, .jpg, .y4m, .yuv; - for Y4M to a pipe")->required();
+    command->add_option("OUT", arguments->output, "Result: .png, .jpg, .y4m, .yuv, .nv12, .nv21; - for Y4M to a pipe")
+        ->required();
     command->add_option("KEY=VALUE", arguments->assignments,
                         "Settings, over those of the row or, without --iso-row, over ones that do nothing to luma");
     command->add_option("--iso-row", arguments->isoRow, "Settings from this row of the tuning file, 1 to 8")
@@ -166,7 +169,7 @@ void addDenoiseCommand(CLI::App& app) {
     command->add_option("--before-after", arguments->beforeAfter,
                         "A sheet (.png) of crops at true size: input, output and difference");
     command->add_option("--truth", arguments->truth, "Clean picture of the same size: print PSNR and SSIM");
-    command->add_option("--raw-size", arguments->rawSize, "The input is raw I420 of this size, WxH");
+    addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--json", arguments->json, "Print a line of JSON for each picture");
     command->add_flag("--trace", arguments->trace, "Print each address conversion, sync and flush to stderr");
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");

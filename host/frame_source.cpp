@@ -13,7 +13,7 @@ std::string text(const PictureSize& size) {
 }  // namespace
 
 Picture FrameSource::load(const std::string& path) {
-    return fit(loadPicture(path, rawSize_), path);
+    return fit(loadPicture(path, raw_), path);
 }
 
 Picture FrameSource::fit(Picture picture, const std::string& name) {

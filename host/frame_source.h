@@ -12,20 +12,20 @@ namespace eishost {
 // leave the rows beyond it unwritten.
 class FrameSource {
   public:
-    explicit FrameSource(std::optional<PictureSize> rawSize) : rawSize_(rawSize) {}
+    explicit FrameSource(const RawOptions& raw) : raw_(raw) {}
 
     // The picture of a file that holds exactly one. HostError as loadPicture, and kExitUnsuitable for another size than
     // before or a height under 8.
     Picture load(const std::string& path);
     Picture fit(Picture picture, const std::string& name);
 
-    const std::optional<PictureSize>& rawSize() const { return rawSize_; }
+    const RawOptions& raw() const { return raw_; }
     int cutRows() const { return cutRows_; }
     // "" or one line about the rows that were cut.
     std::string note() const;
 
   private:
-    std::optional<PictureSize> rawSize_;
+    RawOptions raw_;
     std::optional<PictureSize> size_;  // of the first picture, uncut
     int cutRows_ = 0;
 };

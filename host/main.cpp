@@ -5,6 +5,7 @@
 
 #include "host/commands.h"
 #include "host/exit_codes.h"
+#include "host/standard_streams.h"
 
 namespace {
 
@@ -36,8 +37,11 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    eishost::holdStandardStreams();
     try {
-        return run(argc, argv);
+        const int code = run(argc, argv);
+        eishost::finishStandardOutput();
+        return code;
     } catch (const eishost::HostError& error) {
         std::cerr << "eis-host: " << error.what() << '\n';
         return error.code;

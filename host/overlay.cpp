@@ -4,12 +4,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <unordered_set>
 #include <vector>
 
-#include "host/exit_codes.h"
+#include "host/picture.h"
 
 namespace eishost {
 
@@ -171,17 +170,7 @@ cv::Mat drawOverlay(const FrameReport& report, const std::string& referenceName)
 }
 
 void saveOverlay(const std::string& path, const FrameReport& report, const std::string& referenceName) {
-    if (!cv::haveImageWriter(path) ||
-        (!path.ends_with(".png") && !path.ends_with(".jpg") && !path.ends_with(".jpeg"))) {
-        throw HostError(kExitUsage, path + ": an overlay is a .png, .jpg or .jpeg");
-    }
-    bool written = false;
-    try {
-        written = cv::imwrite(path, drawOverlay(report, referenceName));
-    } catch (const cv::Exception&) {
-        written = false;
-    }
-    if (!written) throw HostError(kExitUnwritable, path + ": cannot be written");
+    saveBgr(path, drawOverlay(report, referenceName));
 }
 
 }  // namespace eishost

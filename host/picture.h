@@ -4,10 +4,11 @@
 // between the four luma samples, as in JPEG, unless a Y4M says that its range is limited; the range matters only where
 // a picture is turned into RGB or back, samples are never changed for it.
 //
-// Formats: PNG and JPEG (through RGB, so chroma is not kept exactly), Y4M in 4:2:0 with 8 bits, and raw I420. Input is
-// told by its first bytes, and taken as raw only if a size is given; output is told by the file's extension (.png,
-// .jpg, .jpeg, .y4m, .yuv, .i420). "-" is standard input, or standard output as Y4M. Odd sides are refused: a cut
-// would shift what the user compares with.
+// Formats: PNG and JPEG (through RGB, so chroma is not kept exactly), Y4M in 4:2:0 with 8 bits, and raw I420, NV12 and
+// NV21; P010 is read alone. Input is told by its first bytes; raw pictures need a size, and a format where the file's
+// extension names none. Output is told by the extension (.png, .jpg, .jpeg, .y4m, .i420, .nv12, .nv21, .yuv). "-" is
+// standard input, or standard output as Y4M. Odd sides of Y4M and raw pictures lose their last column or row, and a
+// note tells so; those of PNG and JPEG are refused.
 #pragma once
 
 #include <cstddef>
@@ -17,6 +18,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace eishost {
@@ -44,6 +46,19 @@ struct PictureSize {
     int height;
 };
 
+enum class RawFormat { kI420, kNv12, kNv21, kP010 };
+
+// What the user tells of raw pictures, which have no header.
+struct RawOptions {
+    RawOptions() = default;
+    explicit(false) RawOptions(PictureSize pictureSize) : size(pictureSize) {}
+
+    std::optional<PictureSize> size;  // of the input
+    std::optional<RawFormat> format;  // of the input and of a .yuv; a file's extension comes first if it names one
+    std::optional<int> stride;        // bytes from row to row of luma in the input
+    std::optional<int> outputStride;
+};
+
 constexpr int kMaxPictureSide = 32768;
 constexpr std::size_t kMaxPicturePixels = std::size_t{1} << 28;
 
@@ -55,35 +70,65 @@ Picture pictureFromBgr(const cv::Mat& bgr);
 cv::Mat bgrFromPicture(const Picture& picture);
 
 class PictureSource;
+struct ClipFormat;
 
 // Reads the pictures of one file or pipe in order: a PNG or JPEG has one, a Y4M or raw file any number. All throw
-// HostError: kExitUnreadable for what cannot be read, kExitUnsuitable for odd or oversized pictures. A raw file must be
-// a whole number of pictures of `rawSize`.
+// HostError: kExitUnreadable for what cannot be read, kExitUnsuitable for odd or oversized pictures, kExitUsage for a
+// raw format that is not told. A raw file must be a whole number of pictures.
 class PictureReader {
   public:
-    explicit PictureReader(const std::string& path, std::optional<PictureSize> rawSize = std::nullopt);
+    explicit PictureReader(const std::string& path, const RawOptions& raw = {});
     ~PictureReader();
 
     // The next picture, or nothing at the end.
     std::optional<Picture> next();
+
+    // What a Y4M says of itself, and of the picture that was read last; null and empty for other files.
+    const ClipFormat* clipFormat() const;
+    std::string_view pictureFields() const;
 
   private:
     std::unique_ptr<PictureSource> source_;
 };
 
 // All pictures of a file, at least one.
-std::vector<Picture> loadPictures(const std::string& path, std::optional<PictureSize> rawSize = std::nullopt);
+std::vector<Picture> loadPictures(const std::string& path, const RawOptions& raw = {});
 
 // The picture of a file that must hold exactly one.
-Picture loadPicture(const std::string& path, std::optional<PictureSize> rawSize = std::nullopt);
+Picture loadPicture(const std::string& path, const RawOptions& raw = {});
 
 // As loadPicture, but 8-bit BGR; a PNG or JPEG may have odd sides here.
-cv::Mat loadBgr(const std::string& path, std::optional<PictureSize> rawSize = std::nullopt);
+cv::Mat loadBgr(const std::string& path, const RawOptions& raw = {});
 
-// Writes one picture, or several of equal size as one Y4M or raw file. HostError: kExitUsage for an unknown extension,
-// kExitUnwritable.
-void savePicture(const std::string& path, const Picture& picture);
-void savePictures(const std::string& path, std::span<const Picture> pictures);
+// Throw what writing a picture, or 8-bit BGR, to `path` would throw as far as that can be known before the work.
+void requirePictureOutput(const std::string& path);
+void requireBgrOutput(const std::string& path);
+
+class PictureSink;
+
+// Writes one picture, or several of equal size as one Y4M or raw file, each as it comes. HostError: kExitUsage for an
+// unknown extension, for a second picture in a PNG or JPEG and for a stride that is too short, kExitUnwritable.
+class PictureWriter {
+  public:
+    // `clip`, when not null, is what a Y4M says of itself.
+    explicit PictureWriter(const std::string& path, const RawOptions& raw = {}, const ClipFormat* clip = nullptr);
+    ~PictureWriter();
+
+    void write(const Picture& picture, std::string_view pictureFields = {});
+
+    // Without it nothing is left of a file.
+    void finish();
+
+    // Finishes a file that holds good pictures although more were to come. Their number; 0 when there is none, or the
+    // file is of no use without the rest.
+    std::size_t finishEarly();
+
+  private:
+    std::unique_ptr<PictureSink> sink_;
+};
+
+void savePicture(const std::string& path, const Picture& picture, const RawOptions& raw = {});
+void savePictures(const std::string& path, std::span<const Picture> pictures, const RawOptions& raw = {});
 
 // Writes 8-bit BGR as PNG or JPEG, by the extension.
 void saveBgr(const std::string& path, const cv::Mat& bgr);

@@ -1,25 +1,22 @@
-#include <algorithm>
-#include <charconv>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <iterator>
+#include <atomic>
 #include <opencv2/imgcodecs.hpp>
 #include <string_view>
 #include <utility>
 
 #include "host/exit_codes.h"
+#include "host/input_file.h"
+#include "host/messages.h"
 #include "host/picture.h"
+#include "host/picture_names.h"
+#include "host/raw_picture.h"
+#include "host/video/y4m_stream.h"
 
 namespace eishost {
 
 namespace {
 
-constexpr std::string_view kY4mMagic = "YUV4MPEG2 ";
 constexpr std::string_view kPngMagic = "\x89PNG\r\n\x1a\n";
 constexpr std::string_view kJpegMagic = "\xff\xd8\xff";
-constexpr std::size_t kLongestHeader = 4096;
 
 std::uint32_t bigEndian(std::string_view bytes, std::size_t at, int count) {
     std::uint32_t value = 0;
@@ -54,184 +51,144 @@ bool jpegIsWhole(std::string_view bytes) {
     return false;
 }
 
-bool parseSide(std::string_view text, int& side) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
-    return error == std::errc() && end == text.data() + text.size();
+bool isImage(InputFile& file) {
+    const std::string_view magic = file.peek(kPngMagic.size());
+    return magic.starts_with(kPngMagic) || magic.starts_with(kJpegMagic);
 }
 
-}  // namespace
-
-class PictureSource {
-  public:
-    PictureSource(const std::string& path, std::optional<PictureSize> rawSize);
-    std::optional<Picture> next();
-    bool isImage() const { return format_ == Format::kImage; }
-    cv::Mat decodeImage();
-
-  private:
-    enum class Format { kImage, kY4m, kRaw };
-    std::size_t take(char* out, std::size_t count);
-    std::string takeLine();
-    std::optional<Picture> nextY4m();
-    std::optional<Picture> nextRaw();
-    void readY4mHeader();
-    bool readPlanes(Picture& picture);
-    template <typename Make>
-    Picture named(Make make) const;
-    [[noreturn]] void fail(const std::string& what, ExitCode code = kExitUnreadable) const;
-
-    std::string name_;
-    std::ifstream file_;
-    std::istream* stream_;
-    std::string head_;  // bytes read to tell the format, given out again by take()
-    Format format_ = Format::kImage;
-    PictureSize size_{};
-    ColorRange range_ = ColorRange::kFull;
-    bool atStart_ = true;
-};
-
-PictureSource::PictureSource(const std::string& path, std::optional<PictureSize> rawSize)
-    : name_(path == "-" ? "standard input" : path), stream_(&std::cin) {
-    if (path != "-") {
-        if (std::filesystem::is_directory(path)) fail("is a directory");
-        file_.open(path, std::ios::binary);
-        if (!file_) fail(std::string("cannot be opened: ") + std::strerror(errno));
-        stream_ = &file_;
-    }
-    char magic[kY4mMagic.size()];
-    head_.assign(magic, take(magic, sizeof magic));
-    if (head_.empty()) fail("is empty");
-    if (head_.starts_with(kY4mMagic)) {
-        format_ = Format::kY4m;
-        readY4mHeader();
-    } else if (head_.starts_with(kPngMagic) || head_.starts_with(kJpegMagic)) {
-        format_ = Format::kImage;
-    } else if (rawSize) {
-        format_ = Format::kRaw;
-        size_ = *rawSize;
-    } else {
-        fail("is not PNG, JPEG or Y4M; for raw I420 give --raw-size WxH");
-    }
-}
-
-void PictureSource::fail(const std::string& what, ExitCode code) const {
-    throw HostError(code, name_ + ": " + what);
-}
-
-std::size_t PictureSource::take(char* out, std::size_t count) {
-    const std::size_t fromHead = std::min(count, head_.size());
-    std::copy_n(head_.begin(), fromHead, out);
-    head_.erase(0, fromHead);
-    stream_->read(out + fromHead, static_cast<std::streamsize>(count - fromHead));
-    if (stream_->bad()) fail("read error");
-    return fromHead + static_cast<std::size_t>(stream_->gcount());
-}
-
-std::string PictureSource::takeLine() {
-    std::string line;
-    char next = 0;
-    while (line.size() < kLongestHeader && take(&next, 1) == 1) {
-        if (next == '\n') return line;
-        line += next;
-    }
-    fail("truncated Y4M header");
-}
-
-void PictureSource::readY4mHeader() {
-    const std::string line = takeLine();
-    std::string chroma = "420";
-    std::string range;
-    std::size_t at = kY4mMagic.size();
-    while (at < line.size()) {
-        const std::size_t end = std::min(line.find(' ', at), line.size());
-        const std::string_view field = std::string_view(line).substr(at, end - at);
-        at = end + 1;
-        if (field.empty()) continue;
-        const std::string_view value = field.substr(1);
-        if ((field[0] == 'W' && !parseSide(value, size_.width)) || (field[0] == 'H' && !parseSide(value, size_.height)))
-            fail("bad size in the Y4M header");
-        if (field[0] == 'C') chroma = value;
-        if (field.starts_with("XCOLORRANGE=")) range = field.substr(12);
-    }
-    if (size_.width <= 0 || size_.height <= 0) fail("no size in the Y4M header");
-    if (chroma != "420" && chroma != "420jpeg" && chroma != "420mpeg2" && chroma != "420paldv")
-        fail("Y4M with chroma format " + chroma + "; only 4:2:0 with 8 bits can be used", kExitUnsuitable);
-    // Without a word on it, the formats of video discs and tape mean video's range.
-    const bool limited = range.empty() ? chroma == "420mpeg2" || chroma == "420paldv" : range == "LIMITED";
-    range_ = limited ? ColorRange::kLimited : ColorRange::kFull;
-}
-
-// Adds the file's name to a refusal of the picture's size.
-template <typename Make>
-Picture PictureSource::named(Make make) const {
-    try {
-        return make();
-    } catch (const HostError& error) {
-        fail(error.what(), error.code);
-    }
-}
-
-// False when not one byte was left.
-bool PictureSource::readPlanes(Picture& picture) {
-    std::size_t got = 0;
-    for (auto& plane : picture.planes) {
-        const std::size_t count = take(reinterpret_cast<char*>(plane.data()), plane.size());
-        got += count;
-        if (count == plane.size()) continue;
-        if (got == 0) return false;
-        fail("truncated: the last picture is not whole" +
-             std::string(format_ == Format::kRaw ? ", or the size does not fit" : ""));
-    }
-    picture.range = range_;
-    return true;
-}
-
-std::optional<Picture> PictureSource::nextY4m() {
-    char first = 0;
-    if (take(&first, 1) == 0) return std::nullopt;
-    if (const std::string line = first + takeLine(); line != "FRAME" && !line.starts_with("FRAME "))
-        fail("damaged Y4M: no picture where one should begin");
-    Picture picture = named([this] { return Picture(size_.width, size_.height); });
-    if (!readPlanes(picture)) fail("truncated: the last picture is missing");
-    return picture;
-}
-
-std::optional<Picture> PictureSource::nextRaw() {
-    Picture picture = named([this] { return Picture(size_.width, size_.height); });
-    if (!readPlanes(picture)) return std::nullopt;
-    return picture;
-}
-
-cv::Mat PictureSource::decodeImage() {
-    std::string bytes = head_;
-    head_.clear();
-    bytes.append(std::istreambuf_iterator<char>(*stream_), {});
-    if (stream_->bad()) fail("read error");
-    if (!(bytes.starts_with(kPngMagic) ? pngIsWhole(bytes) : jpegIsWhole(bytes))) fail("truncated or damaged");
+cv::Mat decodeImage(InputFile& file) {
+    std::string bytes = file.readAll();
+    if (!(bytes.starts_with(kPngMagic) ? pngIsWhole(bytes) : jpegIsWhole(bytes))) file.fail("truncated or damaged");
     cv::Mat bgr;
     try {
         bgr = cv::imdecode(cv::Mat(1, static_cast<int>(bytes.size()), CV_8UC1, bytes.data()), cv::IMREAD_COLOR);
     } catch (const cv::Exception&) {
         bgr.release();  // the limits of the decoder
     }
-    if (bgr.empty()) fail("cannot be decoded");
+    if (bgr.empty()) file.fail("cannot be decoded");
     return bgr;
 }
 
-std::optional<Picture> PictureSource::next() {
-    const bool first = std::exchange(atStart_, false);
-    if (format_ == Format::kImage) {
-        if (!first) return std::nullopt;
-        const cv::Mat bgr = decodeImage();
-        return named([&bgr] { return pictureFromBgr(bgr); });
+// Chroma of a wrong format is another picture's colours, so what is only likely is told.
+RawFormat rawFormatToRead(const std::string& path, const RawOptions& raw) {
+    const std::optional<RawFormat> named = rawFormatOf(path);
+    if (raw.format) {
+        if (named && *named != *raw.format) {
+            note(path + ": read as " + nameOf(*raw.format) + ", as --raw-format says");
+        }
+        return *raw.format;
     }
-    std::optional<Picture> picture = format_ == Format::kY4m ? nextY4m() : nextRaw();
-    if (first && !picture) fail("holds no picture");
-    return picture;
+    if (named) return *named;
+    if (path != "-" && extensionOf(path) != ".yuv") {
+        throw HostError(kExitUsage, path + ": the extension tells no raw format; give --raw-format");
+    }
+    static std::atomic<bool> told{false};
+    if (!told.exchange(true)) note(path + ": read as I420; if it is not, give --raw-format");
+    return RawFormat::kI420;
 }
 
-PictureReader::PictureReader(const std::string& path, std::optional<PictureSize> rawSize)
-    : source_(std::make_unique<PictureSource>(path, rawSize)) {}
+}  // namespace
+
+class PictureSource {
+  public:
+    virtual ~PictureSource() = default;
+    virtual std::optional<Picture> next() = 0;
+    virtual const ClipFormat* clipFormat() const { return nullptr; }
+    virtual std::string_view pictureFields() const { return {}; }
+};
+
+namespace {
+
+class ImageSource : public PictureSource {
+  public:
+    explicit ImageSource(InputFile file) : file_(std::move(file)) {}
+
+    std::optional<Picture> next() override {
+        if (std::exchange(done_, true)) return std::nullopt;
+        const cv::Mat bgr = decodeImage(file_);
+        try {
+            return pictureFromBgr(bgr);
+        } catch (const HostError& error) {
+            file_.fail(error.what(), error.code);
+        }
+    }
+
+  private:
+    InputFile file_;
+    bool done_ = false;
+};
+
+class ClipSource : public PictureSource {
+  public:
+    explicit ClipSource(InputFile file) : name_(file.name()), reader_(std::move(file)) {}
+
+    std::optional<Picture> next() override {
+        std::optional<Picture> picture = reader_.next();
+        if (!std::exchange(begun_, true) && !picture) throw HostError(kExitUnreadable, name_ + ": holds no picture");
+        return picture;
+    }
+    const ClipFormat* clipFormat() const override { return &reader_.format(); }
+    std::string_view pictureFields() const override { return reader_.pictureFields(); }
+
+  private:
+    std::string name_;
+    Y4mReader reader_;
+    bool begun_ = false;
+};
+
+class RawSource : public PictureSource {
+  public:
+    RawSource(InputFile file, const RawLayout& layout) : file_(std::move(file)), layout_(layout) {
+        noteOddSides(file_.name(), layout_.size);
+        // A wrong size or stride makes noise of every picture but the first, so that it is found before any is used.
+        const std::optional<std::uintmax_t> bytes = file_.bytesLeft();
+        if (!bytes || *bytes % layout_.bytes() == 0 || (*bytes + layout_.padding()) % layout_.bytes() == 0) return;
+        file_.fail("truncated, or the size does not fit: " + std::to_string(*bytes) +
+                   " bytes are no whole number of pictures of " + std::to_string(layout_.bytes()));
+    }
+
+    std::optional<Picture> next() override {
+        Picture picture;
+        const RawOutcome outcome = readRaw(file_, layout_, picture);
+        if (outcome == RawOutcome::kCutShort) {
+            file_.fail("picture " + std::to_string(count_ + 1) + " is cut short, or the size does not fit");
+        }
+        if (outcome == RawOutcome::kEnd) return std::nullopt;
+        ++count_;
+        return picture;
+    }
+
+  private:
+    InputFile file_;
+    RawLayout layout_;
+    std::size_t count_ = 0;
+};
+
+std::unique_ptr<PictureSource> openSource(InputFile file, const std::string& path, const RawOptions& raw) {
+    if (file.peek(1).empty()) file.fail("is empty");
+    const std::optional<RawFormat> named = rawFormatOf(path);
+    if (!named || !raw.size) {  // the first bytes of raw pictures may look like anything
+        if (isImage(file)) return std::make_unique<ImageSource>(std::move(file));
+        if (file.peek(kY4mMagic.size()) == kY4mMagic) return std::make_unique<ClipSource>(std::move(file));
+    }
+    const std::string extension = extensionOf(path);
+    if (isImageName(extension) || (extension == ".y4m" && path != "-")) file.fail("is not PNG, JPEG or Y4M");
+    if (!raw.size) {
+        file.fail(named ? std::string("raw ") + nameOf(*named) + " needs --raw-size WxH"
+                        : "is not PNG, JPEG or Y4M; for raw pictures give --raw-size WxH and --raw-format");
+    }
+    return std::make_unique<RawSource>(std::move(file),
+                                       rawLayout(path, rawFormatToRead(path, raw), *raw.size, raw.stride));
+}
+
+[[noreturn]] void refuseSeveral(const std::string& path) {
+    throw HostError(kExitUnsuitable, path + ": holds several pictures where one is wanted");
+}
+
+}  // namespace
+
+PictureReader::PictureReader(const std::string& path, const RawOptions& raw)
+    : source_(openSource(InputFile(path), path, raw)) {}
 
 PictureReader::~PictureReader() = default;
 
@@ -239,25 +196,34 @@ std::optional<Picture> PictureReader::next() {
     return source_->next();
 }
 
-std::vector<Picture> loadPictures(const std::string& path, std::optional<PictureSize> rawSize) {
-    PictureReader reader(path, rawSize);
+const ClipFormat* PictureReader::clipFormat() const {
+    return source_->clipFormat();
+}
+
+std::string_view PictureReader::pictureFields() const {
+    return source_->pictureFields();
+}
+
+std::vector<Picture> loadPictures(const std::string& path, const RawOptions& raw) {
+    PictureReader reader(path, raw);
     std::vector<Picture> pictures;
     while (std::optional<Picture> picture = reader.next()) pictures.push_back(std::move(*picture));
     return pictures;
 }
 
-Picture loadPicture(const std::string& path, std::optional<PictureSize> rawSize) {
-    PictureReader reader(path, rawSize);
+Picture loadPicture(const std::string& path, const RawOptions& raw) {
+    PictureReader reader(path, raw);
     std::optional<Picture> picture = reader.next();
-    if (reader.next()) throw HostError(kExitUnsuitable, path + ": holds several pictures where one is wanted");
+    if (reader.next()) refuseSeveral(path);
     return std::move(*picture);
 }
 
-cv::Mat loadBgr(const std::string& path, std::optional<PictureSize> rawSize) {
-    PictureSource source(path, rawSize);
-    if (source.isImage()) return source.decodeImage();
-    const std::optional<Picture> picture = source.next();
-    if (source.next()) throw HostError(kExitUnsuitable, path + ": holds several pictures where one is wanted");
+cv::Mat loadBgr(const std::string& path, const RawOptions& raw) {
+    InputFile file(path);
+    if (!rawFormatOf(path) && isImage(file)) return decodeImage(file);
+    const std::unique_ptr<PictureSource> source = openSource(std::move(file), path, raw);
+    const std::optional<Picture> picture = source->next();
+    if (source->next()) refuseSeveral(path);
     return bgrFromPicture(*picture);
 }
 

@@ -1,20 +1,45 @@
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <opencv2/imgcodecs.hpp>
+#include <string_view>
 
 #include "host/exit_codes.h"
+#include "host/messages.h"
+#include "host/output_file.h"
 #include "host/picture.h"
+#include "host/picture_names.h"
+#include "host/raw_picture.h"
+#include "host/video/y4m_stream.h"
 
 namespace eishost {
 
 namespace {
 
 constexpr int kJpegQuality = 95;
+
+std::string_view bytesOf(const std::vector<std::uint8_t>& bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::vector<std::uint8_t> encode(const std::string& path, const cv::Mat& bgr) {
+    const std::string extension = extensionOf(path);
+    // Burst frames are many and large: PNG's fastest level costs a tenth more space and a fraction of the time.
+    const std::vector<int> options = extension == ".png" ? std::vector<int>{cv::IMWRITE_PNG_COMPRESSION, 1}
+                                                         : std::vector<int>{cv::IMWRITE_JPEG_QUALITY, kJpegQuality};
+    std::vector<std::uint8_t> bytes;
+    if (!cv::imencode(extension, bgr, bytes, options)) throw HostError(kExitInternal, path + ": encoder failed");
+    return bytes;
+}
+
+RawFormat rawFormatToWrite(const std::string& path, const RawOptions& raw) {
+    if (const std::optional<RawFormat> named = rawFormatOf(path)) return *named;
+    if (raw.format && *raw.format != RawFormat::kP010) return *raw.format;
+    note(path + ": written as I420; .nv12 and .nv21 are other formats");
+    return RawFormat::kI420;
+}
+
+}  // namespace
 
 std::string extensionOf(const std::string& path) {
     if (path == "-") return ".y4m";
@@ -24,72 +49,104 @@ std::string extensionOf(const std::string& path) {
     return extension;
 }
 
-void writeBytes(std::ostream& out, const std::vector<std::uint8_t>& bytes) {
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
-
-void writeY4m(std::ostream& out, std::span<const Picture> pictures) {
-    const Picture& first = pictures.front();
-    out << "YUV4MPEG2 W" << first.width << " H" << first.height
-        << " F30:1 Ip A1:1 C420jpeg XCOLORRANGE=" << (first.range == ColorRange::kFull ? "FULL" : "LIMITED") << '\n';
-    for (const Picture& picture : pictures) {
-        out << "FRAME\n";
-        for (const auto& plane : picture.planes) writeBytes(out, plane);
-    }
-}
-
-bool isImage(const std::string& extension) {
+bool isImageName(const std::string& extension) {
     return extension == ".png" || extension == ".jpg" || extension == ".jpeg";
 }
 
-// Opens `path`, lets `write` fill it and makes sure that everything arrived.
-template <typename Write>
-void writeFile(const std::string& path, Write write) {
-    std::ofstream file;
-    if (path != "-") {
-        file.open(path, std::ios::binary);
-        if (!file) throw HostError(kExitUnwritable, path + ": cannot be opened: " + std::strerror(errno));
-    }
-    std::ostream& out = path == "-" ? std::cout : file;
-    write(out);
-    if (!out.flush()) throw HostError(kExitUnwritable, path + ": write error");
-}
-
-}  // namespace
-
-void savePicture(const std::string& path, const Picture& picture) {
-    savePictures(path, std::span(&picture, 1));
-}
-
-void savePictures(const std::string& path, std::span<const Picture> pictures) {
+void requirePictureOutput(const std::string& path) {
     const std::string extension = extensionOf(path);
-    if (isImage(extension)) {
-        if (pictures.size() != 1)
-            throw HostError(kExitUsage, path + ": several pictures need a .y4m, .yuv or .i420 file");
-        saveBgr(path, bgrFromPicture(pictures.front()));
-    } else if (extension == ".yuv" || extension == ".i420") {
-        writeFile(path, [&](std::ostream& out) {
-            for (const Picture& picture : pictures)
-                for (const auto& plane : picture.planes) writeBytes(out, plane);
-        });
-    } else if (extension == ".y4m") {
-        writeFile(path, [&](std::ostream& out) { writeY4m(out, pictures); });
-    } else {
-        throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg, .jpeg, .y4m, .yuv or .i420");
+    const std::optional<RawFormat> named = rawFormatOf(path);
+    if (named == RawFormat::kP010) throw HostError(kExitUsage, path + ": P010 can be read, not written");
+    if (!named && !isImageName(extension) && extension != ".yuv" && extension != ".y4m")
+        throw HostError(kExitUsage,
+                        path + ": unknown extension, use .png, .jpg, .jpeg, .y4m, .yuv, .i420, .nv12 or .nv21");
+    requireWritable(path);
+}
+
+void requireBgrOutput(const std::string& path) {
+    if (!isImageName(extensionOf(path)))
+        throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg or .jpeg");
+    requireWritable(path);
+}
+
+// One of the three kinds of file.
+class PictureSink {
+  public:
+    PictureSink(const std::string& path, const RawOptions& raw, const ClipFormat* clip)
+        : path_(path), stride_(raw.outputStride), file_(path) {
+        if (extensionOf(path) == ".y4m") {
+            clip_ = true;
+            if (clip != nullptr) writer_.emplace(file_, *clip);
+        } else if (!isImageName(extensionOf(path))) {
+            raw_ = rawFormatToWrite(path, raw);
+        }
     }
+
+    void write(const Picture& picture, std::string_view pictureFields) {
+        if (clip_) {
+            if (!writer_) writer_.emplace(file_, defaultClipFormat(picture.range));
+            writer_->write(picture, pictureFields);
+        } else if (raw_) {
+            const std::vector<std::uint8_t> bytes =
+                rawBytes(rawLayout(path_, *raw_, {picture.width, picture.height}, stride_), picture);
+            const std::string_view pieces[] = {bytesOf(bytes)};
+            file_.writeWhole(pieces);
+        } else {
+            if (count_ > 0)
+                throw HostError(kExitUsage, path_ + ": several pictures need a .y4m, .yuv, .i420, .nv12 or .nv21");
+            file_.write(bytesOf(encode(path_, bgrFromPicture(picture))));
+        }
+        ++count_;
+    }
+
+    void finish() { file_.commit(); }
+
+    std::size_t countOfUse() const { return clip_ || raw_ ? count_ : 0; }
+
+  private:
+    std::string path_;
+    std::optional<int> stride_;
+    OutputFile file_;
+    bool clip_ = false;
+    std::optional<Y4mWriter> writer_;
+    std::optional<RawFormat> raw_;
+    std::size_t count_ = 0;
+};
+
+PictureWriter::PictureWriter(const std::string& path, const RawOptions& raw, const ClipFormat* clip) {
+    requirePictureOutput(path);
+    sink_ = std::make_unique<PictureSink>(path, raw, clip);
+}
+
+PictureWriter::~PictureWriter() = default;
+
+void PictureWriter::write(const Picture& picture, std::string_view pictureFields) {
+    sink_->write(picture, pictureFields);
+}
+
+void PictureWriter::finish() {
+    sink_->finish();
+}
+
+std::size_t PictureWriter::finishEarly() {
+    const std::size_t count = sink_->countOfUse();
+    if (count > 0) sink_->finish();
+    return count;
+}
+
+void savePicture(const std::string& path, const Picture& picture, const RawOptions& raw) {
+    savePictures(path, std::span(&picture, 1), raw);
+}
+
+void savePictures(const std::string& path, std::span<const Picture> pictures, const RawOptions& raw) {
+    PictureWriter writer(path, raw);
+    for (const Picture& picture : pictures) writer.write(picture);
+    writer.finish();
 }
 
 void saveBgr(const std::string& path, const cv::Mat& bgr) {
-    const std::string extension = extensionOf(path);
-    if (!isImage(extension)) throw HostError(kExitUsage, path + ": unknown extension, use .png, .jpg or .jpeg");
-    // Burst frames are many and large: PNG's fastest level costs a tenth more space and a fraction of the time.
-    const std::vector<int> options = extension == ".png" ? std::vector<int>{cv::IMWRITE_PNG_COMPRESSION, 1}
-                                                         : std::vector<int>{cv::IMWRITE_JPEG_QUALITY, kJpegQuality};
-    writeFile(path, [&](std::ostream& out) {
-        std::vector<std::uint8_t> bytes;
-        if (!cv::imencode(extension, bgr, bytes, options)) throw HostError(kExitInternal, path + ": encoder failed");
-        writeBytes(out, bytes);
-    });
+    requireBgrOutput(path);
+    saveFile(path, bytesOf(encode(path, bgr)));
 }
 
 }  // namespace eishost

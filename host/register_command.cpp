@@ -12,6 +12,7 @@
 #include "host/frame_source.h"
 #include "host/overlay.h"
 #include "host/progress.h"
+#include "host/raw_options.h"
 #include "host/truth_scores.h"
 
 namespace eishost {
@@ -23,7 +24,7 @@ struct RegisterArguments {
     std::string frame;
     std::string aligned;
     std::string overlay;
-    std::string rawSize;
+    RawOptions raw;
     bool lumaOnly = false;
     bool json = false;
     bool trace = false;
@@ -79,11 +80,11 @@ void printReport(std::FILE* to, const FrameReport& report) {
 }
 
 void runRegister(const RegisterArguments& arguments) {
-    std::optional<PictureSize> rawSize;
-    if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
+    if (!arguments.aligned.empty()) requirePictureOutput(arguments.aligned);
+    if (!arguments.overlay.empty()) requireBgrOutput(arguments.overlay);
     Progress progress(4, !arguments.trace && !arguments.log);
     progress.at(0, "reading " + arguments.reference);
-    FrameSource source(rawSize);
+    FrameSource source(arguments.raw);
     const PreparedFrame reference(arguments.reference, source.load(arguments.reference));
     progress.at(1, "reading " + arguments.frame);
     const PreparedFrame frame(arguments.frame, source.load(arguments.frame));
@@ -103,7 +104,7 @@ void runRegister(const RegisterArguments& arguments) {
 
     progress.at(3, "writing");
     if (!arguments.aligned.empty()) {
-        savePicture(arguments.aligned, report.outcome.aligned);
+        savePicture(arguments.aligned, report.outcome.aligned, arguments.raw);
         report.alignedFile = arguments.aligned;
     }
     if (!arguments.overlay.empty()) {
@@ -129,15 +130,16 @@ void addRegisterCommand(CLI::App& app) {
     auto arguments = std::make_shared<RegisterArguments>();
     CLI::App* command =
         app.add_subcommand("register", "Aligns one frame with a reference through Ransac_Regis_AcoreAPI_EIS");
-    command->add_option("REF", arguments->reference, "Reference: PNG, JPEG, Y4M, raw I420 with --raw-size")->required();
+    command->add_option("REF", arguments->reference, "Reference: PNG, JPEG, Y4M, raw with --raw-size")->required();
     command->add_option("FRAME", arguments->frame, "Frame to align, of the same size")->required();
     command->add_option(
         "--out", arguments->aligned,
-        "Write the aligned picture: .png, .jpg, .y4m, .yuv; - for Y4M to a pipe, the report then goes to stderr");
+        "Write the aligned picture: .png, .jpg, .y4m, .yuv, .nv12, .nv21; - for Y4M to a pipe, the report then goes\n"
+        "to stderr");
     command->add_option("--overlay", arguments->overlay,
                         "Write a picture of the matches, the filled rectangle and the mirrored margin: .png, .jpg");
     command->add_flag("--luma-only", arguments->lumaOnly, "Align luma alone; chroma of the result is grey");
-    command->add_option("--raw-size", arguments->rawSize, "Inputs are raw I420 of this size, WxH");
+    addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--json", arguments->json, "Print the report as JSON");
     command->add_flag("--trace", arguments->trace,
                       "Print each address conversion, invalidate and flush to stderr, and what the host syncs itself");
@@ -147,7 +149,7 @@ void addRegisterCommand(CLI::App& app) {
         "The rectangle is read off the mirrored margin of the aligned picture. With a truth.json of\n"
         "eis-host synth beside the reference the report also scores the result against it.\n\n"
         "  eis-host register ref.jpg next.jpg --out aligned.png --overlay matches.png\n"
-        "  eis-host register ref.yuv next.yuv --raw-size 4000x3000 --json\n"
+        "  eis-host register ref.nv21 next.nv21 --raw-size 4000x3000 --raw-stride 4096 --json\n"
         "  eis-host register ref.png next.png --trace --log 2>&1 | less");
     command->callback([arguments] { runRegister(*arguments); });
 }

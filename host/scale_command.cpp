@@ -2,12 +2,15 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <vector>
 
 #include "host/commands.h"
 #include "host/exit_codes.h"
 #include "host/progress.h"
+#include "host/messages.h"
+#include "host/picture_stream.h"
+#include "host/raw_options.h"
 #include "host/scale_call.h"
+#include "host/video/y4m_stream.h"
 
 namespace eishost {
 
@@ -18,7 +21,7 @@ struct ScaleArguments {
     std::string output;
     std::string size;
     std::string crop;
-    std::string rawSize;
+    RawOptions raw;
     bool trace = false;
     bool log = false;
 };
@@ -49,30 +52,32 @@ void runScale(const ScaleArguments& arguments) {
         throw HostError(kExitUsage, "--size '" + arguments.size + "': both sides must be even");
     }
     const Picture limits(size.width, size.height);  // refuses what no picture can have before any input is read
-    std::optional<PictureSize> rawSize;
-    if (!arguments.rawSize.empty()) rawSize = parseSize(arguments.rawSize);
 
-    std::vector<Picture> scaled;
+    PictureReader reader(arguments.input, arguments.raw);
+    PictureWriter writer(arguments.output, arguments.raw, reader.clipFormat());
+    std::size_t count = 0;
     double milliseconds = 0;
     Progress progress(0, !arguments.trace && !arguments.log);
     progress.at(0, "reading " + arguments.input + ", then scaling and writing");
-    PictureReader reader(arguments.input, rawSize);
     Area crop;
-    while (const std::optional<Picture> picture = reader.next()) {
-        progress.at(scaled.size(), "scaling, then writing");
-        crop = parseCrop(arguments.crop, *picture);
-        ScaleOutcome outcome = scalePicture(*picture, crop, size, arguments.trace ? &std::cerr : nullptr,
+    streamPictures(reader, writer, [&](const Picture& picture) {
+        progress.at(count, "scaling and writing");
+        crop = parseCrop(arguments.crop, picture);
+        const ClipFormat* const clip = reader.clipFormat();
+        if (count == 0 && clip != nullptr && clip->interlaced() && crop.height != size.height) {
+            note(arguments.input + ": is interlaced, and scaling its height mixes the rows of both fields");
+        }
+        ScaleOutcome outcome = scalePicture(picture, crop, size, arguments.trace ? &std::cerr : nullptr,
                                             arguments.log ? &std::cerr : nullptr);
         milliseconds += outcome.milliseconds;
-        scaled.push_back(std::move(outcome.picture));
-    }
-    progress.at(scaled.size(), "writing " + arguments.output);
-    savePictures(arguments.output, scaled);
+        ++count;
+        return std::move(outcome.picture);
+    });
     progress.hide();
     // Standard output may be the picture.
     std::fprintf(arguments.output == "-" ? stderr : stdout,
                  "%dx%d+%d+%d -> %dx%d, %zu picture%s, %.1f ms in the library\n", crop.width, crop.height, crop.x,
-                 crop.y, size.width, size.height, scaled.size(), scaled.size() == 1 ? "" : "s", milliseconds);
+                 crop.y, size.width, size.height, count, count == 1 ? "" : "s", milliseconds);
 }
 
 }  // namespace
@@ -80,17 +85,19 @@ void runScale(const ScaleArguments& arguments) {
 void addScaleCommand(CLI::App& app) {
     auto arguments = std::make_shared<ScaleArguments>();
     CLI::App* command = app.add_subcommand("scale", "Crops and scales a picture with Scale_Bilinear_AcoreAPI");
-    command->add_option("IN", arguments->input, "Picture: PNG, JPEG, Y4M, raw I420 with --raw-size, - for a pipe")
+    command->add_option("IN", arguments->input, "Picture: PNG, JPEG, Y4M, raw with --raw-size, - for a pipe")
         ->required();
-    command->add_option("OUT", arguments->output, "Result: .png, .jpg, .y4m, .yuv; - for Y4M to a pipe")->required();
+    command->add_option("OUT", arguments->output, "Result: .png, .jpg, .y4m, .yuv, .nv12, .nv21; - for Y4M to a pipe")
+        ->required();
     command->add_option("--size", arguments->size, "Size of the result in luma pixels, WxH, both even")->required();
     command->add_option("--crop", arguments->crop, "Part of the picture to scale, x,y,w,h in luma pixels, all even");
-    command->add_option("--raw-size", arguments->rawSize, "The input is raw I420 of this size, WxH");
+    addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");
     command->footer(
         "Bilinear with 12-bit weights and without a filter in front: below half size it aliases.\n"
-        "A Y4M or raw file with several pictures is scaled picture by picture.\n\n"
+        "A Y4M or raw file with several pictures is scaled picture by picture. A Y4M keeps its frame rate, aspect,\n"
+        "interlacing and colour tags.\n\n"
         "  eis-host scale photo.jpg half.png --size 1632x1224\n"
         "  eis-host scale clip.y4m - --size 1280x720 --crop 320,180,1920,1080 | ffplay -");
     command->callback([arguments] { runScale(*arguments); });

@@ -11,6 +11,7 @@
 #include "host/output_folder.h"
 #include "host/picture.h"
 #include "host/progress.h"
+#include "host/raw_options.h"
 #include "host/synth.h"
 
 namespace eishost {
@@ -19,7 +20,7 @@ namespace {
 
 struct SynthArguments {
     std::string photo;
-    std::string rawSize;
+    RawOptions raw;
     std::string folder;
     std::string noise = "none";
     std::string shift = "40";
@@ -70,9 +71,7 @@ cv::Rect parseCrop(const std::string& text, cv::Size photo) {
 }
 
 cv::Mat loadPhoto(const SynthArguments& arguments) {
-    const std::optional<PictureSize> rawSize =
-        arguments.rawSize.empty() ? std::nullopt : std::optional(parseSize(arguments.rawSize));
-    const cv::Mat photo = loadBgr(arguments.photo, rawSize);
+    const cv::Mat photo = loadBgr(arguments.photo, arguments.raw);
     return arguments.crop.empty() ? photo : photo(parseCrop(arguments.crop, photo.size())).clone();
 }
 
@@ -148,7 +147,8 @@ void addSynthCommand(CLI::App& app) {
     CLI::App* const command = app.add_subcommand("synth", "Makes a burst with ground truth from one photograph");
     const auto arguments = std::make_shared<SynthArguments>();
     SynthOptions& options = arguments->options;
-    command->add_option("photo", arguments->photo, "PNG, JPEG, Y4M or raw I420; - for standard input")->required();
+    command->add_option("photo", arguments->photo, "PNG, JPEG, Y4M, raw with --raw-size; - for standard input")
+        ->required();
     command->add_option("--out", arguments->folder, "folder for frame_NN.png, clean_NN.png and truth.json")->required();
     command->add_flag("--force", arguments->force, "remove the burst that an earlier run left in the folder");
     command->add_option("--frames", options.frames, "number of frames, the reference included")
@@ -178,7 +178,7 @@ void addSynthCommand(CLI::App& app) {
         ->needs(mover);
     command->add_option("--size", arguments->size, "WxH of the frames; the photograph is made smaller to fit");
     command->add_option("--crop", arguments->crop, "WxH+X+Y: take this part of the photograph only");
-    command->add_option("--raw-size", arguments->rawSize, "WxH of the photograph if it is raw I420");
+    addRawOptions(*command, arguments->raw);
     command->add_option("--seed", options.seed, "of all that is random")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();

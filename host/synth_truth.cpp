@@ -7,6 +7,7 @@
 
 #include "host/exit_codes.h"
 #include "host/picture.h"
+#include "host/output_file.h"
 
 namespace eishost {
 
@@ -58,9 +59,7 @@ void saveTruth(const std::string& folder, const BurstTruth& truth) {
     for (const FrameTruth& frame : truth.frames) frames.push_back(toJson(frame));
     const json out{{"photo", truth.photo},   {"seed", truth.seed},       {"noise", truth.noise}, {"width", truth.width},
                    {"height", truth.height}, {"options", truth.options}, {"frames", frames}};
-    std::ofstream file(truthPath(folder));
-    if (!(file << out.dump(2) << '\n' << std::flush))
-        throw HostError(kExitUnwritable, truthPath(folder) + ": cannot be written");
+    saveFile(truthPath(folder), out.dump(2) + '\n');
 }
 
 std::optional<BurstTruth> loadTruth(const std::string& folder) {

@@ -88,6 +88,7 @@ void printSummary(const ControlSettings& settings, const ControlTables& tables) 
 }
 
 void runTables(TableKind kind, const TablesArguments& arguments) {
+    if (!arguments.plot.empty()) requireChartOutput(arguments.plot);
     ControlSettings settings(kind);
     for (const std::string& assignment : arguments.assignments) assignSetting(settings, assignment);
     for (const std::string& note : limitNotes(settings)) std::cerr << "note: " << note << '\n';

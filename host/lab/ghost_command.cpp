@@ -15,6 +15,7 @@
 #include "host/lab/ghost_truth.h"
 #include "host/picture.h"
 #include "host/progress.h"
+#include "host/raw_options.h"
 #include "host/tuning_record.h"
 
 namespace eislab {
@@ -31,7 +32,7 @@ struct GhostArguments {
     std::string tuning;
     int isoRow = 5;
     bool motion = false;
-    std::string rawSize;
+    eishost::RawOptions raw;
     std::string out;
     std::string overlay;
     bool json = false;
@@ -69,9 +70,8 @@ cv::Mat overlayOf(const Picture& frame, const cv::Mat& mask, const std::optional
 }
 
 // The reference as far as the frame goes: eis-host burst cuts the last rows off where a height is no multiple of 8.
-Picture loadReference(const GhostArguments& arguments, std::optional<eishost::PictureSize> rawSize,
-                      const Picture& frame) {
-    Picture reference = eishost::loadPicture(arguments.reference, rawSize);
+Picture loadReference(const GhostArguments& arguments, const Picture& frame) {
+    Picture reference = eishost::loadPicture(arguments.reference, arguments.raw);
     const int more = reference.height - frame.height;
     if (reference.width != frame.width || more < 0 || more >= 8) {
         throw HostError(eishost::kExitUnsuitable, arguments.reference + ": is " + std::to_string(reference.width) +
@@ -119,16 +119,16 @@ void printJson(const GhostArguments& arguments, const GhostSettings& settings, c
 }
 
 void runGhost(const GhostArguments& arguments) {
+    if (!arguments.out.empty()) eishost::requireBgrOutput(arguments.out);
+    if (!arguments.overlay.empty()) eishost::requireBgrOutput(arguments.overlay);
     const GhostSettings settings =
         ghostSettings(arguments.tuning.empty() ? eishost::shippedTuningFile() : arguments.tuning, arguments.isoRow,
                       arguments.motion, arguments.words);
-    std::optional<eishost::PictureSize> rawSize;
-    if (!arguments.rawSize.empty()) rawSize = eishost::parseSize(arguments.rawSize);
     eishost::Progress progress(4);
     progress.at(0, "reading " + arguments.frame);
-    const Picture frame = eishost::loadPicture(arguments.frame, rawSize);
+    const Picture frame = eishost::loadPicture(arguments.frame, arguments.raw);
     progress.at(1, "reading " + arguments.reference);
-    const Picture reference = loadReference(arguments, rawSize, frame);
+    const Picture reference = loadReference(arguments, frame);
     const std::optional<GhostTruth> truth =
         findGhostTruth(arguments.frame, arguments.reference, {frame.width, frame.height});
     progress.at(2, "masking");
@@ -158,7 +158,7 @@ void addGhostCommand(CLI::App& app) {
         ->check(CLI::Range(1, int{kTuningIsoLevels}))
         ->capture_default_str();
     ghost->add_flag("--m", arguments->motion, "Take the luma thresholds from the row's _M keys");
-    ghost->add_option("--raw-size", arguments->rawSize, "Inputs are raw I420 of this size, WxH");
+    addRawOptions(*ghost, arguments->raw);
     ghost->add_option("--out", arguments->out, "Write the mask: 0 as the reference, 255 a ghost");
     ghost->add_option("--overlay", arguments->overlay, "Write the frame with ghosts in orange");
     ghost->add_flag("--json", arguments->json, "Print one line of JSON");

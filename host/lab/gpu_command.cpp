@@ -160,6 +160,7 @@ void setUp(const GpuArguments& arguments) {
 }
 
 void runGpu(const GpuArguments& arguments) {
+    eishost::requirePictureOutput(arguments.out);
     findGpu();
     const Picture frame = eishost::loadPicture(arguments.frame);
     const Picture reference = eishost::loadPicture(arguments.reference);

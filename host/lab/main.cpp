@@ -5,6 +5,7 @@
 
 #include "host/lab/commands.h"
 #include "host/lab/exit_codes.h"
+#include "host/standard_streams.h"
 
 namespace {
 
@@ -32,8 +33,11 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    eishost::holdStandardStreams();
     try {
-        return run(argc, argv);
+        const int code = run(argc, argv);
+        eishost::finishStandardOutput();
+        return code;
     } catch (const eishost::HostError& error) {
         std::cerr << "eis-lab: " << error.what() << '\n';
         return eislab::labExitCode(error.code);

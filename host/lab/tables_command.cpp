@@ -25,6 +25,7 @@ eishost::PlottedTables plotted(eishost::TableKind kind, const std::vector<std::s
 }
 
 void runPlot(const PlotArguments& arguments) {
+    eishost::requireChartOutput(arguments.out);
     std::vector<std::string> all = arguments.words;
     all.insert(all.end(), arguments.against.begin(), arguments.against.end());
     eishost::TableKind kind = kindOfWords(all);

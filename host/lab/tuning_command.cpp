@@ -1,7 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -9,6 +6,7 @@
 #include "host/lab/exit_codes.h"
 #include "host/lab/lint.h"
 #include "host/lab/tuning_template.h"
+#include "host/output_file.h"
 #include "host/record_values.h"
 
 namespace eislab {
@@ -155,11 +153,7 @@ void runTemplate(const std::string& out) {
         std::cout << tuningTemplate();
         return;
     }
-    std::ofstream stream(out, std::ios::binary);
-    stream << tuningTemplate();
-    if (!stream.flush()) {
-        throw eishost::HostError(eishost::kExitUnwritable, out + ": cannot be written: " + std::strerror(errno));
-    }
+    eishost::saveFile(out, tuningTemplate());
 }
 
 struct TuningArguments {

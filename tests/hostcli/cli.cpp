@@ -13,10 +13,11 @@ int CliResult::errorLines() const {
     return static_cast<int>(std::count(err.begin(), err.end(), '\n'));
 }
 
-CliResult runCli(const std::string& arguments) {
+CliResult runCli(const std::string& arguments, const std::string& standardOutput) {
     const ScratchFolder folder;
-    const std::string command = std::string("'") + EIS_HOST_PROGRAM + "' " + arguments + " >'" + folder.file("out") +
-                                "' 2>'" + folder.file("err") + "'";
+    const std::string command = std::string("'") + EIS_HOST_PROGRAM + "' " + arguments + " >'" +
+                                (standardOutput.empty() ? folder.file("out") : standardOutput) + "' 2>'" +
+                                folder.file("err") + "'";
     const int status = std::system(command.c_str());
     CliResult result;
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);

@@ -13,7 +13,8 @@ struct CliResult {
     int errorLines() const;
 };
 
-// `arguments` goes through the shell, so that pipes and quotes work.
-CliResult runCli(const std::string& arguments);
+// `arguments` goes through the shell, so that pipes and quotes work. What goes to a file of the caller's is not in the
+// result.
+CliResult runCli(const std::string& arguments, const std::string& standardOutput = {});
 
 }  // namespace eishost

@@ -125,6 +125,21 @@ TEST_F(Refusals, Synth) {
                              {in + "--out " + folder.file("in.y4m/below"), kExitUnwritable}});
 }
 
+// What is printed and did not arrive is an error, though the work was done.
+TEST_F(Refusals, StandardOutputThatTakesNothing) {
+    const std::string good = made("good.png", 320, 240);
+    for (const std::string& command :
+         {"register " + good + good + "--json", "burst " + good + good + "--json --out " + folder.file("b"),
+          "denoise " + in + out + "--iso-row 1 --json", "denoise " + in + "- --iso-row 1",
+          "scale " + in + out + "--size 32x32", "scale " + in + "- --size 32x32",
+          "synth " + good + "--frames 1 --out " + folder.file("s"), std::string("tables fast --json"),
+          std::string("tables shrink --csv"), std::string("tables fast"), std::string("--help")}) {
+        const CliResult result = runCli(command, "/dev/full");
+        EXPECT_EQ(result.exitCode, kExitUnwritable) << command;
+        EXPECT_NE(result.err.find("standard output: cannot be written: No space left"), std::string::npos) << command;
+    }
+}
+
 TEST_F(Refusals, TablesAndTuning) {
     expectRefusals("tables fast", {{"nrTHH=5", kExitUsage, "did you mean nrTH?"},
                                    {"shrinkRatio0=5", kExitUsage, "the keys are nrTailRatio, nrLumaDetail"},

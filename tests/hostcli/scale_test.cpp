@@ -39,12 +39,19 @@ TEST(ScaleCommand, CropsAllPlanesAtTheSamePlace) {
     }
 }
 
-TEST(ScaleCommand, HalvesEveryPictureOfAPipe) {
+TEST(ScaleCommand, HalvesEveryGoodPictureOfAPipeAndKeepsWhatTheClipSaysOfItself) {
     const ScratchFolder folder;
-    const std::vector<Picture> pictures{testPicture(64, 64), testPicture(64, 64)};
+    const std::vector<Picture> pictures(3, testPicture(64, 64));
     savePictures(folder.file("in.y4m"), pictures);
+    std::string clip = folder.read("in.y4m");
+    const std::string fields = "F24:1 It A10:11 C420mpeg2 XNOTE=a\nFRAME Itpp\n";
+    clip.replace(0, clip.find("FRAME\n") + 6, "YUV4MPEG2 W64 H64 " + fields);
+    folder.write("in.y4m", clip.substr(0, clip.size() - 1));
     const CliResult result = runCli("scale - - --size 32x32 <" + folder.file("in.y4m"));
-    ASSERT_EQ(result.exitCode, kExitOk) << result.err;
+    EXPECT_EQ(result.exitCode, kExitUnreadable);
+    EXPECT_NE(result.err.find("picture 3 is cut short; the output holds the 2 pictures before it"), std::string::npos)
+        << result.err;
+    EXPECT_TRUE(result.out.starts_with("YUV4MPEG2 W32 H32 " + fields)) << result.out.substr(0, 80);
     const std::vector<Picture> halves = loadPictures(folder.write("out.y4m", result.out));
     ASSERT_EQ(halves.size(), 2u);
     cv::Mat means;

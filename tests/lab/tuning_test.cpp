@@ -31,6 +31,10 @@ TEST(Template, LoadsCleanAndYieldsTheRecordOfDefaults) {
     const ScratchFolder folder;
     const CliResult written = runCli("tuning template --out '" + folder.file("multiframe.xml") + "'");
     ASSERT_EQ(written.exitCode, kLabClean) << written.err;
+    const std::string name = " '" + folder.file("multiframe.xml") + "'";
+    for (const std::string& command : {std::string("template"), "lint" + name, "explain --json" + name}) {
+        EXPECT_EQ(runCli("tuning " + command, "/dev/full").exitCode, kLabUnwritable) << command;
+    }
     const TuningFile file = loadTuningFile(folder.file("multiframe.xml"));
     ASSERT_FALSE(file.refused());
     EXPECT_TRUE(lintTuning(file).empty());
