@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "bounded/heap_block.h"
-#include "libCore/core/source/memory.h"
+#include "libCore/core/source/frame/memory.h"
 
 namespace eis {
 
