@@ -57,10 +57,13 @@ class GrowingArray {
         if (count < capacity) return true;
         if (capacity > kMaxItems) return false;
         const int32_t grown = capacity > 0 ? 2 * capacity : 1;
-        void* memory = pool.take(sizeof(Head) + sizeof(T) * static_cast<size_t>(grown), alignof(Head));
+        void* memory = pool.take(bytesFor(grown), alignof(Head));
         if (memory == nullptr) return false;
         Head* head = new (memory) Head{grown};
-        if (count > 0) std::uninitialized_move_n(items(), count, reinterpret_cast<T*>(head + 1));
+        if (capacity > 0) {
+            std::uninitialized_move_n(items(), count, reinterpret_cast<T*>(head + 1));
+            pool.giveBack(head_, bytesFor(capacity));
+        }
         head_ = head;
         return true;
     }
@@ -74,6 +77,7 @@ class GrowingArray {
     struct alignas(T) alignas(int32_t) Head {
         int32_t capacity;
     };
+    static size_t bytesFor(int32_t capacity) { return sizeof(Head) + sizeof(T) * static_cast<size_t>(capacity); }
     T* items() const { return reinterpret_cast<T*>(head_ + 1); }
 
     Head* head_ = nullptr;
@@ -110,6 +114,7 @@ struct XmlNodeBody {
     int32_t clearCount = 0;
     int32_t attributeCount = 0;
     uint8_t isDeclaration = 0;
+    int32_t line = 0;               // of the tag's first character, from 1; 0 for the nameless root
     XmlNodeBody* parent = nullptr;  // not counted as a reference
     GrowingArray<XmlNode> children;
     GrowingArray<XmlText> texts;
@@ -117,8 +122,7 @@ struct XmlNodeBody {
     GrowingArray<XmlAttribute> attributes;
     GrowingArray<uint32_t> order;  // of children, texts and clears, as they stand in the document
     int32_t refCount = 1;
-    int32_t line = 0;  // of the tag's first character, from 1; 0 for the nameless root
-    int32_t column = 0;
+    int32_t column = 0;  // beside the line
     XmlPool* pool = nullptr;
 
     int32_t orderCount() const { return childCount + textCount + clearCount; }

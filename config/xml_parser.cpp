@@ -49,6 +49,7 @@ bool appendToText(XmlPool& pool, XmlText* text, const XmlText& more) {
         auto* grown = static_cast<char*>(pool.take(capacity, 1));
         if (grown == nullptr) return false;
         std::memcpy(grown, text->text, text->length);
+        pool.giveBack(text->text, text->capacity);
         text->text = grown;
         text->capacity = capacity;
     }

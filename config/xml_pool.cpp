@@ -38,7 +38,8 @@ void XmlPool::dropNode() {
 void* XmlPool::takeFromNewBlock(size_t bytes) {
     const size_t needed = sizeof(Block) + bytes;
     if (needed >= refused_) return nullptr;
-    size_t size = std::max(std::min(nextBlock_, kLargestBlock), needed);
+    const bool isOwn = bytes >= kOwnBlock;
+    size_t size = isOwn ? needed : std::max(std::min(nextBlock_, kLargestBlock), needed);
     void* memory = std::malloc(size);
     while (memory == nullptr && size > needed) {
         size = std::max(size / 2, needed);
@@ -49,7 +50,7 @@ void* XmlPool::takeFromNewBlock(size_t bytes) {
         return nullptr;
     }
     adviseHugePages(memory, size);
-    nextBlock_ = 2 * size;
+    if (!isOwn) nextBlock_ = 2 * size;
     blocks_ = new (memory) Block{blocks_};
     auto* begin = reinterpret_cast<uint8_t*>(blocks_ + 1);
     uint8_t* end = static_cast<uint8_t*>(memory) + size;
@@ -59,6 +60,12 @@ void* XmlPool::takeFromNewBlock(size_t bytes) {
         end_ = end;
     }
     return begin;
+}
+
+void XmlPool::freeBlockOf(void* memory) {
+    Block** link = &blocks_;
+    while (*link + 1 != memory) link = &(*link)->older;
+    std::free(std::exchange(*link, (*link)->older));
 }
 
 }  // namespace eis

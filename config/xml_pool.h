@@ -19,9 +19,14 @@ class XmlPool {
     // may follow. The alignment is at most that of a pointer.
     void* take(size_t bytes, size_t alignment) {
         const size_t padding = -reinterpret_cast<uintptr_t>(at_) & (alignment - 1);
-        if (padding + bytes > static_cast<size_t>(end_ - at_)) return takeFromNewBlock(bytes);
+        if (padding + bytes > static_cast<size_t>(end_ - at_) || bytes >= kOwnBlock) return takeFromNewBlock(bytes);
         at_ += padding + bytes;
         return at_ - bytes;
+    }
+
+    // Frees what was taken, if it is large.
+    void giveBack(void* memory, size_t bytes) {
+        if (bytes >= kOwnBlock) freeBlockOf(memory);
     }
 
     // A new T, for which nobody calls the destructor.
@@ -43,8 +48,10 @@ class XmlPool {
     };
 
     void* takeFromNewBlock(size_t bytes);
+    void freeBlockOf(void* memory);
 
     static constexpr size_t kFirstBlock = size_t{8} << 10;
+    static constexpr size_t kOwnBlock = size_t{256} << 10;  // items from this size on have a block of their own
 
     Block* blocks_ = nullptr;
     uint8_t* at_ = nullptr;  // the free part of the block in use
