@@ -1,8 +1,13 @@
 #include "host/before_after.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <opencv2/imgproc.hpp>
+#include <string>
 #include <vector>
+
+#include "host/metrics.h"
 
 namespace eishost {
 
@@ -11,9 +16,8 @@ namespace {
 constexpr int kCropWidth = 480;
 constexpr int kCropHeight = 320;
 constexpr int kGap = 8;
-constexpr int kHeading = 28;
+constexpr int kTextRow = 28;
 constexpr double kDifferenceGain = 4;
-constexpr const char* kHeadings[] = {"input", "output", "difference x4"};
 
 struct Place {
     double contrast;
@@ -39,29 +43,54 @@ std::vector<cv::Rect> pickPlaces(const cv::Mat& luma) {
     return places;
 }
 
+void write(cv::Mat& sheet, const std::string& text, cv::Point at) {
+    cv::putText(sheet, text, at, cv::FONT_HERSHEY_DUPLEX, 0.55, cv::Scalar::all(230), 1, cv::LINE_AA);
+}
+
+std::string figures(const Picture& before, const Picture& after, const Picture* truth, const cv::Rect& place) {
+    char text[120];
+    const std::string at = "at " + std::to_string(place.x) + ", " + std::to_string(place.y) + ": ";
+    if (truth != nullptr) {
+        const double from = planePsnr(before.mat(0), truth->mat(0), place);
+        return at + "luma PSNR " + gainText(from, planePsnr(after.mat(0), truth->mat(0), place)) + " dB";
+    }
+    const double squares = cv::norm(after.mat(0)(place), before.mat(0)(place), cv::NORM_L2SQR);
+    std::snprintf(text, sizeof text, "luma changed by %.2f levels (root mean square)",
+                  std::sqrt(squares / static_cast<double>(place.area())));
+    return at + text;
+}
+
 }  // namespace
 
-cv::Mat beforeAfterSheet(const Picture& before, const Picture& after) {
-    const cv::Mat input = bgrFromPicture(before);
-    const cv::Mat output = bgrFromPicture(after);
+cv::Mat beforeAfterSheet(const Picture& before, const Picture& after, const Picture* truth, const Caption& caption) {
+    struct Column {
+        std::string heading;
+        cv::Mat picture;
+    };
+    std::vector<Column> columns{{"input", bgrFromPicture(before)}, {"output", bgrFromPicture(after)}};
+    cv::Mat difference;
+    cv::addWeighted(columns[1].picture, kDifferenceGain, columns[0].picture, -kDifferenceGain, 128, difference);
+    if (truth != nullptr) columns.push_back({"truth", bgrFromPicture(*truth)});
+    columns.push_back({"output - input, x4", difference});
+
     const std::vector<cv::Rect> places = pickPlaces(after.mat(0));
     const cv::Size crop = places.front().size();
-    const int rows = static_cast<int>(places.size());
-    cv::Mat sheet(kHeading + rows * (crop.height + kGap), 3 * (crop.width + kGap) - kGap, CV_8UC3, cv::Scalar::all(32));
-    for (int column = 0; column < 3; ++column) {
-        const int x = column * (crop.width + kGap);
-        cv::putText(sheet, kHeadings[column], {x + kGap, kHeading - kGap}, cv::FONT_HERSHEY_SIMPLEX, 0.6,
-                    cv::Scalar::all(230), 1, cv::LINE_AA);
-        for (int row = 0; row < rows; ++row) {
-            cv::Mat to = sheet({x, kHeading + row * (crop.height + kGap), crop.width, crop.height});
-            const cv::Mat in = input(places[row]);
-            const cv::Mat out = output(places[row]);
-            if (column == 0) in.copyTo(to);
-            if (column == 1) out.copyTo(to);
-            if (column == 2) cv::addWeighted(out, kDifferenceGain, in, -kDifferenceGain, 128, to);
+    const int rowHeight = crop.height + kTextRow;
+    const int count = static_cast<int>(columns.size());
+    cv::Mat sheet(kTextRow + static_cast<int>(places.size()) * rowHeight, count * (crop.width + kGap) - kGap, CV_8UC3,
+                  cv::Scalar::all(32));
+    int x = 0;
+    for (const Column& column : columns) {
+        write(sheet, column.heading, {x + kGap, kTextRow - kGap});
+        int y = kTextRow;
+        for (const cv::Rect& place : places) {
+            column.picture(place).copyTo(sheet({x, y, crop.width, crop.height}));
+            if (x == 0) write(sheet, figures(before, after, truth, place), {kGap, y + rowHeight - kGap});
+            y += rowHeight;
         }
+        x += crop.width + kGap;
     }
-    return sheet;
+    return withCaption(sheet, caption);
 }
 
 }  // namespace eishost

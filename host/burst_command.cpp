@@ -6,8 +6,9 @@
 #include "host/burst_output.h"
 #include "host/commands.h"
 #include "host/exit_codes.h"
-#include "host/output_folder.h"
+#include "host/messages.h"
 #include "host/output_file.h"
+#include "host/output_folder.h"
 #include "host/overlay.h"
 #include "host/raw_options.h"
 #include "host/truth_scores.h"
@@ -46,6 +47,7 @@ class BurstReader {
             const std::string& path = paths_[file_];
             if (!reader_) {
                 reader_ = std::make_unique<PictureReader>(path, source_.raw());
+                noteInterlacing(*reader_, path);
                 index_ = 0;
             }
             if (std::optional<Picture> picture = reader_->next()) {
@@ -76,7 +78,8 @@ std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const
     if (arguments.log) options.log = &std::cerr;
     const std::string file = arguments.tuning.empty() ? shippedTuningFile() : arguments.tuning;
     DenoiseSettings settings;
-    assignRow(settings, loadTuningRecord(file, options.trace, options.log), arguments.isoRow);
+    takeRow(settings, file, arguments.isoRow, options.trace, options.log);
+    noteSettings(settings);
     return BurstDenoiser(settings, options, clean);
 }
 
@@ -111,7 +114,7 @@ void runBurst(const BurstArguments& arguments) {
     std::optional<NamedPicture> next = reader.next();
     if (!next) throw HostError(kExitUsage, "a burst needs a reference and at least one frame");
     const TruthScorer truth(reference.name, source);
-    if (source.cutRows() > 0) std::cerr << "eis-host: note: " << source.note() << '\n';
+    if (source.cutRows() > 0) note(source.note());
     const std::optional<BurstDenoiser> denoiser = makeDenoiser(arguments, truth.clean());
     folder.open();
 

@@ -51,17 +51,16 @@ DenoiseReport BurstDenoiser::run(const Picture& picture, const std::optional<cv:
 }
 
 std::string describe(const DenoiseReport& report) {
-    char text[160];
     std::string all;
     if (report.psnrBefore && report.psnrAfter) {
-        const cv::Vec3d& from = *report.psnrBefore;
-        const cv::Vec3d& to = *report.psnrAfter;
-        std::snprintf(text, sizeof text, "PSNR Y %.2f > %.2f, U %.2f > %.2f, V %.2f > %.2f, ", from[0], to[0], from[1],
-                      to[1], from[2], to[2]);
-        all = text;
+        for (int plane = 0; plane < 3; ++plane) {
+            all += std::string(plane == 0 ? "PSNR " : "") + "YUV"[plane] + " " +
+                   gainText((*report.psnrBefore)[plane], (*report.psnrAfter)[plane]) + ", ";
+        }
     }
-    std::snprintf(text, sizeof text, "%.0f ms", report.milliseconds);
-    return all + text;
+    char time[32];
+    std::snprintf(time, sizeof time, "%.0f ms", report.milliseconds);
+    return all + time;
 }
 
 void to_json(nlohmann::json& json, const DenoiseReport& report) {

@@ -35,15 +35,18 @@ void BurstOutput::frame(const FrameReport& report) {
     const TruthScores scores = report.truth.value_or(TruthScores{});
     const std::optional<double> corners =
         scores.corners ? std::optional<double>(scores.corners->largest) : std::nullopt;
-    const std::string psnr = number(scores.psnrUnaligned, "%.2f") + " > " + number(scores.psnrAligned, "%.2f") + " (" +
-                             number(scores.psnrTrueHomography, "%.2f") + ")";
+    const auto figure = [](const std::optional<double>& value) { return value ? psnrText(*value) : "-"; };
+    std::string psnr = figure(scores.psnrUnaligned);
+    if (psnr != "identical" || figure(scores.psnrAligned) != psnr) {
+        psnr += " > " + figure(scores.psnrAligned) + " (" + figure(scores.psnrTrueHomography) + ")";
+    }
     const std::string time = number(report.matchMs, "%.0f") + " + " + number(report.libraryMs, "%.0f");
     std::printf("%-22s %6d %6zu %7d %10s %31s %15s\n", std::filesystem::path(report.frame).filename().c_str(),
                 report.matches.entries(), report.outcome.keptRef.size(), report.outcome.status,
                 number(corners, "%.3f px").c_str(), psnr.c_str(), time.c_str());
     if (scores.psnrMover) {
-        std::printf("    the mover's area, then and in the reference, is left out; inside it: %.2f dB aligned\n",
-                    *scores.psnrMover);
+        std::printf("    the mover's area, then and in the reference, is left out; inside it: %s dB aligned\n",
+                    psnrText(*scores.psnrMover).c_str());
     }
     if (report.refusal) std::printf("    refused, copied unaligned: %s\n", report.refusal->reason.c_str());
     if (!report.cornersHeld() && !report.refusal) {

@@ -67,6 +67,11 @@ class Canvas {
         return {pixels.width / double{kScale}, pixels.height / double{kScale}};
     }
 
+    // The size, at most this one, at which a text is no wider than `space`.
+    static double fittingSize(const std::string& text, double size, double space) {
+        return std::min(size, size * space / std::max(1.0, textSize(text, size).width));
+    }
+
     // `at` is on the base line. `size` is the height of a capital letter.
     void text(const std::string& text, cv::Point2d at, double size, Align align = Align::kLeft) {
         const double width = textSize(text, size).width;
@@ -153,23 +158,29 @@ class PanelDrawing {
     void axes() {
         canvas_.text(panel_.title, {left_, top_ - 14}, 14);
         const double stepX = tickStep(panel_.maxX, 8);
+        double free = -1e9;  // from here on the row of numbers is empty
         for (int tick = 0; tick * stepX <= panel_.maxX * 1.0001; ++tick) {
             const double x = tick * stepX;
             const double column = place({x, 0}).x;
             canvas_.line({column, top_}, {column, bottom_}, kPale, 1);
-            canvas_.text(tickText(x), {column, bottom_ + 20}, 11, Align::kCentre);
+            const double half = Canvas::textSize(tickText(x), 11).width / 2;
+            if (column - half < free) continue;
+            canvas_.text(tickText(x), {column, bottom_ + 22}, 11, Align::kCentre);
+            free = column + half + 8;
         }
         const double stepY = tickStep(maxY_, 6);
+        double widest = 0;
         for (int tick = 0; tick * stepY <= maxY_ * 1.0001; ++tick) {
             const double y = tick * stepY;
             const double row = place({0, y}).y;
             canvas_.line({left_, row}, {right_, row}, kPale, 1);
             canvas_.text(tickText(y), {left_ - 8, row + 5}, 11, Align::kRight);
+            widest = std::max(widest, Canvas::textSize(tickText(y), 11).width);
         }
         canvas_.line({left_, bottom_}, {right_, bottom_}, kInk, 1.3);
         canvas_.line({left_, top_}, {left_, bottom_}, kInk, 1.3);
-        canvas_.text(panel_.xLabel, {(left_ + right_) / 2, bottom_ + 44}, 12, Align::kCentre);
-        canvas_.verticalText(panel_.yLabel, {left_ - 68, (top_ + bottom_) / 2}, 12);
+        canvas_.text(panel_.xLabel, {(left_ + right_) / 2, bottom_ + 46}, 12, Align::kCentre);
+        canvas_.verticalText(panel_.yLabel, {left_ - std::max(68.0, widest + 26), (top_ + bottom_) / 2}, 12);
     }
 
     // Cut at the upper and lower edge, which values beyond the axis may pass.
@@ -204,9 +215,10 @@ class PanelDrawing {
             for (const Series& series : *list) {
                 if (series.name.empty()) continue;
                 named_.push_back(&series);
-                width = std::max(width, Canvas::textSize(series.name, 11).width);
+                width = std::max(width, Canvas::textSize(series.name, kLegendText).width);
             }
         }
+        width = std::min(width, right_ - left_ - kLegendSample - 50);
         legendSize_ = {width + kLegendSample + 26, kLegendRow * static_cast<double>(named_.size()) + 10};
     }
 
@@ -226,7 +238,9 @@ class PanelDrawing {
         double row = corner.y + 5 + kLegendRow / 2;
         for (const Series* series : named_) {
             canvas_.path({{corner.x + 8, row}, {corner.x + 8 + kLegendSample, row}}, series->color, 2.2, series->style);
-            canvas_.text(series->name, {corner.x + kLegendSample + 18, row + 5}, 11);
+            const double space = legendSize_.width - kLegendSample - 26;
+            canvas_.text(series->name, {corner.x + kLegendSample + 18, row + 5},
+                         Canvas::fittingSize(series->name, kLegendText, space));
             row += kLegendRow;
         }
     }
@@ -242,6 +256,7 @@ class PanelDrawing {
     }
 
     static constexpr double kLegendRow = 21;
+    static constexpr double kLegendText = 11;
     static constexpr double kLegendSample = 34;
 
     Canvas& canvas_;
@@ -273,7 +288,7 @@ cv::Mat drawChart(const Chart& chart) {
     canvas.text(chart.title, {kMargin, base}, 18);
     for (const std::string& note : chart.notes) {
         base += kNoteHeight;
-        canvas.text(note, {kMargin, base + 4}, 12);
+        canvas.text(note, {kMargin, base + 4}, Canvas::fittingSize(note, 12, columns * kPanelWidth - 2 * kMargin));
     }
     for (int i = 0; i < panels; ++i) {
         const int row = i / columns;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "host/exit_codes.h"
 #include "host/picture.h"
@@ -25,16 +26,43 @@ const TableLayout& layoutOf(TableKind kind, std::string_view name) {
 }
 
 // The half of a table that answers inputs from 0 on; the other half is its mirror image.
-Series tableSeries(const PlottedTables& plotted, const TableLayout& table, bool taken, int color, bool dashed) {
-    Series series;
-    series.name = std::string(table.label) + (plotted.name.empty() ? "" : ", " + plotted.name);
-    series.color = chartColor(color);
-    series.style = dashed ? LineStyle::kDashed : LineStyle::kSolid;
-    for (int input = 0; input < table.entries - table.zero; ++input) {
+std::vector<cv::Point2d> curvePoints(const PlottedTables& plotted, const TableLayout& table, bool taken) {
+    std::vector<cv::Point2d> points;
+    // The chroma tables end with a zero that is no part of the curve.
+    const int inputs = table.zero == 0 ? table.entries - 1 : table.entries - table.zero;
+    for (int input = 0; input < inputs; ++input) {
         const double value = plotted.tables.at(table, input) / static_cast<double>(table.scale);
-        series.points.emplace_back(input, taken ? input - value : value);
+        points.emplace_back(input, taken ? input - value : value);
     }
-    return series;
+    return points;
+}
+
+// A curve, and all that it is the curve of: the settings of each table.
+struct Curve {
+    Series series;
+    std::vector<std::pair<std::string, std::string>> tables = {};  // label, settings as "A = B"
+};
+
+void addTable(Curve& curve, const std::string& label, const std::string& setting) {
+    const auto same =
+        std::find_if(curve.tables.begin(), curve.tables.end(), [&](const auto& table) { return table.first == label; });
+    if (same == curve.tables.end()) {
+        curve.tables.emplace_back(label, setting);
+    } else {
+        same->second += " = " + setting;
+    }
+}
+
+// "luma, A = B"; "luma = luma with gain, A" where both have the same settings, else "shrink 0, B = shrink 1, A = B".
+std::string nameOf(const Curve& curve) {
+    const std::string& settings = curve.tables.front().second;
+    const bool shared = std::all_of(curve.tables.begin(), curve.tables.end(),
+                                    [&](const auto& table) { return table.second == settings; });
+    std::string name;
+    for (const auto& [label, own] : curve.tables) {
+        name += (name.empty() ? "" : " = ") + label + (shared ? "" : ", " + own);
+    }
+    return name + (shared && !settings.empty() ? ", " + settings : "");
 }
 
 Panel tablePanel(const PanelPlan& plan, const std::vector<PlottedTables>& plotted) {
@@ -43,18 +71,29 @@ Panel tablePanel(const PanelPlan& plan, const std::vector<PlottedTables>& plotte
     panel.xLabel = plan.xLabel;
     panel.yLabel = plan.yLabel;
     panel.maxY = 0;
+    std::vector<Curve> curves;
     for (std::size_t setting = 0; setting < plotted.size(); ++setting) {
         int color = 0;
         for (const char* name : plan.tables) {
             const TableLayout& table = layoutOf(plotted[setting].settings.kind, name);
-            panel.series.push_back(tableSeries(plotted[setting], table, plan.taken, color++, setting > 0));
-            // The chroma tables end with a zero that is no part of the curve.
-            if (table.zero == 0) panel.series.back().points.pop_back();
-            for (const cv::Point2d& point : panel.series.back().points) {
+            std::vector<cv::Point2d> points = curvePoints(plotted[setting], table, plan.taken);
+            for (const cv::Point2d& point : points) {
                 panel.maxX = std::max(panel.maxX, point.x);
                 panel.maxY = std::max(panel.maxY, point.y);
             }
+            auto curve = std::find_if(curves.begin(), curves.end(),
+                                      [&](const Curve& other) { return other.series.points == points; });
+            if (curve == curves.end()) {
+                const LineStyle style = setting > 0 ? LineStyle::kDashed : LineStyle::kSolid;
+                curve = curves.insert(curve, Curve{{"", std::move(points), chartColor(color), style}, {}});
+            }
+            addTable(*curve, table.label, plotted[setting].name);
+            ++color;
         }
+    }
+    for (Curve& curve : curves) {
+        curve.series.name = nameOf(curve);
+        panel.series.push_back(std::move(curve.series));
     }
     if (panel.maxY <= 0) {
         panel.message = "no correction";

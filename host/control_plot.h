@@ -16,7 +16,7 @@ struct PlottedTables {
     ControlTables tables;
 };
 
-// One setting, or two of one kind: the second is dashed.
+// One setting, or two of one kind: the second is dashed. Curves that are equal are drawn and named once.
 Chart controlChart(const std::vector<PlottedTables>& plotted);
 
 // Throws what saveChart would throw as far as that can be known before the work.

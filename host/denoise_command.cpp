@@ -1,6 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -11,8 +11,8 @@
 #include "host/denoise_call.h"
 #include "host/exit_codes.h"
 #include "host/metrics.h"
-#include "host/progress.h"
 #include "host/picture_stream.h"
+#include "host/progress.h"
 #include "host/raw_options.h"
 #include "host/tuning_record.h"
 
@@ -40,13 +40,14 @@ DenoiseSettings completeSettings(const DenoiseArguments& arguments, const Denois
     DenoiseSettings settings;
     if (arguments.isoRow) {
         const std::string file = arguments.tuning.empty() ? shippedTuningFile() : arguments.tuning;
-        assignRow(settings, loadTuningRecord(file, options.trace, options.log), *arguments.isoRow);
+        takeRow(settings, file, *arguments.isoRow, options.trace, options.log);
     } else if (!arguments.tuning.empty()) {
         throw HostError(kExitUsage, "--tuning needs --iso-row: which of its rows?");
     } else if (arguments.assignments.empty()) {
         throw HostError(kExitUsage, "what strength? Give --iso-row N or KEY=VALUE");
     }
     for (const std::string& assignment : arguments.assignments) assignSetting(settings, assignment);
+    noteSettings(settings);
     return settings;
 }
 
@@ -80,13 +81,30 @@ Gain measure(const Picture& before, const Picture& after, const Picture& truth, 
     return {pictureQuality(before, truth, all), pictureQuality(after, truth, all)};
 }
 
-void printGain(std::FILE* to, const Gain& gain) {
-    std::fprintf(to, "%-8s %26s %24s\n", "", "PSNR before > after, dB", "SSIM before > after");
+// PSNR and SSIM of the three planes, a line each.
+std::vector<CaptionLine> gainLines(const Gain& gain) {
+    std::vector<CaptionLine> lines;
     for (int plane = 0; plane < 3; ++plane) {
-        std::fprintf(to, "%-8c %9.2f > %6.2f (%+.2f) %14.4f > %.4f\n", "YUV"[plane], gain.before.psnr[plane],
-                     gain.after.psnr[plane], gain.after.psnr[plane] - gain.before.psnr[plane], gain.before.ssim[plane],
-                     gain.after.ssim[plane]);
+        char text[120];
+        std::snprintf(text, sizeof text, "PSNR %s dB, SSIM %.4f > %.4f",
+                      gainText(gain.before.psnr[plane], gain.after.psnr[plane]).c_str(), gain.before.ssim[plane],
+                      gain.after.ssim[plane]);
+        lines.push_back({std::string(1, "YUV"[plane]), text});
     }
+    return lines;
+}
+
+Caption sheetCaption(const DenoiseArguments& arguments, const DenoiseSettings& settings, const DenoiseOptions& options,
+                     const std::optional<Gain>& gain) {
+    Caption caption;
+    caption.title = std::filesystem::path(arguments.input).filename().string() + ", " + entryName(options.entry);
+    if (arguments.isoRow) {
+        const std::string file = arguments.tuning.empty() ? "the shipped tuning file" : arguments.tuning;
+        caption.title += ", row " + std::to_string(*arguments.isoRow) + " of " + file;
+    }
+    if (gain) caption.lines = gainLines(*gain);
+    caption.lines.insert(caption.lines.begin(), {"settings", describeSettings(settings)});
+    return caption;
 }
 
 void report(const DenoiseArguments& arguments, const DenoiseSettings& settings, const DenoiseOptions& options,
@@ -95,7 +113,8 @@ void report(const DenoiseArguments& arguments, const DenoiseSettings& settings, 
     if (!arguments.json) {
         std::fprintf(to, "%dx%d, %s, %.1f ms\n", outcome.picture.width, outcome.picture.height,
                      entryName(options.entry), outcome.milliseconds);
-        if (gain) printGain(to, *gain);
+        if (!gain) return;
+        for (const auto& [plane, text] : gainLines(*gain)) std::fprintf(to, "  %s  %s\n", plane.c_str(), text.c_str());
         return;
     }
     nlohmann::ordered_json json = {{"input", arguments.input},
@@ -123,28 +142,19 @@ void runDenoise(const DenoiseArguments& arguments) {
     progress.at(0, "reading " + arguments.input + ", then denoising and writing");
     std::size_t count = 0;
     streamPictures(reader, writer, [&](const Picture& picture) {
-        progress.at(count, "denoising and writing");
+        progress.at(count, "denoising, then writing");
         DenoiseOutcome outcome = denoisePicture(picture, settings, options);
         std::optional<Gain> gain;
         if (truth) gain = measure(picture, outcome.picture, *truth, arguments.truth);
         if (count++ == 0 && !arguments.beforeAfter.empty()) {
-            saveBgr(arguments.beforeAfter, beforeAfterSheet(picture, outcome.picture));
+            saveBgr(arguments.beforeAfter, beforeAfterSheet(picture, outcome.picture, truth ? &*truth : nullptr,
+                                                            sheetCaption(arguments, settings, options, gain)));
         }
         progress.hide();
         report(arguments, settings, options, outcome, gain);
+        progress.at(count, "writing " + arguments.output);
         return std::move(outcome.picture);
     });
-}
-
-std::string keyList() {
-    std::string text = "Keys:";
-    for (const DenoiseKey& key : denoiseKeys()) {
-        text += "\n  " + std::string(key.name) + std::string(17 - std::strlen(key.name), ' ') + key.meaning;
-    }
-    return text +
-           "\n  chromaNrLUT      up to 40 words with commas between: by plane (2), wavelet level (5), class of value "
-           "(4);\n"
-           "                   a word of 512 * T / (0.4 * (chromaS + 100)) is a threshold of T levels; default 0\n";
 }
 
 }  // namespace
@@ -166,19 +176,21 @@ void addDenoiseCommand(CLI::App& app) {
                      "high: ChromaHighLevelMainCall_2; low: ChromaLowLevelMainCall_2, which follows --mask")
         ->check(CLI::IsMember({"high", "low"}));
     command->add_option("--mask", arguments->mask, "Motion mask of the picture's size; all 0 when not given");
-    command->add_option("--before-after", arguments->beforeAfter,
-                        "A sheet (.png) of crops at true size: input, output and difference");
+    command->add_option(
+        "--before-after", arguments->beforeAfter,
+        "A sheet (.png) of crops at true size: input, output, truth and difference, with settings\nand figures");
     command->add_option("--truth", arguments->truth, "Clean picture of the same size: print PSNR and SSIM");
     addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--json", arguments->json, "Print a line of JSON for each picture");
     command->add_flag("--trace", arguments->trace, "Print each address conversion, sync and flush to stderr");
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");
-    command->footer(keyList() +
-                    "\nThe last five keys before chromaNrLUT are in no tuning file. Sides that the entries do not take "
-                    "as they are (height\nno multiple of 16, width no multiple of 4) are mirrored on, and cut off "
-                    "again.\n\n"
-                    "  eis-host denoise noisy.png clean.png --iso-row 4 --before-after sheet.png\n"
-                    "  eis-host denoise noisy.png clean.png lumaLF=-80 lumaHF1=0 detail=-60 --truth truth.png --json");
+    command->footer(
+        denoiseKeyHelp() +
+        "\n\nThe keys from lumaNrEnable to iirImgCount are in no tuning file. Sides that the entries do not take "
+        "as they are (height\nno multiple of 16, width no multiple of 4) are mirrored on, and cut off "
+        "again.\n\n"
+        "  eis-host denoise noisy.png clean.png --iso-row 4 --before-after sheet.png\n"
+        "  eis-host denoise noisy.png clean.png lumaLF=-80 lumaHF1=0 detail=-60 --truth truth.png --json");
     command->callback([arguments] { runDenoise(*arguments); });
 }
 

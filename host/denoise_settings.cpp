@@ -3,9 +3,15 @@
 #include <strings.h>
 
 #include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <sstream>
 
 #include "host/exit_codes.h"
+#include "host/key_meanings.h"
+#include "host/messages.h"
 #include "host/nearest_name.h"
+#include "host/tuning_record.h"
 
 namespace eishost {
 
@@ -15,23 +21,19 @@ constexpr char kLutName[] = "chromaNrLUT";
 
 using Settings = DenoiseSettings;
 constexpr DenoiseKey kKeys[] = {
-    {"lumaMed", &Settings::lumaMed, INT32_MIN, INT32_MAX, true, "not 0: a 3x3 median first"},
-    {"lumaLF", &Settings::lumaLF, INT32_MIN, INT32_MAX, true, "low-frequency luma smoothing, from -100 (none)"},
-    {"lumaHF1", &Settings::lumaHF1, INT32_MIN, INT32_MAX, true, "luma detail shrinkage, -128 (none) to 0"},
-    {"lumaHF2", &Settings::lumaHF2, INT32_MIN, INT32_MAX, true, "carried, without effect"},
-    {"lumaHF3", &Settings::lumaHF3, INT32_MIN, INT32_MAX, true, "carried, without effect"},
-    {"detail", &Settings::detail, INT32_MIN, INT32_MAX, true, "luma texture that comes back, -128 (most) to 0"},
-    {"chromaS", &Settings::chromaS, INT32_MIN, INT32_MAX, true, "chroma strength, about -100 (none) up; default -90"},
-    {"lumaNrEnable", &Settings::lumaNrEnable, INT32_MIN, INT32_MAX, false, "0 leaves luma alone; default 1"},
-    {"chromaNrEnable", &Settings::chromaNrEnable, INT32_MIN, INT32_MAX, false, "0 leaves chroma alone; default 1"},
-    {"chromaEdgeLevel", &Settings::chromaEdgeLevel, 0, 255, false,
-     "above 64 luma edges guard chroma, too; from 201 the gain index falls by one; default 65"},
-    {"chromaGainIndex", &Settings::chromaGainIndex, INT32_MIN, INT32_MAX, false,
-     "1 (mild) to 9 (strong): saturation gain; default 0, none"},
-    {"chromaEdgeAlpha", &Settings::chromaEdgeAlpha, INT32_MIN, INT32_MAX, false,
-     "0 to 255: denoised chroma against its low-pass on edges; default 192"},
-    {"iirImgCount", &Settings::iirImgCount, 0, 255, false,
-     "images behind the motion mask, for --chroma-only low; default 0"},
+    {"lumaMed", &Settings::lumaMed, true},
+    {"lumaLF", &Settings::lumaLF, true},
+    {"lumaHF1", &Settings::lumaHF1, true},
+    {"lumaHF2", &Settings::lumaHF2, true},
+    {"lumaHF3", &Settings::lumaHF3, true},
+    {"detail", &Settings::detail, true},
+    {"chromaS", &Settings::chromaS, true},
+    {"lumaNrEnable", &Settings::lumaNrEnable, false},
+    {"chromaNrEnable", &Settings::chromaNrEnable, false},
+    {"chromaEdgeLevel", &Settings::chromaEdgeLevel, false, 0, 255},
+    {"chromaGainIndex", &Settings::chromaGainIndex, false},
+    {"chromaEdgeAlpha", &Settings::chromaEdgeAlpha, false},
+    {"iirImgCount", &Settings::iirImgCount, false, 0, 255},
 };
 
 // The number that `text` starts with; what follows is left in it.
@@ -71,6 +73,10 @@ std::string unknownKey(const std::string& name) {
 
 }  // namespace
 
+const char* DenoiseKey::section() const {
+    return inRow ? "NoiseReduction" : kCallSection;
+}
+
 std::span<const DenoiseKey> denoiseKeys() {
     return kKeys;
 }
@@ -96,14 +102,75 @@ void assignSetting(DenoiseSettings& settings, const std::string& assignment) {
     for (const DenoiseKey& key : kKeys) {
         if (strcasecmp(name.c_str(), key.name) != 0) continue;
         std::int32_t value = 0;
-        if (!takeNumber(text, value) || !text.empty() || value < key.min || value > key.max) {
+        if (!takeNumber(text, value) || !text.empty() || value < key.lowest || value > key.highest) {
             throw HostError(kExitUsage, "'" + assignment + "': want " + key.name + "=a whole number from " +
-                                            std::to_string(key.min) + " to " + std::to_string(key.max));
+                                            std::to_string(key.lowest) + " to " + std::to_string(key.highest));
         }
         settings.*key.value = value;
         return;
     }
     throw HostError(kExitUsage, unknownKey(name));
+}
+
+void takeRow(DenoiseSettings& settings, const std::string& file, int row, std::ostream* trace, std::ostream* log) {
+    const ST_CONFIG_XML record = loadTuningRecord(file, trace, log);
+    const std::vector<int> disordered = rowsOutOfOrder(record, "NoiseReduction");
+    if (!disordered.empty()) {
+        note(file + ": the isovalue of ISO" + std::to_string(disordered.front()) +
+             " is not above that of the row before it");
+    }
+    assignRow(settings, record, row);
+}
+
+void noteSettings(const DenoiseSettings& settings) {
+    for (const DenoiseKey& key : kKeys) {
+        if (const auto text = rangeNote(key.section(), key.name, settings.*key.value)) note(*text);
+    }
+    for (const std::uint32_t word : settings.chromaNrLUT) {
+        const auto text = rangeNote("NoiseReduction", kLutName, word);
+        if (!text) continue;
+        note(*text);
+        break;
+    }
+}
+
+std::string describeSettings(const DenoiseSettings& settings) {
+    const DenoiseSettings none;
+    std::string text;
+    for (const DenoiseKey& key : kKeys) {
+        if (settings.*key.value == none.*key.value) continue;
+        text += std::string(text.empty() ? "" : ", ") + key.name + " " + std::to_string(settings.*key.value);
+    }
+    if (settings.chromaNrLUT != none.chromaNrLUT) {
+        text +=
+            std::string(text.empty() ? "" : ", ") + kLutName + " " + std::to_string(settings.chromaNrLUT[0]) + ",...";
+    }
+    return text;
+}
+
+std::string denoiseKeyHelp() {
+    const DenoiseSettings standard;
+    std::string text = "Keys, with their useful range and what they have when not given:";
+    const auto line = [&](const char* section, const char* name, const std::string& value) {
+        const KeyMeaning& meaning = meaningOf(section, name);
+        char start[80];
+        std::snprintf(start, sizeof start, "\n  %-16s %-12s %-10s %5s  ", name, meaning.range().c_str(), meaning.unit,
+                      value.c_str());
+        text += start;
+        std::size_t column = std::strlen(start) - 1;
+        std::istringstream words(meaning.meaning);
+        for (std::string word; words >> word; column += word.size() + 1) {
+            constexpr std::size_t kLineWidth = 118;
+            if (column + word.size() > kLineWidth) {
+                column = std::strlen(start) - 1;
+                text.append("\n").append(column, ' ');
+            }
+            text += word + " ";
+        }
+    };
+    for (const DenoiseKey& key : kKeys) line(key.section(), key.name, std::to_string(standard.*key.value));
+    line("NoiseReduction", kLutName, "0");
+    return text;
 }
 
 ST_DN_PARAMS_NEW denoiseParams(const DenoiseSettings& settings) {

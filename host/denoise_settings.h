@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <nlohmann/json.hpp>
 #include <span>
 #include <string>
@@ -16,10 +17,11 @@ struct DenoiseSettings;
 struct DenoiseKey {
     const char* name;
     std::int32_t DenoiseSettings::*value;
-    std::int32_t min;
-    std::int32_t max;
-    bool inRow;  // a tuning file has it in its rows
-    const char* meaning;
+    bool inRow;                       // a tuning file has it in its rows
+    std::int32_t lowest = INT32_MIN;  // of what the parameter block can hold
+    std::int32_t highest = INT32_MAX;
+
+    const char* section() const;
 };
 
 // What a key has that is not given: no luma denoising, and as little of chroma as the entries can do.
@@ -46,9 +48,21 @@ std::span<const DenoiseKey> denoiseKeys();
 // Takes what row `row` (1 to 8) of a tuning record holds; the other keys stay.
 void assignRow(DenoiseSettings& settings, const ST_CONFIG_XML& record, int row);
 
+// The same of a tuning file, by loadTuningRecord; notes rows that are out of order.
+void takeRow(DenoiseSettings& settings, const std::string& file, int row, std::ostream* trace, std::ostream* log);
+
 // Takes "KEY=VALUE", and "chromaNrLUT=N,N,..." with up to 40 numbers, the rest 0. HostError(kExitUsage) for an unknown
 // key, with the nearest known one, and for a bad value.
 void assignSetting(DenoiseSettings& settings, const std::string& assignment);
+
+// Notes the values that are outside their useful range.
+void noteSettings(const DenoiseSettings& settings);
+
+// "lumaLF -85, detail -76, chromaNrLUT 137,...": the keys that differ from what they have when not given.
+std::string describeSettings(const DenoiseSettings& settings);
+
+// The keys for a command's help, one a line.
+std::string denoiseKeyHelp();
 
 // The record of the entries; the addresses are left 0.
 ST_DN_PARAMS_NEW denoiseParams(const DenoiseSettings& settings);

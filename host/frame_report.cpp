@@ -102,6 +102,7 @@ FrameReport reportFrame(const PreparedFrame& reference, const PreparedFrame& fra
 void scoreFrame(FrameReport& report, const Picture& frame, const Picture& clean, const cv::Matx33d& truth,
                 const cv::Mat& mover) {
     TruthScores scores;
+    report.mover = mover;
     const cv::Size size(frame.width, frame.height);
     cv::Mat object;
     if (!mover.empty()) {

@@ -38,7 +38,8 @@ struct FrameReport {
     double matchMs = 0;
     double libraryMs = 0;
     std::optional<TruthScores> truth;
-    cv::Mat scored;           // 255 where truth counts, 0 at the object; empty when that is everywhere
+    cv::Mat mover;   // 255 where an object moves by itself, in the frame or in the reference; empty when none is known
+    cv::Mat scored;  // 255 where truth counts, 0 at the object; empty when that is everywhere
     std::string alignedFile;  // empty when not written
     std::string overlayFile;
     std::optional<DenoiseReport> denoised;

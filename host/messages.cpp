@@ -1,6 +1,7 @@
 #include "host/messages.h"
 
 #include <errno.h>  // program_invocation_short_name
+#include <unistd.h>
 
 #include <iostream>
 
@@ -11,7 +12,8 @@ const char* toolName() {
 }
 
 void tell(const std::string& text) {
-    std::cerr << toolName() << ": " << text << '\n';
+    // On a terminal a line of progress may stand where this one goes.
+    std::cerr << (isatty(STDERR_FILENO) != 0 ? "\r\033[K" : "") << toolName() << ": " << text << std::endl;
 }
 
 void note(const std::string& text) {

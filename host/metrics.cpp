@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <opencv2/imgproc.hpp>
 
@@ -38,6 +39,24 @@ double planePsnr(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect&
     const double squares = cv::norm(plane(area), reference(area), cv::NORM_L2SQR, mask);
     if (squares == 0) return std::numeric_limits<double>::infinity();
     return 10 * std::log10(kPeak * kPeak * samples / squares);
+}
+
+std::string psnrText(double psnr) {
+    if (std::isinf(psnr)) return "identical";
+    char text[32];
+    std::snprintf(text, sizeof text, "%.2f", psnr);
+    return text;
+}
+
+std::string gainText(double before, double after) {
+    if (std::isinf(before) && std::isinf(after)) return "identical";
+    std::string text = psnrText(before) + " > " + psnrText(after);
+    if (std::isfinite(before) && std::isfinite(after)) {
+        char gain[32];
+        std::snprintf(gain, sizeof gain, " (%+.2f)", after - before);
+        text += gain;
+    }
+    return text;
 }
 
 double planeSsim(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area) {

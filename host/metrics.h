@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 #include <opencv2/core.hpp>
+#include <string>
 
 #include "host/picture.h"
 
@@ -11,6 +12,12 @@ namespace eishost {
 // Peak signal-to-noise ratio of 8-bit samples inside `area`, in dB; infinite where they are equal. With `counted`,
 // which has the plane's size, only of the samples where it is not 0; NaN where that leaves none.
 double planePsnr(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area, const cv::Mat& counted = {});
+
+// "29.11", or "identical" for an infinite one.
+std::string psnrText(double psnr);
+
+// "29.11 > 34.20 (+5.09)", or "identical" when both are.
+std::string gainText(double before, double after);
 
 // Mean structural similarity inside `area`, -1 to 1: Gaussian window of 11 by 11 with sigma 1.5 at every position where
 // it fits, K1 0.01, K2 0.03 (Wang, Bovik, Sheikh, Simoncelli, Image quality assessment: from error visibility to

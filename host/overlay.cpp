@@ -8,26 +8,20 @@
 #include <unordered_set>
 #include <vector>
 
+#include "host/caption.h"
 #include "host/picture.h"
 
 namespace eishost {
 
 namespace {
 
-constexpr int kLargestWidth = 1600;
-constexpr int kLeastWidth = 900;  // narrower pictures are enlarged, so that the text fits
 constexpr std::size_t kMostDrawn = 700;
-constexpr int kStrip = 108;
-constexpr int kMargin = 16;
-constexpr int kFont = cv::FONT_HERSHEY_DUPLEX;
 
 // Blue, green, red; told apart with every common colour vision.
 const cv::Scalar kKeptColour(60, 220, 60);
 const cv::Scalar kDroppedColour(70, 70, 255);
 const cv::Scalar kAreaColour(0, 215, 255);
 const cv::Scalar kMirrorColour(230, 120, 40);
-const cv::Scalar kTextColour(235, 235, 235);
-const cv::Scalar kStripColour(32, 32, 32);
 
 struct Pair {
     cv::Point2f ref;
@@ -56,14 +50,9 @@ std::vector<Pair> droppedPairs(const FrameReport& report) {
     return dropped;
 }
 
-std::size_t drawnStep(std::size_t pairs) {
-    return pairs / kMostDrawn + 1;
-}
-
 // Lines are mixed into the picture with `weight`, dots are solid.
-void drawPairs(cv::Mat& canvas, const std::vector<Pair>& pairs, double scale, const cv::Scalar& colour, int thickness,
-               double weight) {
-    const std::size_t step = drawnStep(pairs.size());
+void drawPairs(cv::Mat& canvas, const std::vector<Pair>& pairs, std::size_t step, double scale,
+               const cv::Scalar& colour, int thickness, double weight) {
     cv::Mat lines = canvas.clone();
     for (std::size_t i = 0; i < pairs.size(); i += step) {
         cv::line(lines, pairs[i].ref * scale, pairs[i].cur * scale, colour, thickness, cv::LINE_AA);
@@ -79,15 +68,6 @@ void shadeMargin(cv::Mat& canvas, const cv::Rect& area) {
     cv::addWeighted(canvas, 0.55, cv::Mat(canvas.size(), canvas.type(), kMirrorColour), 0.45, 0, shaded);
     canvas(area).copyTo(shaded(area));
     canvas = shaded;
-}
-
-// Text shrinks to what is left of the line. Returns the column where it ends.
-int write(cv::Mat& canvas, const std::string& text, cv::Point at, double size, const cv::Scalar& colour) {
-    const int width = cv::getTextSize(text, kFont, size, 1, nullptr).width;
-    const int space = std::max(1, canvas.cols - kMargin - at.x);
-    const double fitting = width > space ? size * space / width : size;
-    cv::putText(canvas, text, at, kFont, fitting, colour, 1, cv::LINE_AA);
-    return at.x + std::min(width, space);
 }
 
 std::string fixed(double value, int digits) {
@@ -116,36 +96,29 @@ std::string numbers(const FrameReport& report) {
     return text;
 }
 
-void drawStrip(cv::Mat strip, const FrameReport& report, const std::string& referenceName, std::size_t dropped) {
-    const cv::Scalar good = report.refusal ? kDroppedColour : kTextColour;
-    write(strip, headline(report, referenceName), {kMargin, 32}, 0.8, good);
-    write(strip, numbers(report), {kMargin, 62}, 0.6, report.refusal || !report.cornersHeld() ? good : kTextColour);
-    int x = kMargin;
-    const auto entry = [&](const cv::Scalar& colour, const std::string& label) {
-        cv::rectangle(strip, cv::Rect(x, 78, 24, 16), colour, cv::FILLED);
-        x = write(strip, label, {x + 32, 92}, 0.55, kTextColour) + 28;
-    };
-    entry(kKeptColour, "kept pairs " + std::to_string(report.outcome.keptRef.size()));
-    entry(kDroppedColour, "dropped " + std::to_string(dropped));
+Caption captionOf(const FrameReport& report, const std::string& referenceName, std::size_t dropped, std::size_t step) {
+    Caption caption;
+    caption.title = headline(report, referenceName);
+    caption.titleWarns = report.refusal.has_value();
+    caption.lines = {{"", numbers(report)}};
+    caption.linesWarn = report.refusal || !report.cornersHeld();
+    caption.legend = {{kKeptColour, "kept pairs " + std::to_string(report.outcome.keptRef.size())},
+                      {kDroppedColour, "dropped " + std::to_string(dropped)}};
     if (report.area) {
-        entry(kAreaColour, "filled from the frame");
-        entry(kMirrorColour, "mirrored");
+        caption.legend.push_back({kAreaColour, "filled from the frame"});
+        caption.legend.push_back({kMirrorColour, "mirrored"});
     }
-    const std::size_t step = drawnStep(report.outcome.keptRef.size());
-    const std::string share = step > 1 ? ", one kept pair in " + std::to_string(step) + " drawn" : "";
-    write(strip, "(dot: reference, line end: frame" + share + ")", {x, 92}, 0.5, kTextColour * 0.7);
+    if (!report.mover.empty()) caption.legend.push_back({kMoverColour, "mover, then and in the reference"});
+    caption.remark = "(dot: reference, line end: frame" +
+                     (step > 1 ? ", one pair in " + std::to_string(step) + " drawn" : std::string()) + ")";
+    return caption;
 }
 
 }  // namespace
 
 cv::Mat drawOverlay(const FrameReport& report, const std::string& referenceName) {
-    const cv::Mat picture = bgrFromPicture(report.outcome.aligned);
-    const int width = std::clamp(picture.cols, kLeastWidth, kLargestWidth);
-    const double scale = static_cast<double>(width) / picture.cols;
-    const int height = std::max(1, cvRound(picture.rows * scale));
-    cv::Mat shown;
-    cv::resize(picture, shown, {width, height}, 0, 0, scale < 1 ? cv::INTER_AREA : cv::INTER_LINEAR);
-    shown = shown * 0.65;  // lines stand out on a darker picture
+    const double scale = drawingScale(report.outcome.aligned.width);
+    cv::Mat shown = scaledPicture(bgrFromPicture(report.outcome.aligned), scale) * 0.65;  // lines stand out on it
 
     cv::Rect area;
     if (report.area) {
@@ -159,14 +132,13 @@ cv::Mat drawOverlay(const FrameReport& report, const std::string& referenceName)
     for (std::size_t i = 0; i < report.outcome.keptRef.size(); ++i) {
         kept.push_back({report.outcome.keptRef[i], report.outcome.keptCur[i]});
     }
-    drawPairs(shown, dropped, scale, kDroppedColour, 1, 0.5);
-    drawPairs(shown, kept, scale, kKeptColour, report.refusal ? 1 : 2, 1);
+    // One step for both: their shares are to be seen.
+    const std::size_t step = std::max(kept.size(), dropped.size()) / kMostDrawn + 1;
+    drawPairs(shown, dropped, step, scale, kDroppedColour, 1, 0.5);
+    drawPairs(shown, kept, step, scale, kKeptColour, report.refusal ? 1 : 2, 1);
     if (report.area) cv::rectangle(shown, area, kAreaColour, 2);
-
-    cv::Mat canvas(kStrip + height, width, CV_8UC3, kStripColour);
-    shown.copyTo(canvas.rowRange(kStrip, kStrip + height));
-    drawStrip(canvas.rowRange(0, kStrip), report, referenceName, dropped.size());
-    return canvas;
+    if (!report.mover.empty()) drawMover(shown, scaledPicture(report.mover, scale));
+    return withCaption(shown, captionOf(report, referenceName, dropped.size(), step));
 }
 
 void saveOverlay(const std::string& path, const FrameReport& report, const std::string& referenceName) {

@@ -10,7 +10,8 @@ namespace eishost {
 
 // The aligned (or, after a refusal, the copied) picture, at most 1600 pixels wide, under a strip with the numbers and
 // the legend: the pairs that the library kept and dropped, each a line from its reference position to its position in
-// the frame, the filled rectangle, and the mirrored margin shaded. Of many pairs an even choice is drawn. 8-bit BGR.
+// the frame, the filled rectangle, the mirrored margin shaded, and the outline of a known mover. Of many pairs an even
+// choice is drawn, of both kinds the same share. 8-bit BGR.
 cv::Mat drawOverlay(const FrameReport& report, const std::string& referenceName);
 
 // Writes drawOverlay's picture; HostError(kExitUsage) for an extension that is not .png, .jpg or .jpeg,

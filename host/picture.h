@@ -7,8 +7,8 @@
 // Formats: PNG and JPEG (through RGB, so chroma is not kept exactly), Y4M in 4:2:0 with 8 bits, and raw I420, NV12 and
 // NV21; P010 is read alone. Input is told by its first bytes; raw pictures need a size, and a format where the file's
 // extension names none. Output is told by the extension (.png, .jpg, .jpeg, .y4m, .i420, .nv12, .nv21, .yuv). "-" is
-// standard input, or standard output as Y4M. Odd sides of Y4M and raw pictures lose their last column or row, and a
-// note tells so; those of PNG and JPEG are refused.
+// standard input, or standard output as Y4M. Odd sides lose their last column or row, and a note tells so, as it tells
+// what else reading drops; a photograph is turned as its EXIF says.
 #pragma once
 
 #include <cstddef>
@@ -90,6 +90,9 @@ class PictureReader {
   private:
     std::unique_ptr<PictureSource> source_;
 };
+
+// For a reader whose pictures go where no interlacing is known.
+void noteInterlacing(const PictureReader& reader, const std::string& path);
 
 // All pictures of a file, at least one.
 std::vector<Picture> loadPictures(const std::string& path, const RawOptions& raw = {});

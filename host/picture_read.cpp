@@ -8,6 +8,7 @@
 #include "host/messages.h"
 #include "host/picture.h"
 #include "host/picture_names.h"
+#include "host/picture_notes.h"
 #include "host/raw_picture.h"
 #include "host/video/y4m_stream.h"
 
@@ -66,6 +67,8 @@ cv::Mat decodeImage(InputFile& file) {
         bgr.release();  // the limits of the decoder
     }
     if (bgr.empty()) file.fail("cannot be decoded");
+    const std::string dropped = droppedByReading(bytes);
+    if (!dropped.empty()) note(file.name() + ": dropped on reading: " + dropped);
     return bgr;
 }
 
@@ -107,7 +110,8 @@ class ImageSource : public PictureSource {
         if (std::exchange(done_, true)) return std::nullopt;
         const cv::Mat bgr = decodeImage(file_);
         try {
-            return pictureFromBgr(bgr);
+            noteOddSides(file_.name(), {bgr.cols, bgr.rows});
+            return pictureFromBgr(bgr(cv::Rect(0, 0, bgr.cols & ~1, bgr.rows & ~1)));
         } catch (const HostError& error) {
             file_.fail(error.what(), error.code);
         }
@@ -211,8 +215,14 @@ std::vector<Picture> loadPictures(const std::string& path, const RawOptions& raw
     return pictures;
 }
 
+void noteInterlacing(const PictureReader& reader, const std::string& path) {
+    if (reader.clipFormat() == nullptr || !reader.clipFormat()->interlaced()) return;
+    note(path + ": is interlaced, its fields are taken as one picture");
+}
+
 Picture loadPicture(const std::string& path, const RawOptions& raw) {
     PictureReader reader(path, raw);
+    noteInterlacing(reader, path);
     std::optional<Picture> picture = reader.next();
     if (reader.next()) refuseSeveral(path);
     return std::move(*picture);

@@ -10,6 +10,7 @@
 #include "host/exit_codes.h"
 #include "host/frame_report.h"
 #include "host/frame_source.h"
+#include "host/messages.h"
 #include "host/overlay.h"
 #include "host/progress.h"
 #include "host/raw_options.h"
@@ -36,11 +37,11 @@ void printTruth(std::FILE* to, const TruthScores& scores) {
         std::fprintf(to, "truth       corner error %.3f px at most, %.3f px on average\n", scores.corners->largest,
                      scores.corners->mean);
     }
-    std::fprintf(to, "            luma PSNR against the clean reference: unaligned %.2f dB",
-                 scores.psnrUnaligned.value_or(0));
+    std::fprintf(to, "            luma PSNR against the clean reference: unaligned %s dB",
+                 psnrText(scores.psnrUnaligned.value_or(0)).c_str());
     if (scores.psnrAligned) {
-        std::fprintf(to, ", aligned %.2f dB, by the true homography %.2f dB", *scores.psnrAligned,
-                     scores.psnrTrueHomography.value_or(0));
+        std::fprintf(to, ", aligned %s dB, by the true homography %s dB", psnrText(*scores.psnrAligned).c_str(),
+                     psnrText(scores.psnrTrueHomography.value_or(0)).c_str());
     }
     std::fprintf(to, "\n");
     if (scores.psnrMover) {
@@ -92,7 +93,7 @@ void runRegister(const RegisterArguments& arguments) {
     frame.refuseBlank();
     const TruthScorer truth(arguments.reference, source);
     progress.hide();
-    if (source.cutRows() > 0) std::cerr << "eis-host: note: " << source.note() << '\n';
+    if (source.cutRows() > 0) note(source.note());
 
     RegistrationOptions options;
     options.lumaOnly = arguments.lumaOnly;
@@ -119,8 +120,8 @@ void runRegister(const RegisterArguments& arguments) {
         printReport(to, report);
     }
     if (!report.cornersHeld()) {
-        std::cerr << "eis-host: warning: kept pairs cover " << std::lround(100 * report.coverage)
-                  << "% of the frame; under half of it the corners are not held\n";
+        note("kept pairs cover " + std::to_string(std::lround(100 * report.coverage)) +
+             "% of the frame; under half of it the corners are not held");
     }
 }
 

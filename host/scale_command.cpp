@@ -5,9 +5,9 @@
 
 #include "host/commands.h"
 #include "host/exit_codes.h"
-#include "host/progress.h"
 #include "host/messages.h"
 #include "host/picture_stream.h"
+#include "host/progress.h"
 #include "host/raw_options.h"
 #include "host/scale_call.h"
 #include "host/video/y4m_stream.h"
@@ -61,7 +61,7 @@ void runScale(const ScaleArguments& arguments) {
     progress.at(0, "reading " + arguments.input + ", then scaling and writing");
     Area crop;
     streamPictures(reader, writer, [&](const Picture& picture) {
-        progress.at(count, "scaling and writing");
+        progress.at(count, "scaling, then writing");
         crop = parseCrop(arguments.crop, picture);
         const ClipFormat* const clip = reader.clipFormat();
         if (count == 0 && clip != nullptr && clip->interlaced() && crop.height != size.height) {
@@ -70,7 +70,7 @@ void runScale(const ScaleArguments& arguments) {
         ScaleOutcome outcome = scalePicture(picture, crop, size, arguments.trace ? &std::cerr : nullptr,
                                             arguments.log ? &std::cerr : nullptr);
         milliseconds += outcome.milliseconds;
-        ++count;
+        progress.at(++count, "writing " + arguments.output);
         return std::move(outcome.picture);
     });
     progress.hide();

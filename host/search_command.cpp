@@ -8,7 +8,9 @@
 
 #include "host/commands.h"
 #include "host/exit_codes.h"
+#include "host/messages.h"
 #include "host/progress.h"
+#include "host/raw_options.h"
 #include "host/row_search.h"
 
 namespace eishost {
@@ -19,13 +21,14 @@ struct SearchArguments {
     std::vector<std::string> files;
     std::vector<std::string> assignments;
     int row = 1;
+    RawOptions raw;
 };
 
-std::vector<NoisyPair> loadPairs(const std::vector<std::string>& files) {
+std::vector<NoisyPair> loadPairs(const std::vector<std::string>& files, const RawOptions& raw) {
     if (files.size() % 2 != 0) throw HostError(kExitUsage, "want pairs of pictures: NOISY CLEAN NOISY CLEAN ...");
     std::vector<NoisyPair> pairs;
     for (std::size_t i = 0; i < files.size(); i += 2) {
-        pairs.push_back({loadPicture(files[i]), loadPicture(files[i + 1])});
+        pairs.push_back({loadPicture(files[i], raw), loadPicture(files[i + 1], raw)});
         const NoisyPair& pair = pairs.back();
         if (pair.noisy.width != pair.clean.width || pair.noisy.height != pair.clean.height) {
             throw HostError(kExitUnsuitable, files[i] + " and " + files[i + 1] + " differ in size");
@@ -45,7 +48,7 @@ void catchInterrupt() {
 }
 
 void noteWhatHasNoNoise(const std::vector<NoisyPair>& pairs, const std::vector<std::string>& files) {
-    std::string notes;
+    std::vector<std::string> notes;
     bool any = false;
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         std::string without;
@@ -54,11 +57,11 @@ void noteWhatHasNoNoise(const std::vector<NoisyPair>& pairs, const std::vector<s
         }
         any |= without != "Y, U, V";
         if (!without.empty()) {
-            notes += "eis-host: note: " + files[2 * i] + ": no noise in " + without + ", left out of the search\n";
+            notes.push_back(files[2 * i] + ": no noise in " + without + ", left out of the search");
         }
     }
     if (!any) throw HostError(kExitUnsuitable, files[0] + ": no noise in any plane, there is nothing to search by");
-    std::cerr << notes;
+    for (const std::string& text : notes) note(text);
 }
 
 std::string describe(const SearchResult& result) {
@@ -75,7 +78,7 @@ std::string describe(const SearchResult& result) {
 }
 
 void runSearch(const SearchArguments& arguments) {
-    const std::vector<NoisyPair> pairs = loadPairs(arguments.files);
+    const std::vector<NoisyPair> pairs = loadPairs(arguments.files, arguments.raw);
     RowCandidate start;
     start.settings.lumaLF = -80;
     start.settings.lumaHF1 = -60;
@@ -92,14 +95,14 @@ void runSearch(const SearchArguments& arguments) {
         result = searchRow(pairs, start,
                            {[&progress](const std::string& line) {
                                 progress.hide();
-                                std::cerr << line << std::endl;
+                                tell(line);
                             },
                             [&progress](const SearchTrial& trial) {
                                 progress.at(trial.done, trial.total, trial.what);
                                 return interrupted == 0;
                             }});
     }
-    std::cerr << (result.ended ? "" : "interrupted; the best row so far: ") << describe(result) << '\n';
+    tell((result.ended ? "" : "interrupted; the best row so far: ") + describe(result));
     std::cout << rowXml(result.best.settings, arguments.row) << std::flush;
     if (!result.ended) std::raise(SIGINT);  // the shell learns how this ended
 }
@@ -111,9 +114,11 @@ void addSearchCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("search", "Finds the denoise row that fits pictures of known noise");
     command->add_option("FILES", arguments->files, "NOISY CLEAN NOISY CLEAN ..., like the frames of eis-host synth")
         ->required();
-    command->add_option("--set", arguments->assignments, "KEY=VALUE of eis-host denoise to start from");
+    command->add_option("--set", arguments->assignments, "KEY=VALUE of eis-host denoise to start from; may be repeated")
+        ->allow_extra_args(false);
     command->add_option("--row", arguments->row, "Number of the row to print")
         ->check(CLI::Range(1, int{kTuningIsoLevels}));
+    addRawOptions(*command, arguments->raw);
     command->footer(
         "Climbs the mean gain of PSNR, one setting at a time, and prints the row as a tuning file spells it. A plane\n"
         "without noise is left out. Ctrl-C ends the search with the best row so far; a second one prints nothing.\n"

@@ -7,6 +7,7 @@
 #include "host/commands.h"
 #include "host/control_plot.h"
 #include "host/control_tables.h"
+#include "host/messages.h"
 
 namespace eishost {
 
@@ -91,7 +92,7 @@ void runTables(TableKind kind, const TablesArguments& arguments) {
     if (!arguments.plot.empty()) requireChartOutput(arguments.plot);
     ControlSettings settings(kind);
     for (const std::string& assignment : arguments.assignments) assignSetting(settings, assignment);
-    for (const std::string& note : limitNotes(settings)) std::cerr << "note: " << note << '\n';
+    for (const std::string& text : limitNotes(settings)) note(text);
     const ControlTables tables =
         computeTables(settings, arguments.trace ? &std::cerr : nullptr, arguments.log ? &std::cerr : nullptr);
     if (arguments.json) {

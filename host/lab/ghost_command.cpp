@@ -1,18 +1,18 @@
 // eis-lab ghost: where a frame differs from its reference, and would leave ghosts.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <opencv2/imgproc.hpp>
 #include <vector>
 
 #include "host/exit_codes.h"
 #include "host/lab/commands.h"
 #include "host/lab/ghost_detect.h"
+#include "host/lab/ghost_overlay.h"
 #include "host/lab/ghost_settings.h"
 #include "host/lab/ghost_truth.h"
+#include "host/messages.h"
 #include "host/picture.h"
 #include "host/progress.h"
 #include "host/raw_options.h"
@@ -38,37 +38,6 @@ struct GhostArguments {
     bool json = false;
 };
 
-// The frame, darker, with ghosts in orange and the outline of the true object in white; at most 1600 pixels wide.
-cv::Mat overlayOf(const Picture& frame, const cv::Mat& mask, const std::optional<GhostTruth>& truth) {
-    constexpr int kLargestWidth = 1600;
-    const cv::Scalar ghostColour(0, 140, 255);
-    const double scale = std::min(1.0, static_cast<double>(kLargestWidth) / frame.width);
-    const auto scaled = [&](const cv::Mat& picture) {
-        cv::Mat small;
-        cv::resize(picture, small, {}, scale, scale, scale < 1 ? cv::INTER_AREA : cv::INTER_LINEAR);
-        return small;
-    };
-    cv::Mat shown = scaled(bgrFromPicture(frame)) * 0.7;
-    cv::Mat weight;
-    cv::cvtColor(scaled(mask), weight, cv::COLOR_GRAY2BGR);
-    const cv::Mat tint(shown.size(), CV_8UC3, ghostColour);
-    constexpr double kStrength = 0.6;
-    cv::Mat cover;
-    cv::multiply(weight, tint, cover, kStrength / 255);
-    cv::Mat kept;
-    cv::multiply(weight, shown, kept, kStrength / 255);
-    shown = shown - kept + cover;
-    if (truth) {
-        std::vector<std::vector<cv::Point>> outlines;
-        cv::findContours(scaled(truth->mover) > 127, outlines, cv::RETR_LIST, cv::CHAIN_APPROX_NONE);
-        cv::drawContours(shown, outlines, -1, cv::Scalar::all(255), 2, cv::LINE_AA);
-        const cv::Rect& area = truth->filled;
-        cv::rectangle(shown, cv::Rect(cv::Point2d(area.tl()) * scale, cv::Point2d(area.br()) * scale),
-                      cv::Scalar::all(170), 1);
-    }
-    return shown;
-}
-
 // The reference as far as the frame goes: eis-host burst cuts the last rows off where a height is no multiple of 8.
 Picture loadReference(const GhostArguments& arguments, const Picture& frame) {
     Picture reference = eishost::loadPicture(arguments.reference, arguments.raw);
@@ -80,28 +49,40 @@ Picture loadReference(const GhostArguments& arguments, const Picture& frame) {
                                                       "; sizes must agree");
     }
     if (more > 0) {
-        std::cerr << "eis-lab: note: the last " << more << " rows of " << arguments.reference
-                  << " are left out, which the frame lacks\n";
+        eishost::note("the last " + std::to_string(more) + " rows of " + arguments.reference +
+                      " are left out, which the frame lacks");
     }
     reference.height = frame.height;
     for (int plane = 0; plane < 3; ++plane) reference.planes[plane].resize(frame.planes[plane].size());
     return reference;
 }
 
-void print(const GhostArguments& arguments, const GhostSettings& settings, const GhostResult& result,
-           const std::optional<GhostScores>& scores) {
+// Title and lines of the report, in print and above the overlay.
+eishost::Caption report(const GhostArguments& arguments, const GhostSettings& settings, const GhostResult& result,
+                        const std::optional<GhostScores>& scores) {
     const auto name = [](const std::string& path) { return std::filesystem::path(path).filename().string(); };
-    std::printf("%s against %s\n", name(arguments.frame).c_str(), name(arguments.reference).c_str());
-    std::printf("  thresholds  luma %d below %d, %d from there; chroma %d below %d, %d from there\n", settings.lumaLow,
-                settings.lumaNoise, settings.lumaHigh, settings.chromaLow, settings.chromaNoise, settings.chromaHigh);
-    std::printf("  from        %s\n", settings.source.c_str());
-    std::printf("  ghosts      %u pixels by luma, %.2f %% of the picture; masked with chroma and edges: %.2f %%\n",
-                result.pixels, 100 * result.share, 100 * result.masked());
+    char text[240];
+    eishost::Caption caption;
+    caption.title = name(arguments.frame) + " against " + name(arguments.reference);
+    std::snprintf(text, sizeof text, "luma %d below %d, %d from there; chroma %d below %d, %d from there",
+                  settings.lumaLow, settings.lumaNoise, settings.lumaHigh, settings.chromaLow, settings.chromaNoise,
+                  settings.chromaHigh);
+    caption.lines = {{"thresholds", text}, {"from", settings.source}};
+    std::snprintf(text, sizeof text, "%u pixels by luma, %.2f %% of the picture; masked with chroma and edges: %.2f %%",
+                  result.pixels, 100 * result.share, 100 * result.masked());
+    caption.lines.push_back({"ghosts", text});
     if (scores) {
-        std::printf("  truth       %.3f of the mover masked, %.2f %% of the filled area falsely\n", scores->recall,
-                    100 * scores->falseArea);
+        std::snprintf(text, sizeof text, "%.3f of the mover masked, %.2f %% of the filled area falsely", scores->recall,
+                      100 * scores->falseArea);
+        caption.lines.push_back({"truth", text});
     }
-    std::printf("  time        %.1f ms\n", result.milliseconds);
+    return caption;
+}
+
+void print(const eishost::Caption& report, double milliseconds) {
+    std::printf("%s\n", report.title.c_str());
+    for (const auto& [label, text] : report.lines) std::printf("  %-11s %s\n", label.c_str(), text.c_str());
+    std::printf("  time        %.1f ms\n", milliseconds);
 }
 
 void printJson(const GhostArguments& arguments, const GhostSettings& settings, const GhostResult& result,
@@ -137,9 +118,16 @@ void runGhost(const GhostArguments& arguments) {
     if (truth) scores = scoreGhosts(result.mask, *truth);
     progress.at(3, "writing");
     if (!arguments.out.empty()) eishost::saveBgr(arguments.out, result.mask);
-    if (!arguments.overlay.empty()) eishost::saveBgr(arguments.overlay, overlayOf(frame, result.mask, truth));
+    const eishost::Caption caption = report(arguments, settings, result, scores);
+    if (!arguments.overlay.empty()) {
+        eishost::saveBgr(arguments.overlay, ghostOverlay(frame, result.mask, truth, caption));
+    }
     progress.hide();
-    (arguments.json ? printJson : print)(arguments, settings, result, scores);
+    if (arguments.json) {
+        printJson(arguments, settings, result, scores);
+    } else {
+        print(caption, result.milliseconds);
+    }
 }
 
 }  // namespace

@@ -25,8 +25,7 @@ constexpr GhostKey kKeys[] = {
     {"chromaTH_High", &GhostSettings::chromaHigh}, {"chromaNoiseTH", &GhostSettings::chromaNoise}};
 
 GhostSettings settingsOfRow(const std::string& fileName, int row, bool motion) {
-    const TuningFile file = loadTuningFile(fileName);
-    if (file.refused()) throw HostError(eishost::kExitUnreadable, fileName + ": " + refusalOf(file).reason);
+    const TuningFile file = loadAcceptedFile(fileName);
     const ST_CONFIG_XML_ISO& iso = file.record.astIso[row - 1];
     GhostSettings settings{
         iso.lumaTH_Low, iso.lumaTH_High, iso.lumaNoiseTH, iso.chromaTH_Low, iso.chromaTH_High, iso.chromaNoiseTH, ""};

@@ -14,7 +14,9 @@
 #include "host/exit_codes.h"
 #include "host/lab/commands.h"
 #include "host/library_log.h"
+#include "host/messages.h"
 #include "host/picture.h"
+#include "host/raw_options.h"
 #include "opencl/cl_platform.h"
 #include "opencl/opencl_ivp_api.h"
 #include "opencl/temporal_filter.h"
@@ -39,6 +41,7 @@ struct GpuArguments {
     std::string out;
     int alpha = 128;
     bool binary = false;
+    eishost::RawOptions raw;
 };
 
 bool hasVendor() {
@@ -96,9 +99,9 @@ void findGpu() {
     const std::string layers = variable != nullptr ? variable : "";
     if (!hasVendor()) restartBehindLayer(layers);
     if (isBehindLayer(layers)) {
-        std::cerr << "note: the OpenCL test layer presents a device of this machine as the phone's GPU\n";
+        eishost::note("the OpenCL test layer presents a device of this machine as the phone's GPU");
     }
-    if (!layers.empty() && layers != layerPath()) std::cerr << "note: " << kLayerVariable << " is " << layers << '\n';
+    if (!layers.empty() && layers != layerPath()) eishost::note(std::string(kLayerVariable) + " is " + layers);
 }
 
 // A frame as the filter takes it: rows of luma, then as many rows of half the pitch for chroma.
@@ -125,7 +128,7 @@ void requireSize(const std::string& path, const Picture& picture, const Picture&
 void requireOk(int status, const std::string& failure, eishost::ExitCode code = eishost::kExitLibrary) {
     if (status == 0) return;
     for (const eishost::LogLine& line : eishost::libraryLog()) {
-        if (line.priority == 6) std::cerr << "log: " << line.text << '\n';
+        if (line.priority == 6) eishost::tell("log: " + line.text);
     }
     throw HostError(code, failure + " with status " + std::to_string(status));
 }
@@ -162,9 +165,9 @@ void setUp(const GpuArguments& arguments) {
 void runGpu(const GpuArguments& arguments) {
     eishost::requirePictureOutput(arguments.out);
     findGpu();
-    const Picture frame = eishost::loadPicture(arguments.frame);
-    const Picture reference = eishost::loadPicture(arguments.reference);
-    const Picture mask = eishost::loadPicture(arguments.mask);
+    const Picture frame = eishost::loadPicture(arguments.frame, arguments.raw);
+    const Picture reference = eishost::loadPicture(arguments.reference, arguments.raw);
+    const Picture mask = eishost::loadPicture(arguments.mask, arguments.raw);
     requireSize(arguments.reference, reference, frame);
     requireSize(arguments.mask, mask, frame);
     eishost::startLibraryLog(nullptr);
@@ -185,15 +188,15 @@ void runGpu(const GpuArguments& arguments) {
     // Columns past the last whole work item are not dispatched and stay the frame's.
     const int columns = frame.width / 16 * 16;
     if (columns < frame.width) {
-        std::cerr << "note: the last " << frame.width - columns
-                  << " columns are not filtered: the filter works on whole groups of 16\n";
+        eishost::note("the last " + std::to_string(frame.width - columns) +
+                      " columns are not filtered: the filter works on whole groups of 16");
     }
     for (int y = 0; y < frame.height; ++y) {
         std::memcpy(result.planes[0].data() + static_cast<size_t>(y) * static_cast<size_t>(frame.width),
                     filtered.data() + static_cast<size_t>(y) * static_cast<size_t>(stride),
                     static_cast<size_t>(columns));
     }
-    eishost::savePicture(arguments.out, result);
+    eishost::savePicture(arguments.out, result, arguments.raw);
     // Standard output may be the picture.
     std::ostream& to = arguments.out == "-" ? std::cerr : std::cout;
     for (const eishost::LogLine& line : eishost::libraryLog()) {
@@ -215,6 +218,7 @@ void addGpuCommand(CLI::App& app) {
                     "OpenCL program with all kernels; by default the phone's prebuilt file");
     gpu->add_flag("--binary", arguments->binary, "The program is a prebuilt binary, not source");
     gpu->add_option("--out", arguments->out, "Picture to write: filtered luma, the first frame's chroma")->required();
+    addRawOptions(*gpu, arguments->raw, eishost::RawUse::kReadAndWrite);
     gpu->footer(
         "The library holds no kernels. Where no platform of the phone's vendor exists, the OpenCL test layer\n"
         "presents this machine's device as one, and a note says so; layers that OPENCL_LAYERS names stay in front\n"

@@ -1,9 +1,11 @@
 #include "host/lab/lint.h"
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 
+#include "host/key_meanings.h"
 #include "host/lab/lint_tree.h"
 #include "host/lab/value_check.h"
 #include "host/record_values.h"
@@ -25,6 +27,30 @@ void checkZeroBytes(const TuningFile& file, std::vector<Finding>& findings) {
                         "a zero byte: everything from here on is not read; is it 16- or 32-bit text?"});
 }
 
+// Told at the row itself, or at the one before it where only that one stands in the file.
+void checkRowOrder(const std::vector<KeyReading>& readings, const TuningFile& file, std::vector<Finding>& findings) {
+    for (const char* section : {"NoiseReduction", "SFNoiseReduction"}) {
+        std::vector<const KeyReading*> rows;
+        for (const KeyReading& reading : readings) {
+            const eis::TuningKey& key = *reading.key;
+            if (std::strcmp(key.section, section) == 0 && std::strcmp(key.name, "isovalue") == 0) {
+                rows.push_back(&reading);
+            }
+        }
+        for (const int row : eishost::rowsOutOfOrder(file.record, section)) {
+            const KeyReading& before = *rows[row - 2];
+            const KeyReading& here = *rows[row - 1];
+            const KeyReading& told = here.origin.line() > 0 ? here : before;
+            if (told.origin.line() == 0) continue;
+            findings.push_back({told.origin.line(), told.origin.column(), std::string(eishost::shortPath(*told.key)),
+                                "row-order",
+                                "ISO" + std::to_string(row) + " has " + eishost::recordText(file.record, *here.key) +
+                                    ", which is not above the " + eishost::recordText(file.record, *before.key) +
+                                    " of ISO" + std::to_string(row - 1)});
+        }
+    }
+}
+
 }  // namespace
 
 std::vector<Finding> lintTuning(const TuningFile& file) {
@@ -41,7 +67,9 @@ std::vector<Finding> lintTuning(const TuningFile& file) {
     }
     checkRoot(file, findings);
     checkTree(file, findings);
-    for (const KeyReading& reading : readKeys(file)) {
+    const std::vector<KeyReading> readings = readKeys(file);
+    checkRowOrder(readings, file, findings);
+    for (const KeyReading& reading : readings) {
         for (const ValueProblem& problem : valueProblems(file, reading)) {
             findings.push_back({reading.origin.line(), reading.origin.column(),
                                 std::string(eishost::shortPath(*reading.key)), problem.rule, problem.message});

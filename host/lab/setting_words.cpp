@@ -41,8 +41,7 @@ std::string rowValue(const TuningFile& file, const char* section, const char* na
 }
 
 void takeRow(NamedSettings& named, const std::string& fileName, int iso) {
-    const TuningFile file = loadTuningFile(fileName);
-    if (file.refused()) throw HostError(eishost::kExitUnreadable, fileName + ": " + refusalOf(file).reason);
+    const TuningFile file = loadAcceptedFile(fileName);
     const bool fast = named.settings.kind == TableKind::kFast;
     const std::span<const RowStrength> row = fast ? std::span<const RowStrength>(kFastRow) : kShrinkRow;
     for (const RowStrength& each : row) {

@@ -5,6 +5,7 @@
 #include "host/control_plot.h"
 #include "host/lab/commands.h"
 #include "host/lab/setting_words.h"
+#include "host/messages.h"
 
 namespace eislab {
 
@@ -20,7 +21,7 @@ struct PlotArguments {
 eishost::PlottedTables plotted(eishost::TableKind kind, const std::vector<std::string>& words,
                                const std::string& name) {
     NamedSettings named = settingsFromWords(kind, words);
-    for (const std::string& note : limitNotes(named.settings)) std::cerr << "note: " << note << '\n';
+    for (const std::string& text : limitNotes(named.settings)) eishost::note(text);
     return {name, named.source, named.settings, computeTables(named.settings, nullptr, nullptr)};
 }
 

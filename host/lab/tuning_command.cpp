@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "host/lab/commands.h"
-#include "host/lab/exit_codes.h"
+#include "host/lab/key_page.h"
 #include "host/lab/lint.h"
 #include "host/lab/tuning_template.h"
 #include "host/output_file.h"
@@ -18,32 +18,9 @@ using eishost::recordValue;
 using eishost::shortPath;
 using nlohmann::ordered_json;
 
-[[noreturn]] void endWith(LabExitCode code) {
-    throw CLI::RuntimeError(code);
-}
-
 // A file may be in any encoding, JSON is not.
 void printJson(const ordered_json& json) {
     std::cout << json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << '\n';
-}
-
-std::string placeText(const TuningFile& file, int line, int column) {
-    return line > 0 ? file.name + ":" + std::to_string(line) + ":" + std::to_string(column) : file.name;
-}
-
-std::string refusalText(const TuningFile& file) {
-    const Refusal refusal = refusalOf(file);
-    return placeText(file, refusal.line, refusal.column) + ": refused: " + refusal.reason;
-}
-
-// Loads a file that must not be refused.
-TuningFile loadAccepted(const std::string& name) {
-    TuningFile file = loadTuningFile(name);
-    if (file.refused()) {
-        std::cerr << refusalText(file) << '\n';
-        endWith(kLabRefused);
-    }
-    return file;
 }
 
 std::string originText(const KeyReading& reading) {
@@ -101,12 +78,12 @@ void runLint(const std::string& name, bool json) {
         std::cout << name << ": " << (findings.empty() ? "clean" : plural(findings.size(), "warning")) << ", "
                   << keysGiven(file) << " of " << eis::kTuningKeyCount << " keys given\n";
     }
-    if (refused) endWith(kLabRefused);
-    if (!findings.empty()) endWith(kLabFindings);
+    if (refused) throw CLI::RuntimeError(refusalOf(file).code);
+    if (!findings.empty()) throw CLI::RuntimeError(eishost::kExitFindings);
 }
 
 void runExplain(const std::string& name, bool given, bool json) {
-    const TuningFile file = loadAccepted(name);
+    const TuningFile file = loadAcceptedFile(name);
     ordered_json list = ordered_json::array();
     for (const KeyReading& reading : readKeys(file)) {
         if (given && reading.origin.line() == 0) continue;
@@ -124,8 +101,8 @@ void runExplain(const std::string& name, bool given, bool json) {
 }
 
 void runDiff(const std::string& nameA, const std::string& nameB, bool json) {
-    const TuningFile a = loadAccepted(nameA);
-    const TuningFile b = loadAccepted(nameB);
+    const TuningFile a = loadAcceptedFile(nameA);
+    const TuningFile b = loadAcceptedFile(nameB);
     const std::vector<KeyReading> fromA = readKeys(a);
     const std::vector<KeyReading> fromB = readKeys(b);
     ordered_json list = ordered_json::array();
@@ -145,15 +122,15 @@ void runDiff(const std::string& nameA, const std::string& nameB, bool json) {
     }
     if (json) printJson(list);
     if (!json) std::cout << (list.empty() ? "same values" : plural(list.size(), "key") + " differ") << '\n';
-    if (!list.empty()) endWith(kLabFindings);
+    if (!list.empty()) throw CLI::RuntimeError(eishost::kExitFindings);
 }
 
-void runTemplate(const std::string& out) {
+void writeText(const std::string& text, const std::string& out) {
     if (out.empty()) {
-        std::cout << tuningTemplate();
+        std::cout << text;
         return;
     }
-    eishost::saveFile(out, tuningTemplate());
+    eishost::saveFile(out, text);
 }
 
 struct TuningArguments {
@@ -177,7 +154,7 @@ void addTuningCommand(CLI::App& app) {
     CLI::App* lint = add("lint", "Tells what the library accepts in silence, or why it refuses the file");
     lint->add_option("FILE", arguments->a, "The tuning file")->required();
     lint->add_flag("--json", arguments->json, "As JSON");
-    lint->footer("Exit codes: 0 clean, 1 warnings, 2 refused.");
+    lint->footer("Exit codes: 0 clean, 7 warnings, 5 refused by the library, 2 cannot be read.");
     lint->callback([arguments] { runLint(arguments->a, arguments->json); });
 
     CLI::App* explain = add("explain", "Every key with its value and where it comes from");
@@ -190,12 +167,17 @@ void addTuningCommand(CLI::App& app) {
     diff->add_option("A", arguments->a, "A tuning file")->required();
     diff->add_option("B", arguments->b, "Another one")->required();
     diff->add_flag("--json", arguments->json, "As JSON");
-    diff->footer("Exit codes: 0 same values, 1 differences, 2 a file is refused.");
+    diff->footer("Exit codes: 0 same values, 7 differences, 5 a file is refused by the library, 2 cannot be read.");
     diff->callback([arguments] { runDiff(arguments->a, arguments->b, arguments->json); });
 
     CLI::App* pattern = add("template", "Writes a complete file of defaults, each key with a comment");
     pattern->add_option("--out", arguments->out, "The file to write, standard output when not given");
-    pattern->callback([arguments] { runTemplate(arguments->out); });
+    pattern->callback([arguments] { writeText(tuningTemplate(), arguments->out); });
+
+    CLI::App* keys =
+        add("keys", "Writes the page of all keys, as Markdown: meaning, unit, useful range, place in the record");
+    keys->add_option("--out", arguments->out, "The file to write, standard output when not given");
+    keys->callback([arguments] { writeText(keyPage(), arguments->out); });
 }
 
 }  // namespace eislab

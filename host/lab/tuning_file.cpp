@@ -56,14 +56,29 @@ Refusal refusalOf(const TuningFile& file) {
         case eis::XmlFileOutcome::tooShort:
             return {0, 0, "shorter than " + std::to_string(eis::kXmlSmallestFile) + " bytes"};
         case eis::XmlFileOutcome::cannotRead:
-            return {0, 0, "empty or unreadable" + wide};
+            return {0, 0, "empty or unreadable" + wide, eishost::kExitUnreadable};
         case eis::XmlFileOutcome::noMemory:
-            return {0, 0, "no memory for it"};
+            return {0, 0, "no memory for it", eishost::kExitInternal};
         case eis::XmlFileOutcome::parseError:
             return {results.line, results.column, parserError(results.code) + wide};
         default:
-            return {0, 0, "cannot be opened"};
+            return {0, 0, "cannot be opened", eishost::kExitUnreadable};
     }
+}
+
+std::string placeText(const TuningFile& file, int line, int column) {
+    return line > 0 ? file.name + ":" + std::to_string(line) + ":" + std::to_string(column) : file.name;
+}
+
+std::string refusalText(const TuningFile& file) {
+    const Refusal refusal = refusalOf(file);
+    return placeText(file, refusal.line, refusal.column) + ": refused: " + refusal.reason;
+}
+
+TuningFile loadAcceptedFile(const std::string& name) {
+    TuningFile file = loadTuningFile(name);
+    if (file.refused()) throw eishost::HostError(refusalOf(file).code, refusalText(file));
+    return file;
 }
 
 }  // namespace eislab

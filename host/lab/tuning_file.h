@@ -9,6 +9,7 @@
 #include "config/tuning_load.h"
 #include "config/tuning_origin.h"
 #include "config/xml_file.h"
+#include "host/exit_codes.h"
 
 namespace eislab {
 
@@ -35,12 +36,21 @@ TuningFile loadTuningFile(const std::string& name);
 // All keys in the order of reading.
 std::vector<KeyReading> readKeys(const TuningFile& file);
 
-// One line on why the library refuses the file, with the place in the file where it is known.
+// Why the library refuses the file, with the place in the file where it is known.
 struct Refusal {
     int line = 0;
     int column = 0;
     std::string reason;
+    eishost::ExitCode code = eishost::kExitLibrary;  // kExitUnreadable when nothing can be read
 };
 Refusal refusalOf(const TuningFile& file);
+
+// "FILE:LINE:COLUMN", or "FILE" for a line of 0.
+std::string placeText(const TuningFile& file, int line, int column);
+// "FILE:LINE:COLUMN: refused: REASON".
+std::string refusalText(const TuningFile& file);
+
+// As loadTuningFile; HostError with the refusal's code and text for a file that is refused.
+TuningFile loadAcceptedFile(const std::string& name);
 
 }  // namespace eislab

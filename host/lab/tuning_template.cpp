@@ -4,7 +4,7 @@
 
 #include "config/tuning_keys.h"
 #include "config/tuning_load.h"
-#include "host/lab/tuning_file.h"
+#include "host/key_meanings.h"
 #include "host/record_values.h"
 
 namespace eislab {
@@ -12,15 +12,13 @@ namespace eislab {
 namespace {
 
 std::string remark(const ST_CONFIG_XML& defaults, const eis::TuningKey& key) {
-    if (key.type == eis::TuningType::uint32Array)
-        return std::to_string(key.count) + " whole numbers from 0 to 4294967295, give all of them; default all 0";
-    if (key.type == eis::TuningType::int16Array)
-        return std::to_string(key.count) + " whole numbers from -32768 to 32767; default all 0";
-    std::string text = key.type == eis::TuningType::float32 ? "a number" : "a whole number";
-    if (key.isClamped()) {
-        text += " from " + std::to_string(key.lowest) + " to " + std::to_string(key.highest) + ", others are clamped";
-    }
-    return text + "; default " + eishost::recordText(defaults, key);
+    const eishost::KeyMeaning& meaning = eishost::meaningOf(key.section, key.name);
+    const eishost::KeySet set = eishost::keySet(key.name);
+    std::string text = set.ending.empty() ? meaning.meaning : "as " + std::string(set.name);
+    text += std::string("; ") + (key.isArray() ? std::to_string(key.count) + " numbers, give all of them, " : "") +
+            meaning.range() + (key.isClamped() ? ", others are clamped" : "");
+    if (meaning.unit[0] != '\0') text += std::string(" (") + meaning.unit + ")";
+    return text + "; default " + (key.isArray() ? "all 0" : eishost::recordText(defaults, key));
 }
 
 void writeKey(std::string& text, const char* indent, const ST_CONFIG_XML& defaults, const eis::TuningKey& key) {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "bounded/number_text.h"
+#include "host/key_meanings.h"
 #include "host/record_values.h"
 
 namespace eislab {
@@ -15,6 +16,8 @@ using eis::TuningKey;
 using eis::TuningOrigin;
 using eis::TuningType;
 using nlohmann::ordered_json;
+
+constexpr char kOutOfRange[] = "out-of-range";
 
 // In quotes, cut where it is long.
 std::string quoted(std::string_view text) {
@@ -60,6 +63,11 @@ std::vector<ValueProblem> numberProblems(const TuningFile& file, const TuningKey
     if (key.type == TuningType::float32 && eishost::recordValue(file.record, key).is_null()) {
         problems.push_back(
             {"not-finite", quoted(firstToken(origin.text)) + " is taken as " + value + ", which is not finite"});
+    }
+    if (problems.empty() && !key.isClamped()) {
+        const double number = eishost::recordValue(file.record, key);
+        if (const auto note = eishost::rangeNote(key.section, key.name, number))
+            problems.push_back({kOutOfRange, *note});
     }
     return problems;
 }
@@ -110,6 +118,10 @@ std::vector<ValueProblem> arrayProblems(const TuningFile& file, const TuningKey&
             break;
         }
         at += number.length;
+    }
+    for (int i = 0; problems.empty() && i < origin.stored; ++i) {
+        const auto note = eishost::rangeNote(key.section, key.name, values[i]);
+        if (note) problems.push_back({kOutOfRange, "in place " + std::to_string(i + 1) + ": " + *note});
     }
     return problems;
 }

@@ -69,7 +69,6 @@ TEST_F(Refusals, RegisterAndBurst) {
                                 {featureless + good, kExitUnsuitable},
                                 {tiny + tiny, kExitUnsuitable},
                                 {good + made("small.png", 320, 240), kExitUnsuitable},
-                                {good + made("odd.png", 641, 480), kExitUnsuitable},
                                 {good + folder.write("empty.png", ""), kExitUnreadable},
                                 {good + folder.write("text.jpg", "no picture"), kExitUnreadable},
                                 {folder.write("a.yuv ", "short") + good + "--raw-size 640x480", kExitUnreadable},
@@ -88,6 +87,7 @@ TEST_F(Refusals, DenoiseAndSearch) {
     const std::string other = blank("other.png", 192, 256);
     expectRefusals("denoise",
                    {{files, kExitUsage, "--iso-row"},
+                    {files + "lumaLF=40", kExitOk, "note: lumaLF 40 is outside the useful range, -100 to 0"},
                     {files + "lumaLFF=3", kExitUsage, "did you mean lumaLF"},
                     {files + "lumaLF=soft", kExitUsage, "whole number"},
                     {files + "chromaEdgeLevel=256", kExitUsage, "0 to 255"},
@@ -101,7 +101,31 @@ TEST_F(Refusals, DenoiseAndSearch) {
                     {blank("small.y4m", 126, 128) + folder.file("out.y4m --iso-row 1"), kExitUnsuitable, "too small"}});
     expectRefusals("search", {{in, kExitUsage, "want pairs"},
                               {in + in, kExitUnsuitable, "noise"},
-                              {in + other, kExitUnsuitable, "differ in size"}});
+                              {"--set lumaLF=-80 " + in + other, kExitUnsuitable, "differ in size"}});
+}
+
+TEST_F(Refusals, CommandLine) {
+    expectRefusals("", {{"", kExitUsage, "eis-host: which command? register burst"},
+                        {"denois a b", kExitUsage, "unknown command denois, did you mean denoise?"},
+                        {"help tables fst", kExitUsage, "unknown command fst, did you mean fast?"},
+                        {"scale a b --sise 2x2", kExitUsage, "unknown option --sise, did you mean --size?"},
+                        {"denoise", kExitUsage, "IN is required"}});
+    EXPECT_EQ(runCli("--version").out.find("eis-host "), 0u);
+    EXPECT_NE(runCli("help").out.find("Exit codes: 0 done"), std::string::npos);
+    EXPECT_EQ(runCli("help tables fast").out, runCli("tables fast --help").out);
+}
+
+// What reading drops is no reason to refuse a picture.
+TEST_F(Refusals, NotesOnReading) {
+    cv::imwrite(folder.file("deep.png"), cv::Mat(48, 64, CV_16UC4, cv::Scalar::all(30000)));
+    cv::imwrite(folder.file("plain.jpg"), collage(64, 48));
+    const std::string jpeg = folder.read("plain.jpg");
+    const std::string profile("\xff\xe2\x00\x10ICC_PROFILE\0\1\1", 18);
+    const std::string rest = " " + out + "--size 32x32";
+    expectRefusals("scale", {{made("odd.png", 65, 48) + rest, kExitOk, "odd.png: the last column is left out"},
+                             {folder.file("deep.png") + rest, kExitOk, "dropped on reading: alpha, depth beyond 8"},
+                             {folder.write("p.jpg", jpeg.substr(0, 2) + profile + jpeg.substr(2)) + rest, kExitOk,
+                              "p.jpg: dropped on reading: the colour profile"}});
 }
 
 TEST_F(Refusals, Synth) {

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "host/exit_codes.h"
 #include "host/picture.h"
 #include "host/synth_truth.h"
 #include "tests/hostcli/cli.h"
@@ -71,7 +72,7 @@ TEST_F(LabGhost, MasksWhatMovedAndScoresIt) {
     const Picture mask = eishost::loadPicture(folder_ + "mask.png");
     EXPECT_EQ(mask.mat(0).at<std::uint8_t>(150, 130), 255);
     EXPECT_EQ(mask.mat(0).at<std::uint8_t>(30, 30), 0);
-    EXPECT_EQ(eishost::loadBgr(folder_ + "overlay.png").cols, 400);
+    EXPECT_EQ(eishost::loadBgr(folder_ + "overlay.png").cols, 900);
 
     // Above the thresholds nothing shows; the text says the same as the JSON.
     const auto none = run("lumaTH_Low=200 lumaTH_High=200 chromaTH_Low=200 chromaTH_High=200");
@@ -101,11 +102,11 @@ TEST_F(LabGhost, SaysWhatIsWrong) {
         const char* rest;
         int code;
         const char* text;
-    } cases[] = {{"lumaThLow=3", 64, "did you mean lumaTH_Low?"},
-                 {"lumaTH_Low=x", 64, "want lumaTH_Low=a whole number"},
-                 {"--iso-row 9", 64, "--iso-row"},
+    } cases[] = {{"lumaThLow=3", eishost::kExitUsage, "did you mean lumaTH_Low?"},
+                 {"lumaTH_Low=x", eishost::kExitUsage, "want lumaTH_Low=a whole number"},
+                 {"--iso-row 9", eishost::kExitUsage, "--iso-row"},
                  {"--tuning missing.xml", 2, "missing.xml"},
-                 {"--out mask.gif", 64, "unknown extension"}};
+                 {"--out mask.gif", eishost::kExitUsage, "unknown extension"}};
     for (const auto& c : cases) {
         const auto result = run(c.rest);
         EXPECT_EQ(result.exitCode, c.code) << c.rest;

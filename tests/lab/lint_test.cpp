@@ -7,16 +7,14 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-#include "host/lab/exit_codes.h"
+#include "host/exit_codes.h"
 #include "tests/hostcli/cli.h"
 #include "tests/hosttools/scratch_folder.h"
 
 namespace eislab {
 namespace {
 
-using eishost::CliResult;
-using eishost::runCli;
-using eishost::ScratchFolder;
+using namespace eishost;
 
 std::string readWhole(const std::string& path) {
     std::ifstream stream(path, std::ios::binary);
@@ -46,6 +44,7 @@ TEST(Lint, FindsEachFaultOfADeliberatelyBadFile) {
     expectFindings(
         lintTuning(file),
         {{7, "NoiseReduction/ISO1/lumaMde", "unknown", "did you mean lumaMed?"},
+         {8, "NoiseReduction/ISO1/lumaLF", "out-of-range", "outside the useful range, -100 to 0"},
          {9, "NoiseReduction/ISO1/lumaHF1", "no-number", "'strong' is no number: the default 0"},
          {10, "NoiseReduction/ISO1/lumaHF2", "rest-ignored", "only '12' is read, '.5'"},
          {11, "NoiseReduction/ISO1/lumaHF3", "clamped", "beyond 32 bits: 2147483647"},
@@ -59,6 +58,7 @@ TEST(Lint, FindsEachFaultOfADeliberatelyBadFile) {
          {18, "NoiseReduction/ISO1/lumaMed_BN", "empty", "the default"},
          {19, "NoiseReduction/ISO1/lumaLF_BN", "more-text", "only the first"},
          {19, "NoiseReduction/ISO1/lumaLF_BN", "inside-key", "<unit>"},
+         {21, "NoiseReduction/ISO2/isovalue", "row-order", "ISO2 has 50, which is not above the 50 of ISO1"},
          {22, "NoiseReduction/ISO2/chromaNrLUT", "table-long", "42 numbers, only 40"},
          {25, "NoiseReduction/ISO3/chromaNrLUT", "table-ends", "'x' in place 2"},
          {28, "NoiseReduction/ISO4/chromaNrLUT", "table-wraps", "'-1' in place 2 is taken as 4294967295"},
@@ -140,12 +140,12 @@ TEST(Lint, ExitCodesTellCleanFromWarningsFromRefusals) {
         int exitCode;
         const char* says;
     } cases[] = {
-        {padded(std::string("<?xml version='1.0'?>") + kGood), kLabClean, ": clean, 1 of 376 keys given"},
-        {padded("<?xml version='1.0'?><Config><Nothing></Nothing></Config>"), kLabFindings, ": 1 warning, 0 of 376"},
-        {"<?xml version='1.0'?><Config></Config>", kLabRefused, "refused: shorter than 200 bytes"},
-        {padded("<?xml version='1.0'?>\n<Config>\n  </Konfig>"), kLabRefused, "xml:3:3: refused: an end tag"},
-        {padded("<?xml version='1.0'?>\n<Config>&#300;</Config>"), kLabRefused, "xml:2:9: refused: a numeric entity"},
-        {"<?xml version='1.0'?>\n<Config> <!-- " + std::string(200, '.'), kLabRefused, "xml:2:10: refused: a comment"},
+        {padded(std::string("<?xml version='1.0'?>") + kGood), kExitOk, ": clean, 1 of 376 keys given"},
+        {padded("<?xml version='1.0'?><Config><Nothing></Nothing></Config>"), kExitFindings, ": 1 warning, 0 of 376"},
+        {"<?xml version='1.0'?><Config></Config>", kExitLibrary, "refused: shorter than 200 bytes"},
+        {padded("<?xml version='1.0'?>\n<Config>\n  </Konfig>"), kExitLibrary, "xml:3:3: refused: an end tag"},
+        {padded("<?xml version='1.0'?>\n<Config>&#300;</Config>"), kExitLibrary, "xml:2:9: refused: a numeric entity"},
+        {"<?xml version='1.0'?>\n<Config> <!-- " + std::string(200, '.'), kExitLibrary, "xml:2:10: refused: a comment"},
     };
     for (const auto& c : cases) {
         const CliResult result = runCli("tuning lint '" + folder.write("multiframe.xml", c.text) + "'");
@@ -153,20 +153,20 @@ TEST(Lint, ExitCodesTellCleanFromWarningsFromRefusals) {
         EXPECT_NE(result.out.find(c.says), std::string::npos) << result.out;
     }
     const CliResult missing = runCli("tuning lint /nowhere/multiframe.xml");
-    EXPECT_EQ(missing.exitCode, kLabRefused);
+    EXPECT_EQ(missing.exitCode, kExitUnreadable);
     EXPECT_NE(missing.out.find("refused: cannot be opened"), std::string::npos) << missing.out;
     const CliResult longPath = runCli("tuning lint " + std::string(241, 'x') + "/multiframe.xml");
-    EXPECT_EQ(longPath.exitCode, kLabRefused);
+    EXPECT_EQ(longPath.exitCode, kExitLibrary);
     EXPECT_NE(longPath.out.find("the path has 256 characters, the library takes 255"), std::string::npos);
-    EXPECT_EQ(runCli("tuning lint").exitCode, kLabUsage);
+    EXPECT_EQ(runCli("tuning lint").exitCode, kExitUsage);
 }
 
 TEST(Lint, GivesFindingsAsJson) {
     const CliResult result = runCli("tuning lint --json '" + std::string(EIS_TEST_FOLDER) + "/faults.xml'");
-    EXPECT_EQ(result.exitCode, kLabFindings);
+    EXPECT_EQ(result.exitCode, kExitFindings);
     const auto json = nlohmann::json::parse(result.out);
     EXPECT_EQ(json["verdict"], "warnings");
-    EXPECT_EQ(json["findings"].size(), 30u);
+    EXPECT_EQ(json["findings"].size(), 32u);
     EXPECT_EQ(json["findings"][0]["line"], 7);
     EXPECT_EQ(json["findings"][0]["column"], 13);
     EXPECT_EQ(json["findings"][0]["rule"], "unknown");

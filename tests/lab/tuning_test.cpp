@@ -5,7 +5,8 @@
 #include <opencv2/imgcodecs.hpp>
 #include <string_view>
 
-#include "host/lab/exit_codes.h"
+#include "host/exit_codes.h"
+#include "host/lab/key_page.h"
 #include "host/lab/lint.h"
 #include "host/lab/setting_words.h"
 #include "tests/hostcli/cli.h"
@@ -14,9 +15,7 @@
 namespace eislab {
 namespace {
 
-using eishost::CliResult;
-using eishost::runCli;
-using eishost::ScratchFolder;
+using namespace eishost;
 
 // A file of some keys, with a comment that makes it long enough for the reader.
 std::string fileOf(const std::string& content) {
@@ -30,10 +29,10 @@ std::string_view bytesOf(const ST_CONFIG_XML& record) {
 TEST(Template, LoadsCleanAndYieldsTheRecordOfDefaults) {
     const ScratchFolder folder;
     const CliResult written = runCli("tuning template --out '" + folder.file("multiframe.xml") + "'");
-    ASSERT_EQ(written.exitCode, kLabClean) << written.err;
+    ASSERT_EQ(written.exitCode, kExitOk) << written.err;
     const std::string name = " '" + folder.file("multiframe.xml") + "'";
     for (const std::string& command : {std::string("template"), "lint" + name, "explain --json" + name}) {
-        EXPECT_EQ(runCli("tuning " + command, "/dev/full").exitCode, kLabUnwritable) << command;
+        EXPECT_EQ(runCli("tuning " + command, "/dev/full").exitCode, kExitUnwritable) << command;
     }
     const TuningFile file = loadTuningFile(folder.file("multiframe.xml"));
     ASSERT_FALSE(file.refused());
@@ -45,7 +44,9 @@ TEST(Template, LoadsCleanAndYieldsTheRecordOfDefaults) {
     EXPECT_EQ(bytesOf(file.record), bytesOf(empty.record));
     EXPECT_EQ(file.record.astIso[7].isovalue, 4950);
     EXPECT_EQ(runCli("tuning template").out, folder.read("multiframe.xml"));
-    EXPECT_EQ(runCli("tuning template --out /nowhere/file.xml").exitCode, kLabUnwritable);
+    std::ifstream page(EIS_TEST_FOLDER "/../../docs/tuning-keys.md");
+    EXPECT_EQ(keyPage(), std::string(std::istreambuf_iterator<char>(page), {})) << "eis-lab tuning keys writes it";
+    EXPECT_EQ(runCli("tuning template --out /nowhere/file.xml").exitCode, kExitUnwritable);
 }
 
 TEST(Explain, TellsValueAndOrigin) {
@@ -55,7 +56,7 @@ TEST(Explain, TellsValueAndOrigin) {
                                  "<SFNoiseReduction><ISO2><luma>-300</luma><shading>dim</shading>\n"
                                  "<percentLow>0.1</percentLow><alphaLUT>7 8</alphaLUT></ISO2></SFNoiseReduction>"));
     const CliResult all = runCli("tuning explain --json '" + file + "'");
-    ASSERT_EQ(all.exitCode, kLabClean) << all.err;
+    ASSERT_EQ(all.exitCode, kExitOk) << all.err;
     const auto json = nlohmann::json::parse(all.out);
     ASSERT_EQ(json.size(), 376u);
     const auto of = [&](const std::string& key) {
@@ -72,7 +73,7 @@ TEST(Explain, TellsValueAndOrigin) {
     EXPECT_EQ(of("NoiseReduction/ISO8/isovalue"), "4950, default");
     const CliResult given = runCli("tuning explain --given '" + file + "'");
     EXPECT_EQ(std::count(given.out.begin(), given.out.end(), '\n'), 5) << given.out;
-    EXPECT_EQ(runCli("tuning explain /nowhere").exitCode, kLabRefused);
+    EXPECT_EQ(runCli("tuning explain /nowhere").exitCode, kExitUnreadable);
 }
 
 TEST(Diff, ComparesEffectiveValues) {
@@ -89,7 +90,7 @@ TEST(Diff, ComparesEffectiveValues) {
         "c.xml",
         fileOf("<NoiseReduction><ISO1><lumaLF>-30</lumaLF><chromaNrLUT>5</chromaNrLUT></ISO1></NoiseReduction>"));
     const CliResult other = runCli("tuning diff --json '" + a + "' '" + c + "'");
-    EXPECT_EQ(other.exitCode, kLabFindings);
+    EXPECT_EQ(other.exitCode, kExitFindings);
     const auto json = nlohmann::json::parse(other.out);
     ASSERT_EQ(json.size(), 2u) << other.out;
     EXPECT_EQ(json[0]["key"], "NoiseReduction/ISO1/lumaLF");
@@ -98,7 +99,7 @@ TEST(Diff, ComparesEffectiveValues) {
     EXPECT_EQ(json[1]["key"], "NoiseReduction/ISO1/chromaNrLUT");
     // Nothing of one file shows in the other, which a load in one process would leave in a short table.
     EXPECT_EQ(nlohmann::json::parse(runCli("tuning diff --json '" + c + "' '" + a + "'").out)[1]["b"][0], 0);
-    EXPECT_EQ(runCli("tuning diff '" + a + "' /nowhere").exitCode, kLabRefused);
+    EXPECT_EQ(runCli("tuning diff '" + a + "' /nowhere").exitCode, kExitUnreadable);
 }
 
 TEST(Plot, TakesStrengthsFromWordsAndFiles) {
@@ -118,13 +119,13 @@ TEST(Plot, TakesStrengthsFromWordsAndFiles) {
               "lumaRatio -10, shrinkRatio0 0, shrinkRatio1 -64, shrinkRatio2 0, lumaDetail -128");
     const std::string png = folder.file("both.png");
     const CliResult drawn = runCli("tables plot '" + file + "' iso=3 --against nrTH=90 --out '" + png + "'");
-    ASSERT_EQ(drawn.exitCode, kLabClean) << drawn.err;
+    ASSERT_EQ(drawn.exitCode, kExitOk) << drawn.err;
     EXPECT_FALSE(cv::imread(png).empty());
-    for (const auto& [arguments, exitCode] : {std::pair{"iso=9 --out x.png", kLabUsage},
-                                              {"nrTH=3 --against lumaRatio=5 --out x.png", kLabUsage},
-                                              {"nrTH=3 --out x.gif", kLabUsage},
-                                              {"/nowhere --out x.png", kLabRefused},
-                                              {"nrTH=3 --out /nowhere/x.png", kLabUnwritable}}) {
+    for (const auto& [arguments, exitCode] : {std::pair{"iso=9 --out x.png", kExitUsage},
+                                              {"nrTH=3 --against lumaRatio=5 --out x.png", kExitUsage},
+                                              {"nrTH=3 --out x.gif", kExitUsage},
+                                              {"/nowhere --out x.png", kExitUnreadable},
+                                              {"nrTH=3 --out /nowhere/x.png", kExitUnwritable}}) {
         const CliResult result = runCli(std::string("tables plot ") + arguments);
         EXPECT_EQ(result.exitCode, exitCode) << arguments;
         EXPECT_EQ(result.errorLines(), 1) << result.err;
