@@ -8,10 +8,9 @@ namespace eishost {
 
 namespace {
 
-std::string number(const std::optional<double>& value, const char* format) {
-    if (!value) return "-";
+std::string number(double value, const char* format) {
     char text[32];
-    std::snprintf(text, sizeof text, format, *value);
+    std::snprintf(text, sizeof text, format, value);
     return text;
 }
 
@@ -33,8 +32,7 @@ void BurstOutput::frame(const FrameReport& report) {
         headed_ = true;
     }
     const TruthScores scores = report.truth.value_or(TruthScores{});
-    const std::optional<double> corners =
-        scores.corners ? std::optional<double>(scores.corners->largest) : std::nullopt;
+    const std::string corners = scores.corners ? number(scores.corners->largest, "%.3f px") : "-";
     const auto figure = [](const std::optional<double>& value) { return value ? psnrText(*value) : "-"; };
     std::string psnr = figure(scores.psnrUnaligned);
     if (psnr != "identical" || figure(scores.psnrAligned) != psnr) {
@@ -42,8 +40,8 @@ void BurstOutput::frame(const FrameReport& report) {
     }
     const std::string time = number(report.matchMs, "%.0f") + " + " + number(report.libraryMs, "%.0f");
     std::printf("%-22s %6d %6zu %7d %10s %31s %15s\n", std::filesystem::path(report.frame).filename().c_str(),
-                report.matches.entries(), report.outcome.keptRef.size(), report.outcome.status,
-                number(corners, "%.3f px").c_str(), psnr.c_str(), time.c_str());
+                report.matches.entries(), report.outcome.keptRef.size(), report.outcome.status, corners.c_str(),
+                psnr.c_str(), time.c_str());
     if (scores.psnrMover) {
         std::printf("    the mover's area, then and in the reference, is left out; inside it: %s dB aligned\n",
                     psnrText(*scores.psnrMover).c_str());

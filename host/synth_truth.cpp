@@ -6,8 +6,8 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/exit_codes.h"
-#include "host/picture.h"
 #include "host/output_file.h"
+#include "host/picture.h"
 
 namespace eishost {
 
