@@ -151,12 +151,12 @@ TEST(SearchCommand, ShowsItsProgressOnATerminalAndPrintsTheBestRowWhenInterrupte
     const std::string file = folder.file("screen");  // has the command in it, too
     const std::string command = std::string("script -qfc \"'") + EIS_HOST_PROGRAM + "' search " +
                                 folder.file("noisy.y4m ") + folder.file("clean.y4m") +
-                                " & for i in \\$(seq 400); do grep -q 'of 2[8] done' " + file +
+                                " & for i in \\$(seq 400); do grep -q 'of [1-9][0-9] done' " + file +
                                 " && break; sleep 0.1; done; kill -INT \\$!; wait\" " + file + " >/dev/null";
     std::ignore = std::system(command.c_str());
     const std::string screen = folder.read("screen");
-    EXPECT_NE(screen.find(" of 28 done"), std::string::npos) << screen;
-    EXPECT_NE(screen.find("interrupted; the best row so far: luma not searched"), std::string::npos) << screen;
+    EXPECT_NE(screen.find(" done: "), std::string::npos) << screen;
+    EXPECT_NE(screen.find("interrupted; the best row so far: luma "), std::string::npos) << screen;
     EXPECT_NE(screen.find("</ISO1>"), std::string::npos) << screen;
 }
 
