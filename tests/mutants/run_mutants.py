@@ -1,0 +1,217 @@
+#!/usr/bin/env python3
+"""Mutation check: what would the tests notice?
+
+Takes the mutants of list.txt one by one: applies it to a copy of the tree in build/mutants/tree, builds the one test
+program, runs it, and puts the source back. A mutant that fails the tests, crashes them or keeps them longer than a
+minute ("hung") is caught; one that passes has survived, and names a check that is missing. One that the tree has no
+place for, or that does not compile, is not applicable.
+
+Verdicts are kept in build/mutants/verdicts by a hash of the mutant, the source's content and the suite's test sources,
+so that a run that was stopped goes on where it was. Of what else a verdict depends on nothing is known here: delete
+the file to ask anew.
+"""
+import argparse
+import fcntl
+import hashlib
+import json
+import os
+import random
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+WORK = ROOT / "build/mutants"
+TREE = WORK / "tree"
+SECONDS = 60
+CAUGHT, HUNG, SURVIVED, EQUIVALENT, STALE = "caught", "hung", "survived", "equivalent", "not applicable"
+
+
+class Mutant:
+    """A line of the list: FILE SUITE[:FILTER] CONTEXT[[OLD => NEW]]CONTEXT, and for an equivalent one ## REASON."""
+
+    def __init__(self, line):
+        self.line, _, self.reason = (part.strip() for part in line.partition(" ## "))
+        self.name, suite, text = self.line.split(maxsplit=2)
+        self.suite, _, self.filter = suite.partition(":")
+        marked = re.fullmatch(r"(.*)\[\[(.*) => (.*?)\]\](.*)", text)
+        if marked is None:
+            sys.exit(f"mutants: no [[OLD => NEW]] in: {line}")
+        self.before, self.old, self.new, self.after = marked.groups()
+
+    def find(self, files):
+        """The file and its text with and without the mutant; None where the list no longer fits the tree."""
+        paths = [file for file in files if file == self.name or file.endswith("/" + self.name)]
+        if len(paths) != 1:
+            return None
+        text = (ROOT / paths[0]).read_text()
+        # Lines may be broken elsewhere by now.
+        pieces = [r"\s+".join(map(re.escape, re.split(r"\s+", part))) for part in (self.before, self.old, self.after)]
+        found = list(re.finditer("({})({})({})".format(*pieces), text))
+        if len(found) != 1:
+            return None
+        return paths[0], text, text[:found[0].start(2)] + self.new + text[found[0].end(2):]
+
+    def key(self, text, files):
+        tests = [f for f in files if f.startswith((f"tests/{self.suite}/", "tests/harness/"))]
+        parts = [self.line, text] + [(ROOT / file).read_text(errors="replace") for file in tests]
+        return hashlib.sha256("\0".join(parts).encode()).hexdigest()[:24]
+
+
+def tracked_files():
+    command = ["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"]
+    names = subprocess.run(command, cwd=ROOT, check=True, capture_output=True, text=True).stdout.split("\0")
+    return sorted(name for name in set(names) if name and (ROOT / name).is_file())
+
+
+def copy_tree(files):
+    """Writes only what differs, so that little is built again; a mutant left by a run that was killed goes too."""
+    for name in files:
+        source, copy = ROOT / name, TREE / name
+        if copy.is_file() and copy.read_bytes() == source.read_bytes():
+            continue
+        copy.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(source, copy)
+        copy.chmod(source.stat().st_mode)
+    wanted = set(files)
+    for path in TREE.rglob("*"):
+        name = str(path.relative_to(TREE))
+        if path.is_file() and not name.startswith("build/") and name not in wanted:
+            path.unlink()
+
+
+def run(command, seconds=None, **options):
+    """The exit status; None when it took too long. Its output goes to build/mutants/log."""
+    with open(WORK / "log", "w") as log:
+        process = subprocess.Popen(command, cwd=TREE, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT,
+                                   start_new_session=True, **options)
+        try:
+            return process.wait(seconds)
+        except BaseException as end:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+            if isinstance(end, subprocess.TimeoutExpired):
+                return None
+            raise
+
+
+def build(suite):
+    # Mutants are of no use to a compiler cache.
+    return run(["cmake", "--build", "--preset", "release", "--target", "test_" + suite],
+               env={**os.environ, "CCACHE_READONLY": "1"}) == 0
+
+
+class Suites:
+    """Runs test programs as CTest would, each once without a mutant to begin with."""
+
+    def __init__(self):
+        self.environments = {}
+        self.spent = {}  # seconds, without a mutant
+
+    def environment(self, suite):
+        command = ["ctest", "--preset", "release", "--show-only=json-v1", "-R", f"^{suite}\\."]
+        shown = json.loads(subprocess.run(command, cwd=TREE, check=True, capture_output=True, text=True).stdout)
+        properties = {item["name"]: item["value"] for test in shown["tests"][:1] for item in test["properties"]}
+        return dict(pair.split("=", 1) for pair in properties.get("ENVIRONMENT", []))
+
+    def run(self, mutant, seconds):
+        program = TREE / "build/release/bin" / ("test_" + mutant.suite)
+        command = [program, "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=" + (mutant.filter or "*")]
+        return run(command, seconds, env={**os.environ, **self.environments[mutant.suite]})
+
+    def prepare(self, mutant):
+        """A suite that fails without a mutant says nothing about one."""
+        if (mutant.suite, mutant.filter) in self.spent:
+            return
+        if not build(mutant.suite):
+            sys.exit(f"mutants: test_{mutant.suite} does not build, see {WORK}/log")
+        if mutant.suite not in self.environments:
+            self.environments[mutant.suite] = self.environment(mutant.suite)
+        start = time.monotonic()
+        status = self.run(mutant, 10 * SECONDS)
+        spent = time.monotonic() - start
+        if status != 0 or "] 0 tests" in (WORK / "log").read_text(errors="replace"):
+            sys.exit(f"mutants: test_{mutant.suite} {mutant.filter}: fails, hangs or has no tests, see {WORK}/log")
+        print(f"{'passes':14} {spent:5.1f} s  test_{mutant.suite} {mutant.filter}, without a mutant", flush=True)
+        self.spent[mutant.suite, mutant.filter] = spent
+
+    def judge(self, mutant, file, mutated):
+        self.prepare(mutant)
+        pristine = (TREE / file).read_text()
+        try:
+            (TREE / file).write_text(mutated)
+            if not build(mutant.suite):
+                return STALE
+            # A machine that is busy with other things takes its time.
+            status = self.run(mutant, max(SECONDS, 4 * self.spent[mutant.suite, mutant.filter]))
+            return HUNG if status is None else SURVIVED if status == 0 else CAUGHT
+        finally:
+            (TREE / file).write_text(pristine)
+
+
+def main():
+    options = argparse.ArgumentParser(prog="./run mutants", description="Which faults would the tests notice?")
+    options.add_argument("--sample", type=int, metavar="N", help="N of the mutants, drawn at random")
+    options.add_argument("--seed", type=int, default=1, help="of the sample (default: 1)")
+    options.add_argument("--only", metavar="PATTERN", help="mutants whose line matches the regular expression")
+    options.add_argument("--list", action="store_true", help="show the mutants and what is known of them, run nothing")
+    args = options.parse_args()
+
+    lines = (Path(__file__).parent / "list.txt").read_text().splitlines()
+    mutants = [Mutant(line) for line in lines if line.strip() and not line.startswith("#")]
+    if args.only:
+        mutants = [mutant for mutant in mutants if re.search(args.only, mutant.line)]
+    if args.sample is not None:
+        chosen = random.Random(args.seed).sample(range(len(mutants)), min(args.sample, len(mutants)))
+        mutants = [mutants[i] for i in sorted(chosen)]
+
+    WORK.mkdir(parents=True, exist_ok=True)
+    lock = open(WORK / "lock", "w")
+    if not args.list:
+        try:
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            sys.exit("mutants: another run is at work in " + str(WORK))
+    files = tracked_files()
+    kept = WORK / "verdicts"
+    verdicts = dict(line.split(" ", 1) for line in kept.read_text().splitlines()) if kept.exists() else {}
+
+    if not args.list:
+        os.nice(10)
+        copy_tree(files)
+        if run(["cmake", "--preset", "release"]) != 0:
+            sys.exit(f"mutants: cannot be configured, see {WORK}/log")
+    suites = Suites()
+    counts = dict.fromkeys((CAUGHT, HUNG, SURVIVED, EQUIVALENT, STALE), 0)
+    for mutant in mutants:
+        start = time.monotonic()
+        place = mutant.find(files)
+        key = mutant.key(place[1], files) if place else ""
+        if mutant.reason:
+            verdict = EQUIVALENT
+        elif not place:
+            verdict = STALE
+        elif key in verdicts or args.list:
+            verdict = verdicts.get(key, "unknown")
+        else:
+            verdict = suites.judge(mutant, place[0], place[2])
+            with open(kept, "a") as out:
+                out.write(f"{key} {verdict}\n")
+        counts[verdict] = counts.get(verdict, 0) + 1
+        print(f"{verdict:14} {time.monotonic() - start:5.1f} s  {mutant.line}", flush=True)
+    caught = counts[CAUGHT] + counts[HUNG]
+    judged = caught + counts[SURVIVED]
+    print(", ".join(f"{count} {verdict}" for verdict, count in counts.items()) +
+          (f": {100 * caught / judged:.1f} % of {judged} caught" if judged else ""))
+    return 1 if counts[STALE] else 0
+
+
+if __name__ == "__main__":
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        sys.exit("\nmutants: stopped; the next run goes on from here")
