@@ -152,8 +152,7 @@ class TreeCheck {
                 std::string("<") + nameOf(child) + "> stands inside a key and is not read; is an end tag missing?");
         }
         for (int i = 0; i < key.attributeCount; ++i) {
-            add(key, path, "attribute",
-                "the attribute '" + std::string(key.attributes[i].name) + "' is not read");
+            add(key, path, "attribute", "the attribute '" + std::string(key.attributes[i].name) + "' is not read");
         }
         if (key.textCount > 1) add(key, path, "more-text", "only the first of its texts is read");
         for (int i = 0; i < key.clearCount; ++i) {

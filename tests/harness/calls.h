@@ -74,8 +74,8 @@ class FakeClock {
     ~FakeClock();
 };
 
-// Makes the 1st, 2nd, ... call of the given kinds fail, or those from there on, until a run meets none. After each failing run the same call
-// must be good again. No run may keep a resource. The journal is cleared before each run.
+// Makes the 1st, 2nd, ... call of the given kinds fail, or those from there on, until a run meets none. After each
+// failing run the same call must be good again. No run may keep a resource. The journal is cleared before each run.
 struct FaultLoop {
     uint32_t calls;
     std::function<void()> prepare = [] {};            // puts buffers and files in order before each run
