@@ -148,7 +148,7 @@ bool appendClear(XmlNodeBody* body, XmlClearEntry* clear) {
 }
 
 bool appendAttribute(XmlNodeBody* body, XmlAttribute* attribute) {
-    if (!body->attributes.append(*body->pool, body->attributeCount, *attribute)) return false;
+    if (!body->attributes.append(*body->pool, body->attributeCount, XmlAttribute(*attribute))) return false;
     ++body->attributeCount;
     return true;
 }
