@@ -4,8 +4,9 @@
 #include "host/commands.h"
 #include "host/tool.h"
 
-int main(int argc, char** argv) {
-    CLI::App app{"Plays the vision DSP for libkelvane_eis_ap: pictures, strength tables, tuning files, test bursts."};
+namespace {
+
+void addCommands(CLI::App& app) {
     eishost::addRegisterCommand(app);
     eishost::addBurstCommand(app);
     eishost::addDenoiseCommand(app);
@@ -14,5 +15,12 @@ int main(int argc, char** argv) {
     eishost::addSynthCommand(app);
     eishost::addTablesCommand(app);
     eishost::addTuningCommand(app);
-    return eishost::runTool(app, argc, argv);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return eishost::runTool(
+        "Plays the vision DSP for libkelvane_eis_ap: pictures, strength tables, tuning files, test bursts.",
+        addCommands, argc, argv);
 }

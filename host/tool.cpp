@@ -100,9 +100,11 @@ int parseAndRun(CLI::App& app, int argc, char** argv) {
 
 }  // namespace
 
-int runTool(CLI::App& app, int argc, char** argv) {
+int runTool(const char* description, void (*addCommands)(CLI::App&), int argc, char** argv) {
     holdStandardStreams();
     try {
+        CLI::App app{description};
+        addCommands(app);
         const int code = parseAndRun(app, argc, argv);
         finishStandardOutput();
         return code;

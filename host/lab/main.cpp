@@ -4,11 +4,19 @@
 #include "host/lab/commands.h"
 #include "host/tool.h"
 
-int main(int argc, char** argv) {
-    CLI::App app{"A bench for tuning files, strength tables, ghost masks and the GPU filter of libkelvane_eis_ap."};
+namespace {
+
+void addCommands(CLI::App& app) {
     eislab::addGhostCommand(app);
     eislab::addGpuCommand(app);
     eislab::addTablesCommand(app);
     eislab::addTuningCommand(app);
-    return eishost::runTool(app, argc, argv);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return eishost::runTool(
+        "A bench for tuning files, strength tables, ghost masks and the GPU filter of libkelvane_eis_ap.", addCommands,
+        argc, argv);
 }
