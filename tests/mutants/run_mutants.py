@@ -27,6 +27,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 WORK = ROOT / "build/mutants"
 TREE = WORK / "tree"
+OUTSIDE = ("tests/", "fuzz/", "bench/", "platform/")
 SECONDS = 60
 CAUGHT, HUNG, SURVIVED, EQUIVALENT, STALE = "caught", "hung", "survived", "equivalent", "not applicable"
 
@@ -45,20 +46,27 @@ class Mutant:
 
     def find(self, files):
         """The file and its text with and without the mutant; None where the list no longer fits the tree."""
-        paths = [file for file in files if file == self.name or file.endswith("/" + self.name)]
-        if len(paths) != 1:
-            return None
-        text = (ROOT / paths[0]).read_text()
+        named = [file for file in files if file == self.name or file.endswith("/" + self.name)]
+        # Code that has left its file is sought in the whole product: it must be found in one place.
+        product = [file for file in files if file.endswith((".cpp", ".h")) and not file.startswith(OUTSIDE)]
+        return self.find_in(named) or self.find_in(product)
+
+    def find_in(self, files):
         # Lines may be broken elsewhere by now.
         pieces = [r"\s+".join(map(re.escape, re.split(r"\s+", part))) for part in (self.before, self.old, self.after)]
-        found = list(re.finditer("({})({})({})".format(*pieces), text))
+        pattern = re.compile("({})({})({})".format(*pieces))
+        texts = {file: (ROOT / file).read_text() for file in files}
+        found = [(file, match) for file, text in texts.items() for match in pattern.finditer(text)]
         if len(found) != 1:
             return None
-        return paths[0], text, text[:found[0].start(2)] + self.new + text[found[0].end(2):]
+        (file, match), text = found[0], texts[found[0][0]]
+        return file, text, text[:match.start(2)] + self.new + text[match.end(2):]
 
     def key(self, text, files):
         tests = [f for f in files if f.startswith((f"tests/{self.suite}/", "tests/harness/"))]
-        parts = [self.line, text] + [(ROOT / file).read_text(errors="replace") for file in tests]
+        parts = [self.line.split(maxsplit=1)[1], text] + [(ROOT / file).read_text(errors="replace") for file in tests]
+        # Files that only move to another folder keep their verdicts.
+        parts = [re.sub(r"(?m)^#include.*\n", "", part) for part in parts]
         return hashlib.sha256("\0".join(parts).encode()).hexdigest()[:24]
 
 
