@@ -73,11 +73,11 @@ class GrowingArray {
   private:
     static constexpr int32_t kMaxItems = 1 << 28;  // a code of the order array has 30 bits for an index
 
-    // Stands in front of the items. One alignment, since of two that depend on T the compiler takes the last.
-    struct alignas(alignof(T) > alignof(int32_t) ? alignof(T) : alignof(int32_t)) Head {
-        int32_t capacity;
+    // Stands in front of the items. No item is aligned less than its count.
+    struct Head {
+        alignas(T) int32_t capacity;
     };
-    static_assert(alignof(Head) >= alignof(T));
+    static_assert(alignof(Head) == alignof(T) && alignof(T) >= alignof(int32_t));
     static size_t bytesFor(int32_t capacity) { return sizeof(Head) + sizeof(T) * static_cast<size_t>(capacity); }
     T* items() const { return reinterpret_cast<T*>(head_ + 1); }
 

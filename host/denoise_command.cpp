@@ -137,6 +137,7 @@ void runDenoise(const DenoiseArguments& arguments) {
     if (!arguments.truth.empty()) truth = loadPicture(arguments.truth, arguments.raw);
 
     PictureReader reader(arguments.input, arguments.raw);
+    noteInterlacing(reader, arguments.input);
     PictureWriter writer(arguments.output, arguments.raw, reader.clipFormat());
     Progress progress(0, !arguments.trace && !arguments.log);
     progress.at(0, "reading " + arguments.input + ", then denoising and writing");

@@ -80,6 +80,7 @@ class PictureSink {
         } else if (!isImageName(extensionOf(path))) {
             raw_ = rawFormatToWrite(path, raw);
         }
+        if (!clip_ && clip != nullptr && clip->interlaced()) note(path + ": cannot tell that the clip is interlaced");
     }
 
     void write(const Picture& picture, std::string_view pictureFields) {

@@ -121,8 +121,10 @@ TEST_F(Refusals, NotesOnReading) {
     cv::imwrite(folder.file("plain.jpg"), collage(64, 48));
     const std::string jpeg = folder.read("plain.jpg");
     const std::string profile("\xff\xe2\x00\x10ICC_PROFILE\0\1\1", 18);
+    const std::string fields = "YUV4MPEG2 W64 H48 F25:1 It\nFRAME\n" + std::string(64 * 48 * 3 / 2, 'x');
     const std::string rest = " " + out + "--size 32x32";
     expectRefusals("scale", {{made("odd.png", 65, 48) + rest, kExitOk, "odd.png: the last column is left out"},
+                             {folder.write("i.y4m", fields) + " " + out + "--size 32x48", kExitOk, "is interlaced"},
                              {folder.file("deep.png") + rest, kExitOk, "dropped on reading: alpha, depth beyond 8"},
                              {folder.write("p.jpg", jpeg.substr(0, 2) + profile + jpeg.substr(2)) + rest, kExitOk,
                               "p.jpg: dropped on reading: the colour profile"}});
