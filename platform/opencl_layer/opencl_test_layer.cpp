@@ -39,7 +39,7 @@ std::map<const void*, std::string>& g_names =
 std::string freshName(const char* function) {
     const std::string kind = std::find_if(function + 3, function + std::strlen(function), isupper);
     for (int number = 0;; ++number) {
-        const std::string name = kind + std::to_string(number);
+        std::string name = kind + std::to_string(number);
         if (std::none_of(g_names.begin(), g_names.end(), [&](const auto& entry) { return entry.second == name; })) {
             return name;
         }
