@@ -37,14 +37,22 @@ PRODUCT = {
     STAGES: BASE + [STAGES + "band/", STAGES + "luma/", STAGES + "chroma/"],
     CORE: BASE + [STAGES, CORE + "registration/", CORE + "control/", NEON + "scale/", "config/", "opencl/"],
 }
-# Around it: whole trees of rooms.
+# Around it: whole trees of rooms. The tools see what a host sees, and the names of the tuning record's fields.
 INSIDES = ["include/", "bounded/", "config/", "opencl/", "libCore/", "highLevel/"]
+TOOLS = ["host/program/", "host/picture/", "host/video/", "host/dsp/", "host/match/", "host/synth/", "host/report/"]
 OUTSIDE = {
     "platform/": [CORE + "frame/peer_api.h"],
-    "host/": ["include/", "config/tuning_keys.h"],  # what a host sees, and the names of the tuning record's fields
-    "host/lab/": INSIDES + ["host/", "platform/"],
+    "host/program/": [],
+    "host/picture/": TOOLS[:3],
+    "host/video/": TOOLS[:3],
+    "host/dsp/": TOOLS[:3] + ["include/", "config/tuning_keys.h"],
+    "host/match/": TOOLS[:4] + ["include/"],
+    "host/synth/": TOOLS[:5],
+    "host/report/": TOOLS[:6] + ["include/"],
+    "host/commands/": TOOLS + ["include/", "config/tuning_keys.h"],
+    "host/lab/": INSIDES + TOOLS + ["host/commands/", "platform/"],
     "bench/": INSIDES + ["host/"],
-    "fuzz/": INSIDES,
+    "fuzz/": INSIDES + ["host/lab/tuning_origin.h"],
     "tests/": INSIDES + ["host/", "platform/"],
 }
 

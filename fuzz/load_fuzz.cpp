@@ -11,9 +11,9 @@
 #include <string>
 
 #include "config/tuning_load.h"
-#include "config/tuning_origin.h"
 #include "config/xml_encoding.h"
 #include "fuzz/check.h"
+#include "host/lab/tuning_origin.h"
 #include "libCore/core/source/frame/wire.h"
 
 namespace {

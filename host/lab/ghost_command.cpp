@@ -6,17 +6,17 @@
 #include <memory>
 #include <vector>
 
-#include "host/exit_codes.h"
+#include "host/dsp/tuning_record.h"
 #include "host/lab/commands.h"
 #include "host/lab/ghost_detect.h"
 #include "host/lab/ghost_overlay.h"
 #include "host/lab/ghost_settings.h"
 #include "host/lab/ghost_truth.h"
-#include "host/messages.h"
-#include "host/picture.h"
-#include "host/progress.h"
-#include "host/raw_options.h"
-#include "host/tuning_record.h"
+#include "host/picture/picture.h"
+#include "host/picture/raw_options.h"
+#include "host/program/exit_codes.h"
+#include "host/program/messages.h"
+#include "host/program/progress.h"
 
 namespace eislab {
 

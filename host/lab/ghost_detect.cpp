@@ -3,7 +3,7 @@
 #include <chrono>
 #include <string>
 
-#include "host/exit_codes.h"
+#include "host/program/exit_codes.h"
 #include "libCore/core/source/neon/GhostDetection_Multithread.h"
 
 namespace eislab {

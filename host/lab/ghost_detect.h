@@ -5,7 +5,7 @@
 #include <opencv2/core.hpp>
 
 #include "host/lab/ghost_settings.h"
-#include "host/picture.h"
+#include "host/picture/picture.h"
 
 namespace eislab {
 

@@ -4,9 +4,9 @@
 #include <opencv2/core.hpp>
 #include <optional>
 
-#include "host/caption.h"
 #include "host/lab/ghost_truth.h"
-#include "host/picture.h"
+#include "host/picture/caption.h"
+#include "host/picture/picture.h"
 
 namespace eislab {
 

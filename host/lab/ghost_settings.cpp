@@ -5,9 +5,9 @@
 #include <charconv>
 #include <filesystem>
 
-#include "host/exit_codes.h"
 #include "host/lab/tuning_file.h"
-#include "host/nearest_name.h"
+#include "host/program/exit_codes.h"
+#include "host/program/nearest_name.h"
 
 namespace eislab {
 

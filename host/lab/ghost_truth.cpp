@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host/exit_codes.h"
-#include "host/synth_truth.h"
+#include "host/program/exit_codes.h"
+#include "host/synth/synth_truth.h"
 
 namespace eislab {
 

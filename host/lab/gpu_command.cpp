@@ -11,12 +11,12 @@
 #include <memory>
 #include <vector>
 
-#include "host/exit_codes.h"
+#include "host/dsp/library_log.h"
 #include "host/lab/commands.h"
-#include "host/library_log.h"
-#include "host/messages.h"
-#include "host/picture.h"
-#include "host/raw_options.h"
+#include "host/picture/picture.h"
+#include "host/picture/raw_options.h"
+#include "host/program/exit_codes.h"
+#include "host/program/messages.h"
 #include "opencl/cl_platform.h"
 #include "opencl/opencl_ivp_api.h"
 #include "opencl/temporal_filter.h"

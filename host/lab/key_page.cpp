@@ -3,7 +3,7 @@
 #include <set>
 #include <sstream>
 
-#include "host/key_meanings.h"
+#include "host/dsp/key_meanings.h"
 
 namespace eislab {
 

@@ -5,10 +5,10 @@
 #include <fstream>
 #include <iterator>
 
-#include "host/key_meanings.h"
+#include "host/dsp/key_meanings.h"
+#include "host/dsp/record_values.h"
 #include "host/lab/lint_tree.h"
 #include "host/lab/value_check.h"
-#include "host/record_values.h"
 
 namespace eislab {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <set>
 
-#include "host/nearest_name.h"
+#include "host/program/nearest_name.h"
 
 namespace eislab {
 

@@ -2,7 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/lab/commands.h"
-#include "host/tool.h"
+#include "host/program/tool.h"
 
 namespace {
 

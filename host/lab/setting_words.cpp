@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <optional>
 
-#include "host/exit_codes.h"
+#include "host/dsp/record_values.h"
 #include "host/lab/tuning_file.h"
-#include "host/record_values.h"
+#include "host/program/exit_codes.h"
 
 namespace eislab {
 

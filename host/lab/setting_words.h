@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/control_settings.h"
+#include "host/dsp/control_settings.h"
 
 namespace eislab {
 

@@ -2,10 +2,10 @@
 #include <iostream>
 #include <memory>
 
-#include "host/control_plot.h"
 #include "host/lab/commands.h"
 #include "host/lab/setting_words.h"
-#include "host/messages.h"
+#include "host/program/messages.h"
+#include "host/report/control_plot.h"
 
 namespace eislab {
 

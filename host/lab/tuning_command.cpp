@@ -2,12 +2,12 @@
 #include <iostream>
 #include <memory>
 
+#include "host/dsp/record_values.h"
 #include "host/lab/commands.h"
 #include "host/lab/key_page.h"
 #include "host/lab/lint.h"
 #include "host/lab/tuning_template.h"
-#include "host/output_file.h"
-#include "host/record_values.h"
+#include "host/program/output_file.h"
 
 namespace eislab {
 

@@ -7,9 +7,9 @@
 
 #include "config/tuning_keys.h"
 #include "config/tuning_load.h"
-#include "config/tuning_origin.h"
 #include "config/xml_file.h"
-#include "host/exit_codes.h"
+#include "host/lab/tuning_origin.h"
+#include "host/program/exit_codes.h"
 
 namespace eislab {
 

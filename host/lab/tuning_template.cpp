@@ -4,8 +4,8 @@
 
 #include "config/tuning_keys.h"
 #include "config/tuning_load.h"
-#include "host/key_meanings.h"
-#include "host/record_values.h"
+#include "host/dsp/key_meanings.h"
+#include "host/dsp/record_values.h"
 
 namespace eislab {
 

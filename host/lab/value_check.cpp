@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "bounded/number_text.h"
-#include "host/key_meanings.h"
-#include "host/record_values.h"
+#include "host/dsp/key_meanings.h"
+#include "host/dsp/record_values.h"
 
 namespace eislab {
 

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <utility>
 
-#include "host/exit_codes.h"
+#include "host/program/exit_codes.h"
 
 namespace eishost {
 

@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "host/input_file.h"
-#include "host/output_file.h"
-#include "host/picture.h"
-#include "host/raw_picture.h"
+#include "host/picture/picture.h"
+#include "host/picture/raw_picture.h"
+#include "host/program/input_file.h"
+#include "host/program/output_file.h"
 
 namespace eishost {
 

@@ -5,8 +5,8 @@
 #include <opencv2/imgcodecs.hpp>
 #include <sstream>
 
-#include "host/exit_codes.h"
-#include "host/picture.h"
+#include "host/picture/picture.h"
+#include "host/program/exit_codes.h"
 #include "tests/hostcli/cli.h"
 #include "tests/hostcli/test_pictures.h"
 #include "tests/hosttools/scratch_folder.h"

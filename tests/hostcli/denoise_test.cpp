@@ -6,8 +6,8 @@
 #include <opencv2/imgproc.hpp>
 #include <tuple>
 
-#include "host/exit_codes.h"
-#include "host/picture.h"
+#include "host/picture/picture.h"
+#include "host/program/exit_codes.h"
 #include "tests/hostcli/cli.h"
 #include "tests/hostcli/test_pictures.h"
 #include "tests/hosttools/scratch_folder.h"

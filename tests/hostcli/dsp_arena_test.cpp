@@ -1,10 +1,10 @@
-#include "host/dsp_arena.h"
+#include "host/dsp/dsp_arena.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 
-#include "host/scale_call.h"
+#include "host/dsp/scale_call.h"
 
 namespace eishost {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <opencv2/imgproc.hpp>
 
-#include "host/filled_area.h"
+#include "host/match/filled_area.h"
 #include "tests/hostcli/test_pictures.h"
 
 namespace eishost {

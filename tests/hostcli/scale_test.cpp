@@ -2,8 +2,8 @@
 
 #include <opencv2/imgproc.hpp>
 
-#include "host/exit_codes.h"
-#include "host/picture.h"
+#include "host/picture/picture.h"
+#include "host/program/exit_codes.h"
 #include "tests/hostcli/cli.h"
 #include "tests/hosttools/scratch_folder.h"
 

@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 
-#include "host/exit_codes.h"
+#include "host/program/exit_codes.h"
 #include "tests/hostcli/cli.h"
 #include "tests/hosttools/scratch_folder.h"
 

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/exit_codes.h"
+#include "host/program/exit_codes.h"
 #include "tests/hostcli/cli.h"
 #include "tests/hosttools/scratch_folder.h"
 

@@ -1,5 +1,5 @@
 // Measures on pictures whose value is known.
-#include "host/metrics.h"
+#include "host/picture/metrics.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Files that end before they are whole: what stands at their name, and that nothing else is left in the folder.
-#include "host/output_file.h"
+#include "host/program/output_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -7,7 +7,7 @@
 #include <csignal>
 #include <span>
 
-#include "host/exit_codes.h"
+#include "host/program/exit_codes.h"
 #include "tests/hosttools/scratch_folder.h"
 
 namespace eishost {

@@ -1,11 +1,11 @@
 // Picture files: what goes out comes back, and what is wrong with an input is told with its exit code.
-#include "host/picture.h"
+#include "host/picture/picture.h"
 
 #include <gtest/gtest.h>
 
 #include <opencv2/imgcodecs.hpp>
 
-#include "host/exit_codes.h"
+#include "host/program/exit_codes.h"
 #include "tests/hosttools/scratch_folder.h"
 
 namespace eishost {

@@ -1,12 +1,12 @@
 // Synthetic bursts: the truth agrees with the pixels, and the noise is what it says.
-#include "host/synth.h"
+#include "host/synth/synth.h"
 
 #include <gtest/gtest.h>
 
 #include <opencv2/imgproc.hpp>
 
-#include "host/exit_codes.h"
-#include "host/metrics.h"
+#include "host/picture/metrics.h"
+#include "host/program/exit_codes.h"
 #include "tests/hosttools/scratch_folder.h"
 
 namespace eishost {

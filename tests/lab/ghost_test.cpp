@@ -5,9 +5,9 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "host/exit_codes.h"
-#include "host/picture.h"
-#include "host/synth_truth.h"
+#include "host/picture/picture.h"
+#include "host/program/exit_codes.h"
+#include "host/synth/synth_truth.h"
 #include "tests/hostcli/cli.h"
 #include "tests/hosttools/scratch_folder.h"
 

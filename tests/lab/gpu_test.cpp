@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "host/picture.h"
+#include "host/picture/picture.h"
 #include "opencl/cl_platform.h"
 #include "tests/hostcli/cli.h"
 #include "tests/hosttools/scratch_folder.h"

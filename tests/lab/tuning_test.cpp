@@ -5,10 +5,10 @@
 #include <opencv2/imgcodecs.hpp>
 #include <string_view>
 
-#include "host/exit_codes.h"
 #include "host/lab/key_page.h"
 #include "host/lab/lint.h"
 #include "host/lab/setting_words.h"
+#include "host/program/exit_codes.h"
 #include "tests/hostcli/cli.h"
 #include "tests/hosttools/scratch_folder.h"
 

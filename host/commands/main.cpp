@@ -1,0 +1,26 @@
+// eis-host: the command line that plays the DSP.
+#include <CLI/CLI.hpp>
+
+#include "host/commands/commands.h"
+#include "host/program/tool.h"
+
+namespace {
+
+void addCommands(CLI::App& app) {
+    eishost::addRegisterCommand(app);
+    eishost::addBurstCommand(app);
+    eishost::addDenoiseCommand(app);
+    eishost::addScaleCommand(app);
+    eishost::addSearchCommand(app);
+    eishost::addSynthCommand(app);
+    eishost::addTablesCommand(app);
+    eishost::addTuningCommand(app);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return eishost::runTool(
+        "Plays the vision DSP for libkelvane_eis_ap: pictures, strength tables, tuning files, test bursts.",
+        addCommands, argc, argv);
+}

@@ -1,0 +1,188 @@
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+#include "host/commands/commands.h"
+#include "host/picture/picture.h"
+#include "host/picture/raw_options.h"
+#include "host/program/exit_codes.h"
+#include "host/program/output_folder.h"
+#include "host/program/progress.h"
+#include "host/synth/synth.h"
+
+namespace eishost {
+
+namespace {
+
+struct SynthArguments {
+    std::string photo;
+    RawOptions raw;
+    std::string folder;
+    std::string noise = "none";
+    std::string shift = "40";
+    std::string size;
+    std::string crop;
+    bool force = false;
+    std::optional<double> rotation;
+    std::optional<double> perspective;
+    SynthOptions options;
+};
+
+// "40" sets the largest shift, "310,0" the exact one.
+void parseShift(const std::string& text, SynthOptions& options) {
+    const char* const end = text.data() + text.size();
+    if (const std::size_t comma = text.find(','); comma != std::string::npos) {
+        cv::Point exact;
+        const char* const second = text.data() + comma + 1;
+        const auto [stopX, errorX] = std::from_chars(text.data(), second - 1, exact.x);
+        const auto [stopY, errorY] = std::from_chars(second, end, exact.y);
+        constexpr int kFar = 10000;
+        if (errorX == std::errc() && errorY == std::errc() && stopX == second - 1 && stopY == end &&
+            std::abs(exact.x) <= kFar && std::abs(exact.y) <= kFar) {
+            options.exactShift = exact;
+            return;
+        }
+    } else {
+        const auto [stop, error] = std::from_chars(text.data(), end, options.shift);
+        if (error == std::errc() && stop == end && options.shift >= 0 && options.shift <= 1000) return;
+    }
+    throw HostError(kExitUsage, "'" + text + "' is no shift: use the largest one in pixels, or X,Y for exactly that");
+}
+
+// "1400x1080+900+900": a part of the photograph, by its size and its upper left corner.
+cv::Rect parseCrop(const std::string& text, cv::Size photo) {
+    cv::Rect crop;
+    int used = 0;
+    const bool complete =
+        std::sscanf(text.c_str(), "%6dx%6d+%6d+%6d%n", &crop.width, &crop.height, &crop.x, &crop.y, &used) == 4 &&
+        static_cast<std::size_t>(used) == text.size();
+    if (!complete || crop.width < 1 || crop.height < 1 || crop.x < 0 || crop.y < 0) {
+        throw HostError(kExitUsage, "--crop '" + text + "': want WxH+X+Y in pixels, like 1400x1080+900+900");
+    }
+    if ((crop & cv::Rect(cv::Point(), photo)) != crop) {
+        throw HostError(kExitUnsuitable, "--crop '" + text + "' is not inside the photograph of " +
+                                             std::to_string(photo.width) + "x" + std::to_string(photo.height));
+    }
+    return crop;
+}
+
+cv::Mat loadPhoto(const SynthArguments& arguments) {
+    const cv::Mat photo = loadBgr(arguments.photo, arguments.raw);
+    return arguments.crop.empty() ? photo : photo(parseCrop(arguments.crop, photo.size())).clone();
+}
+
+std::string describe(const FrameTruth& frame) {
+    const cv::Matx33d& h = frame.homography;
+    char text[160];
+    std::snprintf(text, sizeof text, "%s  rotation %+.3f degrees  corner at (%+.2f, %+.2f)  noise Y %.2f U %.2f V %.2f",
+                  frame.frame.c_str(), std::atan2(h(1, 0), h(0, 0)) * 180 / CV_PI, h(0, 2), h(1, 2),
+                  frame.noiseSigma[0], frame.noiseSigma[1], frame.noiseSigma[2]);
+    return text;
+}
+
+SynthOptions completeOptions(const SynthArguments& arguments) {
+    SynthOptions options = arguments.options;
+    options.noise = parseNoise(arguments.noise);
+    parseShift(arguments.shift, options);
+    if (!arguments.size.empty()) options.size = parseSize(arguments.size);
+    if (options.exactShift) options.rotation = options.perspective = 0;
+    if (arguments.rotation) options.rotation = *arguments.rotation;
+    if (arguments.perspective) options.perspective = *arguments.perspective;
+    return options;
+}
+
+nlohmann::json optionsJson(const SynthArguments& arguments, const SynthOptions& options) {
+    return {{"frames", options.frames},   {"shift", arguments.shift},
+            {"rotate", options.rotation}, {"perspective", options.perspective},
+            {"mover", options.mover},     {"size", arguments.size},
+            {"crop", arguments.crop}};
+}
+
+void runSynth(const SynthArguments& arguments) {
+    const SynthOptions options = completeOptions(arguments);
+    const OutputFolder folder(arguments.folder, "truth.json", {"frame", "clean", "mover"}, arguments.force,
+                              {arguments.photo});
+    Progress progress(static_cast<std::size_t>(options.frames));
+    progress.at(0, arguments.photo);
+    const BurstSynthesiser burst(loadPhoto(arguments), options);
+    folder.open();
+
+    BurstTruth truth;
+    truth.photo = std::filesystem::path(arguments.photo).filename().string();
+    truth.seed = options.seed;
+    truth.noise = arguments.noise;
+    truth.width = burst.frameSize().width;
+    truth.height = burst.frameSize().height;
+    truth.options = optionsJson(arguments, options);
+    progress.hide();
+    std::cout << truth.photo << ": " << options.frames << " frames of " << truth.width << "x" << truth.height << '\n';
+    for (int index = 0; index < options.frames; ++index) {
+        FrameTruth frame;
+        frame.frame = numberedName("frame", index);
+        frame.clean = numberedName("clean", index);
+        progress.at(index, frame.frame);
+        const NoisyFrame pictures = burst.frame(index);
+        frame.homography = burst.homography(index);
+        frame.noiseSigma = noiseSigma(pictures);
+        frame.mover = burst.mover(index);
+        if (frame.mover) frame.moverMask = numberedName("mover", index);
+        // The truth first: what an interrupted run leaves is named in it, too.
+        truth.frames.push_back(frame);
+        saveTruth(arguments.folder, truth);
+        if (frame.mover) saveBgr(folder.file(frame.moverMask), burst.moverMask(index));
+        saveBgr(folder.file(frame.frame), pictures.noisy);
+        saveBgr(folder.file(frame.clean), pictures.clean);
+        progress.hide();
+        std::cout << describe(frame) << std::endl;
+    }
+}
+
+}  // namespace
+
+void addSynthCommand(CLI::App& app) {
+    CLI::App* const command = app.add_subcommand("synth", "Makes a burst with ground truth from one photograph");
+    const auto arguments = std::make_shared<SynthArguments>();
+    SynthOptions& options = arguments->options;
+    command->add_option("photo", arguments->photo, "PNG, JPEG, Y4M, raw with --raw-size; - for standard input")
+        ->required();
+    command->add_option("--out", arguments->folder, "folder for frame_NN.png, clean_NN.png and truth.json")->required();
+    command->add_flag("--force", arguments->force, "remove the burst that an earlier run left in the folder");
+    command->add_option("--frames", options.frames, "number of frames, the reference included")
+        ->check(CLI::Range(1, 99))
+        ->capture_default_str();
+    command->add_option("--noise", arguments->noise, "none, light, medium, strong (a sensor's) or white:SIGMA")
+        ->capture_default_str();
+    command
+        ->add_option("--shift", arguments->shift,
+                     "largest shift in pixels; or X,Y for exactly that, with no rotation and no perspective by default")
+        ->capture_default_str();
+    command->add_option("--rotate", arguments->rotation, "largest rotation in degrees (default 0.5)")
+        ->check(CLI::Range(0.0, 30.0));
+    command
+        ->add_option("--perspective", arguments->perspective,
+                     "largest change of scale from the centre to the edges (default 0.002)")
+        ->check(CLI::Range(0.0, 0.05));
+    CLI::Option* const mover = command->add_flag(
+        "--mover", options.mover, "an object that moves by itself; mover_NN.png shows where, in positions of frame 0");
+    command->add_option("--mover-size", options.moverSize, "its size in pixels, for a round one")
+        ->check(CLI::Range(8, 4000))
+        ->needs(mover);
+    command
+        ->add_option("--mover-contrast", options.moverContrast,
+                     "levels between it and what it covers, instead of a piece of the photograph")
+        ->check(CLI::Range(1, 127))
+        ->needs(mover);
+    command->add_option("--size", arguments->size, "WxH of the frames; the photograph is made smaller to fit");
+    command->add_option("--crop", arguments->crop, "WxH+X+Y: take this part of the photograph only");
+    addRawOptions(*command, arguments->raw);
+    command->add_option("--seed", options.seed, "of all that is random")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    command->callback([arguments] { runSynth(*arguments); });
+}
+
+}  // namespace eishost

@@ -1,0 +1,129 @@
+#include "host/dsp/dsp_arena.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <iterator>
+#include <new>
+#include <ostream>
+#include <stdexcept>
+
+namespace eishost {
+
+namespace {
+
+// High enough that no offset or size passes for an address.
+constexpr std::uint64_t kFirstAddress = 0x8c340000u;
+constexpr std::uint64_t kAddressEnd = std::uint64_t{1} << 32;
+constexpr std::uint64_t kPage = 4096;
+constexpr std::uint8_t kFreshDsp = 0x2b;
+constexpr std::uint8_t kFreshCpu = 0xd5;
+
+DspArena* installed = nullptr;
+
+}  // namespace
+
+DspArena::DspArena(std::ostream* trace) : next_(kFirstAddress), trace_(trace) {
+    if (installed != nullptr) throw std::logic_error("a DSP arena is installed already");
+    installed = this;
+    setIO2VAConverter(&DspArena::convert);
+    setGraphicBufferInvalidater(&DspArena::invalidate);
+    setGraphicBufferFlusher(&DspArena::flush);
+}
+
+DspArena::~DspArena() {
+    setIO2VAConverter(nullptr);
+    setGraphicBufferInvalidater(nullptr);
+    setGraphicBufferFlusher(nullptr);
+    installed = nullptr;
+}
+
+DeviceAddress DspArena::allocate(std::size_t bytes, const std::string& field) {
+    if (bytes == 0) bytes = 1;
+    // A page at least stays free behind each buffer, so that an address past its end belongs to nobody.
+    const std::uint64_t pages = (bytes + kPage - 1) / kPage + 1;
+    if (pages > (kAddressEnd - next_) / kPage) throw std::bad_alloc();
+    Buffer buffer;
+    buffer.bytes = bytes;
+    buffer.field = field;
+    buffer.dsp.reset(new std::uint8_t[bytes]);
+    buffer.cpu.reset(new std::uint8_t[bytes]);
+    std::memset(buffer.dsp.get(), kFreshDsp, bytes);
+    std::memset(buffer.cpu.get(), kFreshCpu, bytes);
+    const auto address = static_cast<DeviceAddress>(next_);
+    buffers_.emplace(address, std::move(buffer));
+    next_ += pages * kPage;
+    return address;
+}
+
+DspArena::Place DspArena::find(DeviceAddress address) const {
+    auto after = buffers_.upper_bound(address);
+    if (after == buffers_.begin()) return {};
+    const auto& [base, buffer] = *std::prev(after);
+    const std::size_t offset = address - base;
+    return offset < buffer.bytes ? Place{&buffer, base, offset} : Place{};
+}
+
+DspArena::Place DspArena::findCpu(const void* address) const {
+    const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+    for (const auto& [base, buffer] : buffers_) {
+        const auto first = reinterpret_cast<std::uintptr_t>(buffer.cpu.get());
+        if (wanted >= first && wanted - first < buffer.bytes) return {&buffer, base, wanted - first};
+    }
+    return {};
+}
+
+std::uint8_t* DspArena::dspSide(DeviceAddress address) const {
+    const Place place = find(address);
+    return place.buffer != nullptr ? place.buffer->dsp.get() + place.offset : nullptr;
+}
+
+std::uint8_t* DspArena::cpuSide(DeviceAddress address) const {
+    const Place place = find(address);
+    return place.buffer != nullptr ? place.buffer->cpu.get() + place.offset : nullptr;
+}
+
+void DspArena::syncToCpu(DeviceAddress address) {
+    const Place place = find(address);
+    traceLine("host syncs to CPU", place, address);
+    if (place.buffer != nullptr) std::memcpy(place.buffer->cpu.get(), place.buffer->dsp.get(), place.buffer->bytes);
+}
+
+void DspArena::syncToDsp(DeviceAddress address) {
+    const Place place = find(address);
+    traceLine("host syncs to DSP", place, address);
+    if (place.buffer != nullptr) std::memcpy(place.buffer->dsp.get(), place.buffer->cpu.get(), place.buffer->bytes);
+}
+
+void* DspArena::convert(DeviceAddress address) {
+    const Place place = installed->find(address);
+    installed->traceLine("convert", place, address);
+    return place.buffer != nullptr ? place.buffer->cpu.get() + place.offset : nullptr;
+}
+
+void DspArena::invalidate(void* address) {
+    const Place place = installed->findCpu(address);
+    installed->traceLine("invalidate", place, reinterpret_cast<std::uintptr_t>(address));
+    if (place.buffer != nullptr) std::memcpy(place.buffer->cpu.get(), place.buffer->dsp.get(), place.buffer->bytes);
+}
+
+void DspArena::flush(void* address) {
+    const Place place = installed->findCpu(address);
+    installed->traceLine("flush", place, reinterpret_cast<std::uintptr_t>(address));
+    if (place.buffer != nullptr) std::memcpy(place.buffer->dsp.get(), place.buffer->cpu.get(), place.buffer->bytes);
+}
+
+void DspArena::traceLine(const char* verb, const Place& place, std::uintptr_t asked) const {
+    if (trace_ == nullptr) return;
+    char address[32];
+    if (place.buffer == nullptr) {
+        std::snprintf(address, sizeof address, "0x%08" PRIxPTR, asked);
+        *trace_ << "trace: " << verb << " unknown address " << address << '\n';
+        return;
+    }
+    std::snprintf(address, sizeof address, "0x%08" PRIx32, static_cast<DeviceAddress>(place.base + place.offset));
+    *trace_ << "trace: " << verb << ' ' << place.buffer->field;
+    if (place.offset != 0) *trace_ << " + " << place.offset;
+    *trace_ << " (" << address << ")\n";
+}
+
+}  // namespace eishost
