@@ -37,7 +37,7 @@ void addControlGoals(Goals& goals) {
     const auto work = std::make_shared<ControlWork>();
     goals.addTiming(name, {[=] { work->ours(); }});
     goals.addTiming("plain " + name, {[=] { work->plain(); }});
-    goals.addGoal(name, {"plain " + name}, {1.0 / 3, 1.0 / 2});
+    goals.addGoal(name, {"plain " + name}, {1.0 / 2, 1.0 / 2});
 }
 
 }  // namespace eisbench

@@ -78,10 +78,17 @@ void addScale(int srcW, int srcH, int dstW, int dstH) {
 
 enum class Peer { kOpenCv, kLibyuv };
 
-void addScaleGoal(Goals& goals, int srcW, int srcH, int dstW, int dstH, Peer peer, Limits limits) {
-    const std::string work = scaleName(srcW, srcH, dstW, dstH);
+struct Ratio {
+    int srcW;
+    int srcH;
+    int dstW;
+    int dstH;
+};
+
+void addScaleGoal(Goals& goals, const Ratio& ratio, Peer peer, Limits limits) {
+    const std::string work = scaleName(ratio.srcW, ratio.srcH, ratio.dstW, ratio.dstH);
     if (!goals.wanted(work)) return;
-    const auto scale = std::make_shared<ScaleWork>(srcW, srcH, dstW, dstH);
+    const auto scale = std::make_shared<ScaleWork>(ratio.srcW, ratio.srcH, ratio.dstW, ratio.dstH);
     goals.addTiming(work, {[=] { scale->ours(); }});
     if (peer == Peer::kOpenCv) {
         goals.addTiming("OpenCV " + work, {[=] { scale->openCv(); }});
@@ -103,10 +110,10 @@ void registerScaleWorks() {
 }
 
 void addScaleGoals(Goals& goals) {
-    addScaleGoal(goals, 4000, 3000, 1920, 1440, Peer::kOpenCv, {0.30, 0.55});
-    addScaleGoal(goals, 4000, 3000, 2000, 1500, Peer::kLibyuv, {0.60, 0.90});
-    addScaleGoal(goals, 1920, 1080, 3840, 2160, Peer::kLibyuv, {0.80, 1.0});
-    addScaleGoal(goals, 1280, 720, 1000, 562, Peer::kOpenCv, {0.30, 0.50});
+    addScaleGoal(goals, {4000, 3000, 1920, 1440}, Peer::kOpenCv, {0.30, 0.55});
+    addScaleGoal(goals, {4000, 3000, 2000, 1500}, Peer::kLibyuv, {0.60, 0.90});
+    addScaleGoal(goals, {1920, 1080, 3840, 2160}, Peer::kLibyuv, {0.80, 1.0});
+    addScaleGoal(goals, {1280, 720, 1000, 562}, Peer::kOpenCv, {0.30, 0.50});
     const std::string large = "scale at 108 MP, a pixel";
     if (!goals.wanted(large)) return;
     const std::string small = "scale at 12 MP, a pixel";

@@ -50,16 +50,22 @@ std::vector<Pair> droppedPairs(const FrameReport& report) {
     return dropped;
 }
 
-// Lines are mixed into the picture with `weight`, dots are solid.
+struct PairStyle {
+    cv::Scalar colour;
+    int thickness;
+    double weight;  // with which lines are mixed into the picture; dots are solid
+};
+
+// Every pair whose place in the list is a multiple of `step`, with coordinates multiplied by `scale`.
 void drawPairs(cv::Mat& canvas, const std::vector<Pair>& pairs, std::size_t step, double scale,
-               const cv::Scalar& colour, int thickness, double weight) {
+               const PairStyle& style) {
     cv::Mat lines = canvas.clone();
     for (std::size_t i = 0; i < pairs.size(); i += step) {
-        cv::line(lines, pairs[i].ref * scale, pairs[i].cur * scale, colour, thickness, cv::LINE_AA);
+        cv::line(lines, pairs[i].ref * scale, pairs[i].cur * scale, style.colour, style.thickness, cv::LINE_AA);
     }
-    cv::addWeighted(lines, weight, canvas, 1 - weight, 0, canvas);
+    cv::addWeighted(lines, style.weight, canvas, 1 - style.weight, 0, canvas);
     for (std::size_t i = 0; i < pairs.size(); i += step) {
-        cv::circle(canvas, pairs[i].ref * scale, 1 + thickness, colour, cv::FILLED, cv::LINE_AA);
+        cv::circle(canvas, pairs[i].ref * scale, 1 + style.thickness, style.colour, cv::FILLED, cv::LINE_AA);
     }
 }
 
@@ -134,8 +140,8 @@ cv::Mat drawOverlay(const FrameReport& report, const std::string& referenceName)
     }
     // One step for both: their shares are to be seen.
     const std::size_t step = std::max(kept.size(), dropped.size()) / kMostDrawn + 1;
-    drawPairs(shown, dropped, step, scale, kDroppedColour, 1, 0.5);
-    drawPairs(shown, kept, step, scale, kKeptColour, report.refusal ? 1 : 2, 1);
+    drawPairs(shown, dropped, step, scale, {kDroppedColour, 1, 0.5});
+    drawPairs(shown, kept, step, scale, {kKeptColour, report.refusal ? 1 : 2, 1});
     if (report.area) cv::rectangle(shown, area, kAreaColour, 2);
     if (!report.mover.empty()) drawMover(shown, scaledPicture(report.mover, scale));
     return withCaption(shown, captionOf(report, referenceName, dropped.size(), step));
