@@ -1,6 +1,7 @@
 # Compiler flags of everything here (eis_common) and of the product's objects (eis_product).
 add_library(eis_common INTERFACE)
-target_compile_options(eis_common INTERFACE -Wall -Wextra -Wshadow -Wvla -Werror -ffp-contract=off)
+target_compile_options(eis_common INTERFACE -Wall -Wextra -Wshadow -Wvla -ffp-contract=off
+    $<$<BOOL:${EIS_WARNINGS_ARE_ERRORS}>:-Werror>)
 target_include_directories(eis_common INTERFACE ${CMAKE_SOURCE_DIR})
 
 if(EIS_SANITIZE STREQUAL "address")
