@@ -51,7 +51,8 @@ OUTSIDE = {
     "host/report/": TOOLS[:6] + ["include/"],
     "host/commands/": TOOLS + ["include/", "config/tuning_keys.h"],
     "host/lab/": INSIDES + TOOLS + ["host/commands/", "platform/"],
-    "bench/": INSIDES + ["host/"],
+    "examples/": ["include/"],
+    "bench/": INSIDES + ["host/", "examples/"],
     "fuzz/": INSIDES + ["host/lab/tuning_origin.h"],
     "tests/": INSIDES + ["host/", "platform/"],
 }
