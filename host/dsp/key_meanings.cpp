@@ -78,7 +78,7 @@ constexpr KeyMeaning kMeanings[] = {
     {kCallSection, "iirImgCount", "images", 0, 9, "images behind the motion mask, for the low-level chroma call alone"},
 };
 
-std::string number(double value) {
+std::string spelt(double value) {
     std::ostringstream text;
     text.precision(10);
     text << value;
@@ -89,7 +89,7 @@ std::string number(double value) {
 
 std::string KeyMeaning::range() const {
     if (low == -kNoEnd) return "any";
-    return high == kNoEnd ? number(low) + " up" : number(low) + " to " + number(high);
+    return high == kNoEnd ? spelt(low) + " up" : spelt(low) + " to " + spelt(high);
 }
 
 std::span<const KeyMeaning> keyMeanings() {
@@ -115,7 +115,7 @@ const KeyMeaning& meaningOf(std::string_view section, std::string_view name) {
 std::optional<std::string> rangeNote(std::string_view section, std::string_view name, double value) {
     const KeyMeaning& meaning = meaningOf(section, name);
     if (meaning.isUseful(value)) return std::nullopt;
-    return std::string(name) + " " + number(value) + " is outside the useful range, " + meaning.range() + " (" +
+    return std::string(name) + " " + spelt(value) + " is outside the useful range, " + meaning.range() + " (" +
            meaning.meaning + ")";
 }
 

@@ -12,7 +12,7 @@ constexpr double kHalveAbove = 4e6;  // pixels
 constexpr int kCellsX = 16;
 constexpr int kCellsY = 12;
 constexpr int kPerCell = 20;
-constexpr double kSmoothing = 1.2;
+constexpr double kSearchSmoothing = 1.2;
 constexpr int kBlock = 5;
 constexpr int kPeakDistance = 3;
 constexpr int kBorder = 32;              // a descriptor needs so much around its point
@@ -75,7 +75,7 @@ Keypoints findKeypoints(const cv::Mat& luma) {
     Keypoints keypoints;
     if (searched.cols <= 2 * kBorder || searched.rows <= 2 * kBorder) return keypoints;
     cv::Mat smooth;
-    cv::GaussianBlur(searched, smooth, {0, 0}, kSmoothing);
+    cv::GaussianBlur(searched, smooth, {0, 0}, kSearchSmoothing);
     std::vector<cv::KeyPoint> found = strongestOfEachCell(corners(smooth), smooth.size());
     const cv::Ptr<cv::ORB> orb = cv::ORB::create(static_cast<int>(found.size()) + 1, 1.2F, 1);
     orb->compute(searched, found, keypoints.descriptors);

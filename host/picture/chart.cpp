@@ -13,10 +13,10 @@ namespace {
 constexpr int kScale = 3;
 constexpr int kPanelWidth = 800;
 constexpr int kPanelHeight = 520;
-constexpr int kMargin = 24;
+constexpr int kChartMargin = 24;
 constexpr int kTitleHeight = 34;
 constexpr int kNoteHeight = 24;
-constexpr int kFont = cv::FONT_HERSHEY_SIMPLEX;
+constexpr int kChartFont = cv::FONT_HERSHEY_SIMPLEX;
 
 const cv::Scalar kInk(40, 40, 40);
 const cv::Scalar kPale(228, 228, 228);
@@ -63,7 +63,7 @@ class Canvas {
     }
 
     static cv::Size2d textSize(const std::string& text, double size) {
-        const cv::Size pixels = cv::getTextSize(text, kFont, size * kScale / 22.0, weight(size), nullptr);
+        const cv::Size pixels = cv::getTextSize(text, kChartFont, size * kScale / 22.0, weight(size), nullptr);
         return {pixels.width / double{kScale}, pixels.height / double{kScale}};
     }
 
@@ -77,7 +77,7 @@ class Canvas {
         const double width = textSize(text, size).width;
         if (align == Align::kCentre) at.x -= width / 2;
         if (align == Align::kRight) at.x -= width;
-        cv::putText(image_, text, at * kScale, kFont, size * kScale / 22.0, kInk, weight(size), cv::LINE_AA);
+        cv::putText(image_, text, at * kScale, kChartFont, size * kScale / 22.0, kInk, weight(size), cv::LINE_AA);
     }
 
     // Bottom to top, centred on `at`.
@@ -86,7 +86,7 @@ class Canvas {
         const int width = static_cast<int>((extent.width + 4) * kScale);
         const int height = static_cast<int>(extent.height * 2 * kScale);
         cv::Mat strip(height, width, CV_8UC3, cv::Scalar::all(255));
-        cv::putText(strip, text, {2 * kScale, height * 3 / 4}, kFont, size * kScale / 22.0, kInk, weight(size),
+        cv::putText(strip, text, {2 * kScale, height * 3 / 4}, kChartFont, size * kScale / 22.0, kInk, weight(size),
                     cv::LINE_AA);
         cv::rotate(strip, strip, cv::ROTATE_90_COUNTERCLOCKWISE);
         const cv::Rect place(static_cast<int>(at.x * kScale) - height / 2, static_cast<int>(at.y * kScale) - width / 2,
@@ -133,7 +133,7 @@ class PanelDrawing {
         : canvas_(canvas),
           panel_(panel),
           left_(corner.x + 88),
-          right_(corner.x + kPanelWidth - kMargin),
+          right_(corner.x + kPanelWidth - kChartMargin),
           top_(corner.y + 44),
           bottom_(corner.y + kPanelHeight - 62),
           maxY_(panel.maxY) {
@@ -282,13 +282,14 @@ cv::Mat drawChart(const Chart& chart) {
     const int panels = static_cast<int>(chart.panels.size());
     const int columns = std::max(1, std::min(chart.columns, panels));
     const int rows = (panels + columns - 1) / columns;
-    const int head = kMargin + kTitleHeight + kNoteHeight * static_cast<int>(chart.notes.size());
+    const int head = kChartMargin + kTitleHeight + kNoteHeight * static_cast<int>(chart.notes.size());
     Canvas canvas(columns * kPanelWidth, head + rows * kPanelHeight);
-    double base = kMargin + 18;
-    canvas.text(chart.title, {kMargin, base}, 18);
+    double base = kChartMargin + 18;
+    canvas.text(chart.title, {kChartMargin, base}, 18);
     for (const std::string& note : chart.notes) {
         base += kNoteHeight;
-        canvas.text(note, {kMargin, base + 4}, Canvas::fittingSize(note, 12, columns * kPanelWidth - 2 * kMargin));
+        canvas.text(note, {kChartMargin, base + 4},
+                    Canvas::fittingSize(note, 12, columns * kPanelWidth - 2 * kChartMargin));
     }
     for (int i = 0; i < panels; ++i) {
         const int row = i / columns;

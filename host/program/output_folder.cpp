@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void refuse(const std::string& path, const std::string& why) {
+[[noreturn]] void refuseFolder(const std::string& path, const std::string& why) {
     throw HostError(kExitUnwritable, path + ": " + why);
 }
 
@@ -55,8 +55,9 @@ OutputFolder::OutputFolder(const std::string& path, std::string list, std::vecto
     : path_(path), list_(std::move(list)), kinds_(std::move(kinds)) {
     const fs::path present = existingPart(path_);
     std::error_code ignored;
-    if (!fs::is_directory(present, ignored)) refuse(path, "cannot be a folder: " + present.string() + " is a file");
-    if (access(present.c_str(), W_OK | X_OK) != 0) refuse(path, "the folder cannot be written to");
+    if (!fs::is_directory(present, ignored))
+        refuseFolder(path, "cannot be a folder: " + present.string() + " is a file");
+    if (access(present.c_str(), W_OK | X_OK) != 0) refuseFolder(path, "the folder cannot be written to");
     if (!fs::is_directory(path_, ignored)) return;
 
     for (const fs::directory_entry& entry : fs::directory_iterator(path_)) {
@@ -65,18 +66,18 @@ OutputFolder::OutputFolder(const std::string& path, std::string list, std::vecto
     std::sort(older_.begin(), older_.end());
     if (older_.empty()) return;
     if (!replacing) {
-        refuse(path, "holds " + older_.front().filename().string() +
-                         (older_.size() > 1 ? " and " + std::to_string(older_.size() - 1) + " more" : "") +
-                         " of an earlier run; take another folder, or --force to remove what that run wrote");
+        refuseFolder(path, "holds " + older_.front().filename().string() +
+                               (older_.size() > 1 ? " and " + std::to_string(older_.size() - 1) + " more" : "") +
+                               " of an earlier run; take another folder, or --force to remove what that run wrote");
     }
     const std::set<std::string> known = namesIn(path_ / list_);
     for (const fs::path& file : older_) {
         const std::string name = file.filename().string();
         if (name != list_ && known.count(name) == 0) {
-            refuse(file.string(), list_ + " does not name it, so --force does not remove it; move it away");
+            refuseFolder(file.string(), list_ + " does not name it, so --force does not remove it; move it away");
         }
         for (const std::string& input : inputs) {
-            if (fs::equivalent(file, input, ignored)) refuse(input, "is an input, so --force does not remove it");
+            if (fs::equivalent(file, input, ignored)) refuseFolder(input, "is an input, so --force does not remove it");
         }
     }
 }
@@ -94,9 +95,9 @@ bool OutputFolder::isOurs(const std::string& name) const {
 void OutputFolder::open() const {
     std::error_code error;
     fs::create_directories(path_, error);
-    if (error) refuse(path_.string(), "cannot be made: " + error.message());
+    if (error) refuseFolder(path_.string(), "cannot be made: " + error.message());
     for (const fs::path& file : older_) {
-        if (!fs::remove(file, error) && error) refuse(file.string(), "cannot be removed: " + error.message());
+        if (!fs::remove(file, error) && error) refuseFolder(file.string(), "cannot be removed: " + error.message());
     }
 }
 
