@@ -10,6 +10,7 @@ void addCommands(CLI::App& app) {
     eishost::addRegisterCommand(app);
     eishost::addBurstCommand(app);
     eishost::addDenoiseCommand(app);
+    eishost::addMergeCommand(app);
     eishost::addScaleCommand(app);
     eishost::addSearchCommand(app);
     eishost::addSynthCommand(app);

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <mutex>
+#include <set>
 
 namespace eishost {
 
@@ -17,7 +19,10 @@ void tell(const std::string& text) {
 }
 
 void note(const std::string& text) {
-    tell("note: " + text);
+    static std::mutex mutex;
+    static std::set<std::string> told;
+    const std::scoped_lock lock(mutex);
+    if (told.insert(text).second) tell("note: " + text);
 }
 
 }  // namespace eishost

@@ -11,7 +11,8 @@ const char* toolName();
 // "eis-host: TEXT".
 void tell(const std::string& text);
 
-// "eis-host: note: TEXT": what the user may not expect, though nothing is wrong.
+// "eis-host: note: TEXT": what the user may not expect, though nothing is wrong. A text is told once,
+// however often its file is read.
 void note(const std::string& text);
 
 }  // namespace eishost

@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "host/picture/picture.h"
+#include "host/program/exit_codes.h"
+#include "tests/hostcli/cli.h"
+#include "tests/hostcli/test_pictures.h"
+#include "tests/hosttools/scratch_folder.h"
+
+namespace eishost {
+namespace {
+
+constexpr int kFrames = 6;
+
+class MergeCommand : public testing::Test {
+  protected:
+    void SetUp() override {
+        cv::imwrite(folder.file("photo.png"), collage(800, 620));
+        ASSERT_EQ(runCli("synth " + folder.file("photo.png") + " --frames " + std::to_string(kFrames) +
+                         " --noise medium --mover --shift 15 --size 640x480 --out " + folder.file("b"))
+                      .exitCode,
+                  kExitOk);
+    }
+    nlohmann::json merge(const std::string& arguments) const {
+        const CliResult result = runCli("merge --json --truth " + folder.file("b ") + arguments);
+        EXPECT_EQ(result.exitCode, kExitOk) << arguments << '\n' << result.err;
+        return result.exitCode == kExitOk ? nlohmann::json::parse(result.out) : nlohmann::json();
+    }
+
+    ScratchFolder folder;
+    const std::string frames = folder.file("b") + "/frame_*.png ";
+    const std::string out = "--out " + folder.file("out.png ");
+};
+
+TEST_F(MergeCommand, MergesWhatStoodStillAndKeepsTheReferenceWhereSomethingMoved) {
+    const nlohmann::json robust = merge(frames + out + "--weight-map " + folder.file("held.png"));
+    EXPECT_EQ(robust["frames"], "6 of 6");
+    const nlohmann::json& scores = robust["truth"];
+    const auto gain = [&](const char* stage, const char* above, const char* key) {
+        return scores[stage].flatten()[key].get<double>() - scores[above].flatten()[key].get<double>();
+    };
+    for (const char* score : {"/psnrYOutsideMover", "/everywhere/psnr/u", "/everywhere/psnr/v"}) {
+        EXPECT_GT(gain("merged", "reference", score), 3) << score;
+        EXPECT_GT(gain("denoised", "merged", score), -0.1) << score;
+    }
+    EXPECT_GT(gain("denoised", "reference", "/psnrYInMoverArea"), 2);
+    EXPECT_GT(gain("denoised", "mean", "/psnrYInMoverArea"), 3) << "ghosts";
+
+    const nlohmann::json mean = merge(frames + out + "--weights mean --no-denoise")["truth"];
+    EXPECT_EQ(mean["merged"], mean["mean"]);
+    EXPECT_EQ(mean["mean"], scores["mean"]);
+
+    const cv::Mat held = cv::imread(folder.file("held.png"), cv::IMREAD_GRAYSCALE);
+    cv::Mat moved;  // at its place in the reference, the object is in no other frame
+    cv::erode(cv::imread(folder.file("b/mover_00.png"), cv::IMREAD_GRAYSCALE), moved, cv::Mat::ones(9, 9, CV_8U));
+    EXPECT_LT(cv::mean(held, moved)[0], 0.5 * cv::mean(held, moved == 0)[0]);
+
+    // Masks that cover everything leave nothing of the other frames.
+    std::filesystem::create_directory(folder.file("g"));
+    for (int i = 1; i < kFrames; ++i) {
+        cv::imwrite(folder.file("g/ghost_0" + std::to_string(i) + ".png"), cv::Mat(480, 640, CV_8U, cv::Scalar(255)));
+    }
+    EXPECT_EQ(merge(frames + out + "--ghosts " + folder.file("g"))["held"], 1);
+}
+
+TEST_F(MergeCommand, LeavesOutWhatItCannotUse) {
+    cv::imwrite(folder.file("small.png"), collage(320, 240));
+    cv::imwrite(folder.file("blank.png"), cv::Mat(480, 640, CV_8UC3, cv::Scalar::all(90)));
+    cv::Mat turned;
+    cv::flip(cv::imread(folder.file("b/frame_01.png")), turned, -1);
+    cv::imwrite(folder.file("turned.png"), turned);
+    const std::string bad = folder.file("small.png ") + folder.file("none.png ") + folder.file("turned.png ") +
+                            folder.file("blank.png ") + folder.write("text.jpg", "no picture") + ' ';
+    const nlohmann::json some = merge(frames + bad + out);
+    EXPECT_EQ(some["frames"], "6 of 11");
+    for (int i = kFrames; i < kFrames + 5; ++i) EXPECT_TRUE(some["members"][i]["leftOut"].is_string()) << i;
+
+    const nlohmann::json alone = merge(folder.file("b/frame_00.png ") + bad + out);
+    EXPECT_EQ(alone["frames"], "1 of 6");
+    EXPECT_GT(alone["truth"]["denoised"]["psnrYOutsideMover"], alone["truth"]["reference"]["psnrYOutsideMover"]);
+}
+
+TEST_F(MergeCommand, TakesClipsAndRawPicturesAsItTakesFiles) {
+    std::vector<Picture> pictures;
+    for (int i = 0; i < kFrames; ++i) {
+        pictures.push_back(loadPicture(folder.file("b/frame_0" + std::to_string(i) + ".png")));
+    }
+    savePictures(folder.file("clip.y4m"), pictures);
+    savePictures(folder.file("dump.nv12"), pictures);
+    const std::string inputs[] = {frames, folder.file("clip.y4m "), folder.file("dump.nv12 --raw-size 640x480 ")};
+    std::string first;
+    for (const std::string& input : inputs) {
+        const CliResult result = runCli("merge " + input + "--out " + folder.file("out.y4m"));
+        EXPECT_EQ(result.exitCode, kExitOk) << result.err;
+        if (first.empty()) first = folder.read("out.y4m");
+        EXPECT_TRUE(folder.read("out.y4m") == first) << input;
+    }
+}
+
+}  // namespace
+}  // namespace eishost
