@@ -11,7 +11,9 @@
 #include "host/program/output_file.h"
 #include "host/program/output_folder.h"
 #include "host/report/burst_output.h"
+#include "host/report/burst_page.h"
 #include "host/report/overlay.h"
+#include "host/report/settings_origin.h"
 #include "host/report/truth_scores.h"
 
 namespace eishost {
@@ -26,6 +28,7 @@ struct BurstArguments {
     bool denoise = false;
     int isoRow = 5;
     std::string tuning;
+    PageOptions page;
     bool json = false;
     bool trace = false;
     bool log = false;
@@ -71,7 +74,8 @@ void saveResult(const std::string& path, const nlohmann::json& result) {
     saveFile(path, jsonText(result, 2) + '\n');
 }
 
-std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const Picture* clean) {
+// Tells the page, unless it is null, where the settings are from.
+std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const Picture* clean, BurstPage* page) {
     if (!arguments.denoise) return std::nullopt;
     DenoiseOptions options;
     if (arguments.trace) options.trace = &std::cerr;
@@ -80,6 +84,7 @@ std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const
     DenoiseSettings settings;
     takeRow(settings, file, arguments.isoRow, options.trace, options.log);
     noteSettings(settings);
+    if (page != nullptr) page->setSettings(settingsOrigins(settings, {file, arguments.isoRow, {}}));
     return BurstDenoiser(settings, options, clean);
 }
 
@@ -115,7 +120,9 @@ void runBurst(const BurstArguments& arguments) {
     if (!next) throw HostError(kExitUsage, "a burst needs a reference and at least one frame");
     const TruthScorer truth(reference.name, source);
     if (source.cutRows() > 0) note(source.note());
-    const std::optional<BurstDenoiser> denoiser = makeDenoiser(arguments, truth.clean());
+    std::optional<BurstPage> page;
+    if (!arguments.page.folder.empty()) page.emplace(arguments.page, reference, truth.clean());
+    const std::optional<BurstDenoiser> denoiser = makeDenoiser(arguments, truth.clean(), page ? &*page : nullptr);
     folder.open();
 
     nlohmann::json result = {{"reference", reference.name},        {"width", reference.picture.width},
@@ -128,10 +135,10 @@ void runBurst(const BurstArguments& arguments) {
     };
     if (denoiser) {
         announce({"denoised"}, 0);
-        const DenoiseReport denoised =
-            denoiser->run(reference.picture, std::nullopt, {}, folder.picture("denoised", 0));
+        DenoiseReport denoised = denoiser->run(reference.picture, std::nullopt, {}, folder.picture("denoised", 0));
         result["referenceDenoised"] = denoised;
         output.reference(reference.name, denoised);
+        if (page) page->setDenoised(std::move(denoised.picture));
     }
     try {
         for (; next; next = reader.next()) {
@@ -142,20 +149,23 @@ void runBurst(const BurstArguments& arguments) {
             const std::size_t number = result["frames"].size() + 1;
             announce({"aligned", "overlay", "denoised"}, number);
             saveFrame(report, reference, denoiser, folder, number);
+            if (page) page->addFrame(report);
             result["frames"].push_back(report);
             result.erase("inWork");
             output.frame(report);
         }
+        result.erase("error");
+        if (page) page->finish(result);
     } catch (const std::exception& error) {
         // The frames that are done stand in the result, with the reason why there are no more.
         result["error"] = error.what();
         saveResult(folder.list(), result);
         throw;
     }
-    result.erase("error");
     result.erase("inWork");
     saveResult(folder.list(), result);
     output.finish(arguments.folder);
+    if (page && !arguments.json) std::printf("the page is %s\n", page->file().c_str());
 }
 
 }  // namespace
@@ -180,6 +190,7 @@ void addBurstCommand(CLI::App& app) {
         ->capture_default_str();
     command->add_option("--tuning", arguments->tuning, "Tuning file; the default is the one that comes with the tools")
         ->needs(denoise);
+    addPageOptions(*command, arguments->page);
     command->add_flag("--json", arguments->json, "Print one line of JSON a frame instead of the table");
     command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");

@@ -14,6 +14,9 @@
 #include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/progress.h"
+#include "host/report/frame_report.h"
+#include "host/report/page.h"
+#include "host/report/settings_origin.h"
 #include "host/video/picture_stream.h"
 
 namespace eishost {
@@ -30,6 +33,7 @@ struct DenoiseArguments {
     std::string mask;
     std::string beforeAfter;
     std::string truth;
+    PageOptions page;
     RawOptions raw;
     bool json = false;
     bool trace = false;
@@ -107,16 +111,9 @@ Caption sheetCaption(const DenoiseArguments& arguments, const DenoiseSettings& s
     return caption;
 }
 
-void report(const DenoiseArguments& arguments, const DenoiseSettings& settings, const DenoiseOptions& options,
-            const DenoiseOutcome& outcome, const std::optional<Gain>& gain) {
-    std::FILE* const to = arguments.output == "-" ? stderr : stdout;  // standard output may be the picture
-    if (!arguments.json) {
-        std::fprintf(to, "%dx%d, %s, %.1f ms\n", outcome.picture.width, outcome.picture.height,
-                     entryName(options.entry), outcome.milliseconds);
-        if (!gain) return;
-        for (const auto& [plane, text] : gainLines(*gain)) std::fprintf(to, "  %s  %s\n", plane.c_str(), text.c_str());
-        return;
-    }
+nlohmann::ordered_json denoiseJson(const DenoiseArguments& arguments, const DenoiseSettings& settings,
+                                   const DenoiseOptions& options, const DenoiseOutcome& outcome,
+                                   const std::optional<Gain>& gain) {
     nlohmann::ordered_json json = {{"input", arguments.input},
                                    {"output", arguments.output},
                                    {"width", outcome.picture.width},
@@ -125,7 +122,27 @@ void report(const DenoiseArguments& arguments, const DenoiseSettings& settings, 
                                    {"milliseconds", outcome.milliseconds},
                                    {"settings", settings}};
     if (gain) json["truth"] = {{"before", nlohmann::json(gain->before)}, {"after", nlohmann::json(gain->after)}};
-    std::fprintf(to, "%s\n", json.dump().c_str());
+    return json;
+}
+
+void print(const DenoiseArguments& arguments, const nlohmann::ordered_json& json, const std::optional<Gain>& gain) {
+    std::FILE* const to = arguments.output == "-" ? stderr : stdout;  // standard output may be the picture
+    if (arguments.json) {
+        std::fprintf(to, "%s\n", json.dump().c_str());
+        return;
+    }
+    std::fprintf(to, "%dx%d, %s, %.1f ms\n", json["width"].get<int>(), json["height"].get<int>(),
+                 json["entry"].get<std::string>().c_str(), json["milliseconds"].get<double>());
+    if (gain) {
+        for (const auto& [plane, text] : gainLines(*gain)) std::fprintf(to, "  %s  %s\n", plane.c_str(), text.c_str());
+    }
+}
+
+// What the page shows of the pictures, which it measures on the way.
+void fillPage(Page& page, const Picture& before, const Picture& after, const std::optional<Picture>& truth) {
+    if (truth) page.setTruth(*truth, {});
+    page.addVersion("reference", "Input", before);
+    page.addVersion("denoised", "Denoised", after);
 }
 
 void runDenoise(const DenoiseArguments& arguments) {
@@ -136,26 +153,45 @@ void runDenoise(const DenoiseArguments& arguments) {
     std::optional<Picture> truth;
     if (!arguments.truth.empty()) truth = loadPicture(arguments.truth, arguments.raw);
 
+    std::optional<Page> page;
+    if (!arguments.page.folder.empty()) {
+        page.emplace(arguments.page, "denoise", std::filesystem::path(arguments.input).filename().string());
+        const std::string file = arguments.tuning.empty() && arguments.isoRow ? shippedTuningFile() : arguments.tuning;
+        page->setSettings(settingsOrigins(settings, {file, arguments.isoRow, arguments.assignments}));
+    }
     PictureReader reader(arguments.input, arguments.raw);
     noteInterlacing(reader, arguments.input);
     PictureWriter writer(arguments.output, arguments.raw, reader.clipFormat());
     Progress progress(0, !arguments.trace && !arguments.log);
     progress.at(0, "reading " + arguments.input + ", then denoising and writing");
     std::size_t count = 0;
+    nlohmann::json result;
     streamPictures(reader, writer, [&](const Picture& picture) {
         progress.at(count, "denoising, then writing");
         DenoiseOutcome outcome = denoisePicture(picture, settings, options);
         std::optional<Gain> gain;
         if (truth) gain = measure(picture, outcome.picture, *truth, arguments.truth);
+        nlohmann::ordered_json json = denoiseJson(arguments, settings, options, outcome, gain);
+        if (count == 0 && page) {  // of a clip its first picture
+            progress.at(count, "measuring for the page");
+            fillPage(*page, picture, outcome.picture, truth);
+            json["report"] = page->figures();
+            result = json;
+        }
         if (count++ == 0 && !arguments.beforeAfter.empty()) {
             saveBgr(arguments.beforeAfter, beforeAfterSheet(picture, outcome.picture, truth ? &*truth : nullptr,
                                                             sheetCaption(arguments, settings, options, gain)));
         }
         progress.hide();
-        report(arguments, settings, options, outcome, gain);
+        print(arguments, json, gain);
         progress.at(count, "writing " + arguments.output);
         return std::move(outcome.picture);
     });
+    if (!page) return;
+    progress.at(count, "writing the page");
+    page->write(result);
+    progress.hide();
+    if (!arguments.json && arguments.output != "-") std::printf("the page is %s\n", page->file().c_str());
 }
 
 }  // namespace
@@ -181,6 +217,7 @@ void addDenoiseCommand(CLI::App& app) {
         "--before-after", arguments->beforeAfter,
         "A sheet (.png) of crops at true size: input, output, truth and difference, with settings\nand figures");
     command->add_option("--truth", arguments->truth, "Clean picture of the same size: print PSNR and SSIM");
+    addPageOptions(*command, arguments->page);
     addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--json", arguments->json, "Print a line of JSON for each picture");
     command->add_flag("--trace", arguments->trace, "Print each address conversion, sync and flush to stderr");

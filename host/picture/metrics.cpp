@@ -59,7 +59,7 @@ std::string gainText(double before, double after) {
     return text;
 }
 
-double planeSsim(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area) {
+double planeSsim(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area, const cv::Mat& counted) {
     if (area.width < kSsimWindow || area.height < kSsimWindow)
         throw HostError(kExitUnsuitable, "SSIM needs an area of at least 11x11");
     // Windows that reach beyond the area are left out, so its surroundings do not matter.
@@ -83,16 +83,28 @@ double planeSsim(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect&
     constexpr double kC2 = 0.03 * kPeak * 0.03 * kPeak;
     const cv::Mat above = (2 * meanAB + kC1).mul(2 * covariance + kC2);
     const cv::Mat below = (meanSquares + kC1).mul(variances + kC2);
-    return cv::mean(above / below)[0];
+    const cv::Mat similarity = above / below;
+    if (counted.empty()) return cv::mean(similarity)[0];
+    const cv::Mat mask = counted(area)(valid);
+    return cv::countNonZero(mask) == 0 ? std::numeric_limits<double>::quiet_NaN() : cv::mean(similarity, mask)[0];
 }
 
-PictureQuality pictureQuality(const Picture& picture, const Picture& reference, const cv::Rect& area) {
+cv::Mat countedInPlane(const cv::Mat& counted, int plane) {
+    if (counted.empty() || plane == 0) return counted;
+    cv::Mat half;
+    cv::resize(counted, half, {counted.cols / 2, counted.rows / 2}, 0, 0, cv::INTER_AREA);
+    return half == 255;
+}
+
+PictureQuality pictureQuality(const Picture& picture, const Picture& reference, const cv::Rect& area,
+                              const cv::Mat& counted) {
     PictureQuality quality;
     for (int plane = 0; plane < 3; ++plane) {
         const int step = plane == 0 ? 1 : 2;
         const cv::Rect part(area.x / step, area.y / step, area.width / step, area.height / step);
-        quality.psnr[plane] = planePsnr(picture.mat(plane), reference.mat(plane), part);
-        quality.ssim[plane] = planeSsim(picture.mat(plane), reference.mat(plane), part);
+        const cv::Mat mask = countedInPlane(counted, plane);
+        quality.psnr[plane] = planePsnr(picture.mat(plane), reference.mat(plane), part, mask);
+        quality.ssim[plane] = planeSsim(picture.mat(plane), reference.mat(plane), part, mask);
     }
     return quality;
 }

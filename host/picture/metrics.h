@@ -21,16 +21,21 @@ std::string gainText(double before, double after);
 
 // Mean structural similarity inside `area`, -1 to 1: Gaussian window of 11 by 11 with sigma 1.5 at every position where
 // it fits, K1 0.01, K2 0.03 (Wang, Bovik, Sheikh, Simoncelli, Image quality assessment: from error visibility to
-// structural similarity, IEEE TIP 2004). Exact to 1e-4. `area` must be at least 11 by 11.
-double planeSsim(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area);
+// structural similarity, IEEE TIP 2004). Exact to 1e-4. `area` must be at least 11 by 11. With `counted`, which has the
+// plane's size, only of the positions whose middle is not 0 there; NaN where that leaves none.
+double planeSsim(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area, const cv::Mat& counted = {});
+
+// What `counted`, of luma's size, is for a plane: a chroma sample counts where all of its luma samples do.
+cv::Mat countedInPlane(const cv::Mat& counted, int plane);
 
 struct PictureQuality {
     cv::Vec3d psnr;  // of Y, U, V
     cv::Vec3d ssim;
 };
 
-// Of all planes inside `area`, given in luma pixels and even.
-PictureQuality pictureQuality(const Picture& picture, const Picture& reference, const cv::Rect& area);
+// Of all planes inside `area`, given in luma pixels and even, and where `counted`, of luma's size, is not 0.
+PictureQuality pictureQuality(const Picture& picture, const Picture& reference, const cv::Rect& area,
+                              const cv::Mat& counted = {});
 
 // {"psnr": {"y": .., "u": .., "v": ..}, "ssim": {...}}, an infinite value as null.
 void to_json(nlohmann::json& json, const PictureQuality& quality);

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <opencv2/imgproc.hpp>
 
 #include "host/picture/metrics.h"
 
@@ -12,16 +11,11 @@ namespace {
 
 // Without the last rows and columns that make no group of 8.
 cv::Vec3d psnr(const Picture& picture, const Picture& clean, const cv::Rect& area, const cv::Mat& scored) {
-    cv::Mat scoredChroma;  // where all four luma samples are
-    if (!scored.empty()) {
-        cv::resize(scored, scoredChroma, {picture.chromaWidth(), picture.chromaHeight()}, 0, 0, cv::INTER_AREA);
-        scoredChroma = scoredChroma == 255;
-    }
     cv::Vec3d values;
     for (int plane = 0; plane < 3; ++plane) {
         const int part = plane == 0 ? 1 : 2;
         const cv::Rect planeArea(area.x / part, area.y / part, (area.width & ~7) / part, (area.height & ~7) / part);
-        values[plane] = planePsnr(picture.mat(plane), clean.mat(plane), planeArea, plane == 0 ? scored : scoredChroma);
+        values[plane] = planePsnr(picture.mat(plane), clean.mat(plane), planeArea, countedInPlane(scored, plane));
     }
     return values;
 }
@@ -39,14 +33,15 @@ nlohmann::json threePlanes(const cv::Vec3d& values) {
 
 DenoiseReport BurstDenoiser::run(const Picture& picture, const std::optional<cv::Rect>& area, const cv::Mat& scored,
                                  const std::string& file) const {
-    const DenoiseOutcome outcome = denoisePicture(picture, settings_, options_);
+    DenoiseOutcome outcome = denoisePicture(picture, settings_, options_);
     savePicture(file, outcome.picture);
-    DenoiseReport report{file, outcome.milliseconds, std::nullopt, std::nullopt};
+    DenoiseReport report{file, outcome.milliseconds, std::nullopt, std::nullopt, {}};
     if (clean_ != nullptr) {
         const cv::Rect inside = area.value_or(cv::Rect(0, 0, picture.width, picture.height));
         report.psnrBefore = psnr(picture, *clean_, inside, scored);
         report.psnrAfter = psnr(outcome.picture, *clean_, inside, scored);
     }
+    report.picture = std::move(outcome.picture);
     return report;
 }
 

@@ -16,6 +16,7 @@ struct DenoiseReport {
     double milliseconds = 0;
     std::optional<cv::Vec3d> psnrBefore;  // of Y, U, V against the clean reference, dB; only with a truth
     std::optional<cv::Vec3d> psnrAfter;
+    Picture picture;
 };
 
 class BurstDenoiser {

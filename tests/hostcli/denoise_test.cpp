@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+#include <regex>
 #include <tuple>
 
 #include "host/picture/picture.h"
@@ -96,6 +99,48 @@ TEST(DenoiseCommand, TakesKeysOverARowAndOverNothing) {
     EXPECT_EQ(settings["lumaHF1"], -128);
     EXPECT_EQ(settings["chromaNrLUT"][1], 8);
     EXPECT_EQ(settings["chromaNrLUT"][2], 0);
+}
+
+TEST(DenoiseCommand, WritesAPageThatHoldsTogetherAndReplacesNoOneElses) {
+    const ScratchFolder folder;
+    const Picture clean = pictureFromBgr(collage(1200, 904));
+    savePicture(folder.file("clean.y4m"), clean);
+    savePicture(folder.file("<noisy>.y4m"), noisy(clean, 8));
+    const std::string page = folder.file("page");
+    const std::string call = "denoise '" + folder.file("<noisy>.y4m") + "' " + folder.file("out.y4m") +
+                             " --iso-row 5 detail=-70 --json --report " + page;
+    std::filesystem::create_directory(page);
+    std::ofstream(page + "/index.html") << "<p>mine";
+    EXPECT_EQ(runCli(call).exitCode, kExitUnwritable);
+    EXPECT_FALSE(std::filesystem::exists(page + "/pictures"));
+    std::filesystem::remove(page + "/index.html");
+
+    ASSERT_EQ(runCli(call).exitCode, kExitOk);  // without a truth, to be replaced
+    const CliResult run = runCli(call + " --truth " + folder.file("clean.y4m"));
+    ASSERT_EQ(run.exitCode, kExitOk) << run.err;
+    const nlohmann::json figures = nlohmann::json::parse(run.out)["report"];
+    EXPECT_EQ(figures["file"], page + "/index.html");
+    EXPECT_NEAR(figures["versions"]["reference"]["noise"][7]["sigma"], 8, 0.5);
+    EXPECT_LT(figures["versions"]["denoised"]["noise"][7]["sigma"], 6);
+    EXPECT_NEAR(figures["versions"]["reference"]["sharpness"], 1, 0.02);
+    EXPECT_LT(figures["versions"]["denoised"]["sharpness"], 0.99);
+
+    std::ifstream file(page + "/index.html");
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(text.find("<noisy>"), std::string::npos);
+    for (const char* wanted : {"&lt;noisy&gt;.y4m", "multiframe.xml, line 54", "command line", "+3."}) {
+        EXPECT_NE(text.find(wanted), std::string::npos) << wanted;
+    }
+    std::uintmax_t bytes = text.size();
+    const std::regex link("pictures/[^\"]*");
+    for (std::sregex_iterator found(text.begin(), text.end(), link), none; found != none; ++found) {
+        EXPECT_FALSE(cv::imread(page + "/" + found->str()).empty()) << found->str();
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(page + "/pictures")) {
+        EXPECT_NE(text.find(entry.path().filename().string()), std::string::npos) << entry.path();
+        bytes += entry.file_size();
+    }
+    EXPECT_LT(bytes, 8'000'000u);
 }
 
 TEST(DenoiseCommand, LeavesNoSeamBetweenBands) {

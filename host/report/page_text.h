@@ -1,0 +1,21 @@
+// The page's templates and what they carry, which stand in the program.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace eishost {
+
+extern const char kPageTemplate[];
+extern const char kBurstsTemplate[];
+extern const char kPageStyle[];
+extern const char kPageScript[];
+
+// In every page of ours, and so in none of anyone else.
+inline constexpr char kPageMark[] = "<meta name=\"generator\" content=\"kelvane_eis_ap\">";
+
+// A Mustache template with the values of an object; null and "" are false to it. The style comes as "style", the script
+// as "script".
+std::string renderPage(const char* pageTemplate, const nlohmann::json& view);
+
+}  // namespace eishost
