@@ -10,6 +10,7 @@ namespace eislab {
 
 void addGhostCommand(CLI::App& app);
 void addGpuCommand(CLI::App& app);
+void addStagesCommand(CLI::App& app);
 void addTablesCommand(CLI::App& app);
 void addTuningCommand(CLI::App& app);
 

@@ -9,6 +9,7 @@ namespace {
 void addCommands(CLI::App& app) {
     eislab::addGhostCommand(app);
     eislab::addGpuCommand(app);
+    eislab::addStagesCommand(app);
     eislab::addTablesCommand(app);
     eislab::addTuningCommand(app);
 }
