@@ -11,6 +11,7 @@ namespace eishost {
 void addBurstCommand(CLI::App& app);
 void addDenoiseCommand(CLI::App& app);
 void addMergeCommand(CLI::App& app);
+void addPagesCommand(CLI::App& app);
 void addRegisterCommand(CLI::App& app);
 void addScaleCommand(CLI::App& app);
 void addSearchCommand(CLI::App& app);

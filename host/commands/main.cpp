@@ -7,6 +7,7 @@
 namespace {
 
 void addCommands(CLI::App& app) {
+    eishost::addPagesCommand(app);
     eishost::addRegisterCommand(app);
     eishost::addBurstCommand(app);
     eishost::addDenoiseCommand(app);
