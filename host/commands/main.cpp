@@ -7,7 +7,6 @@
 namespace {
 
 void addCommands(CLI::App& app) {
-    eishost::addPagesCommand(app);
     eishost::addRegisterCommand(app);
     eishost::addBurstCommand(app);
     eishost::addDenoiseCommand(app);
@@ -17,6 +16,7 @@ void addCommands(CLI::App& app) {
     eishost::addSynthCommand(app);
     eishost::addTablesCommand(app);
     eishost::addTuningCommand(app);
+    eishost::addPagesCommand(app);
 }
 
 }  // namespace

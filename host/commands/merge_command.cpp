@@ -8,11 +8,13 @@
 #include "host/commands/commands.h"
 #include "host/dsp/tuning_record.h"
 #include "host/merge/merge.h"
+#include "host/merge/merge_page.h"
 #include "host/merge/merge_report.h"
 #include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "host/program/progress.h"
+#include "host/report/settings_origin.h"
 
 namespace eishost {
 
@@ -27,6 +29,7 @@ struct MergeArguments {
     std::string ghosts;
     std::optional<int> isoRow;
     std::string tuning;
+    PageOptions page;
     RawOptions raw;
     bool noDenoise = false;
     bool json = false;
@@ -55,19 +58,22 @@ MergeOptions completeOptions(const MergeArguments& arguments) {
     MergeOptions options;
     options.weights = arguments.weights == "mean" ? MergeWeights::kMean : MergeWeights::kRobust;
     options.isoRow = arguments.isoRow;
-    options.keepMean = !arguments.truth.empty();
+    options.keepMean = !arguments.truth.empty() || !arguments.page.folder.empty();
     if (arguments.trace) options.denoise.trace = &std::cerr;
     if (arguments.log) options.denoise.log = &std::cerr;
     return options;
 }
 
 void print(const MergeArguments& arguments, const MergeReport& report, const BurstInput& input,
-           const MergeResult& result) {
+           const MergeResult& result, const nlohmann::ordered_json& json) {
     std::FILE* const to = arguments.output == "-" ? stderr : stdout;  // standard output may be the picture
     if (arguments.json) {
-        std::fprintf(to, "%s\n", jsonText(mergeJson(report, input, result)).c_str());
+        std::fprintf(to, "%s\n", jsonText(json).c_str());
     } else {
         printMerge(to, report, input, result);
+        if (json.contains("report")) {
+            std::fprintf(to, "the page is %s\n", json["report"]["file"].get<std::string>().c_str());
+        }
     }
 }
 
@@ -89,6 +95,11 @@ void runMerge(const MergeArguments& arguments) {
         options.tuning = &*tuning;
     }
 
+    std::optional<Page> page;
+    if (!arguments.page.folder.empty()) {
+        page.emplace(arguments.page, "merge",
+                     std::filesystem::path(arguments.inputs.front()).filename().string() + " and its burst");
+    }
     Progress progress(arguments.inputs.size(), !arguments.trace && !arguments.log);
     std::optional<ToleranceMeasure> tolerance;
     const auto measure = [&](const Picture& reference, const AlignedFrame& frame) {
@@ -115,7 +126,13 @@ void runMerge(const MergeArguments& arguments) {
     if (!arguments.weightMap.empty()) {
         saveWeightMap(arguments.weightMap, result.held, input.mergeable() + 1, input.reference());
     }
-    print(arguments, report, input, result);
+    nlohmann::ordered_json json = mergeJson(report, input, result);
+    if (page) {
+        if (result.row) page->setSettings(settingsOrigins(result.settings, {report.tuningFile, result.row, {}}));
+        writeMergePage(*page, input, result, truth ? &*truth : nullptr, json);
+        progress.hide();
+    }
+    print(arguments, report, input, result, json);
 }
 
 }  // namespace
@@ -149,6 +166,7 @@ void addMergeCommand(CLI::App& app) {
         ->excludes(off);
     command->add_option("--truth", arguments->truth,
                         "Folder of eis-host synth: score the result against its truth.json");
+    addPageOptions(*command, arguments->page);
     addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--json", arguments->json, "Print one line of JSON");
     command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");

@@ -22,8 +22,8 @@ namespace {
 using eishost::HostError;
 using eishost::Picture;
 
-constexpr int kShownWidth = 480;
-constexpr int kShownHeight = 360;
+constexpr int kShownWidth = 400;
+constexpr int kShownHeight = 300;
 constexpr int kLeastSide = 128;
 
 struct StagesArguments {

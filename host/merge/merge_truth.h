@@ -28,10 +28,11 @@ class MergeTruth {
 
     MergeScores score(const Picture& picture) const;
     const Picture& clean() const { return clean_; }
+    const cv::Mat& movers() const { return movers_; }  // 8-bit, not 0 where an object is in any frame; may be empty
 
   private:
     Picture clean_;
-    cv::Mat movers_;  // 8-bit, not 0 where an object is in any frame
+    cv::Mat movers_;
 };
 
 void to_json(nlohmann::ordered_json& json, const MergeScores& scores);

@@ -104,8 +104,9 @@ json facts(const json& document) {
     if (&last != &first && at(first, "/truth").is_null() && !std::isnan(meanNoise(first))) {
         list.push_back(fact("noise of Y", fixedText(meanNoise(first), 2) + " → " + fixedText(meanNoise(last), 2)));
     }
-    if (const json time = at(document, "/result/milliseconds"); time.is_number()) {
-        list.push_back(fact("in the library", fixedText(time, 0) + " ms"));
+    for (const char* const path : {"/result/milliseconds", "/result/denoise/milliseconds"}) {
+        const std::string time = fixedText(at(document, path), 0);
+        if (!time.empty()) list.push_back(fact("denoising, in the library", time + " ms"));
     }
     return list;
 }
@@ -145,7 +146,6 @@ json frameRow(const json& frame, const json& document) {
         add("PSNR of Y", before + " → " + number("/truth/psnrY/aligned", 2, "") + " dB (true alignment " +
                              number("/truth/psnrY/trueHomography", 2, ")"));
     }
-    add("merged", number("/share", 2, " of it, on average"));
     if (const json matching = at(frame, "/milliseconds/matching"); matching.is_number()) {
         double library = 0;
         for (const char* const stage : {"ransac", "registration", "flush"}) {

@@ -121,8 +121,14 @@
   }
 
   let drag = null;
+  let from = 0;
   stage.addEventListener('pointerdown', (event) => {
-    if (event.button !== 0 || event.target.closest('#marks')) return;
+    if (event.button !== 0) return;
+    if (event.target.closest('#marks')) {  // a click opens the part, a drag moves the border
+      drag = 'undecided';
+      from = event.clientX;
+      return;
+    }
     const onHandle = event.target.closest('.handle') !== null;
     const touch = event.pointerType !== 'mouse';
     drag = onHandle ? 'border' : stage.classList.contains('pans') ? 'pan' : touch && state.lens ? 'lens' : 'border';
@@ -137,12 +143,16 @@
   });
   function onMove(event) {
     const box = stage.getBoundingClientRect();
+    if (drag === 'undecided' && Math.abs(event.clientX - from) > 6) {
+      drag = event.pointerType !== 'mouse' && state.lens ? 'lens' : 'border';
+      stage.setPointerCapture(event.pointerId);
+    }
     if (drag === 'border') moveTo((event.clientX - box.left) / box.width);
     if (drag === 'pan' && event.type === 'pointermove') pan(event.movementX, event.movementY);
     if (drag === 'lens' || (drag === null && event.pointerType === 'mouse')) moveLens(event);
   }
   stage.addEventListener('pointermove', onMove);
-  for (const end of ['pointerup', 'pointercancel']) stage.addEventListener(end, () => { drag = null; });
+  for (const end of ['pointerup', 'pointercancel']) addEventListener(end, () => { drag = null; });
   stage.addEventListener('pointerleave', () => { lens.hidden = true; });
   stage.addEventListener('touchmove', (event) => { if (drag === 'lens') event.preventDefault(); }, { passive: false });
 

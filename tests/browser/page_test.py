@@ -36,7 +36,7 @@ def make_pages():
     burst = OUT / "burst"
     run("eis-host", "synth", PHOTO, "--frames", 3, "--noise", "medium", "--mover", "--size", "1920x1440", "--out", burst)
     run("eis-lab", "stages", burst / "frame_00.png", OUT / "stages")
-    run("eis-host", "burst", *sorted(burst.glob("frame_*.png")), "--denoise", "--out", burst / "aligned",
+    run("eis-host", "merge", *sorted(burst.glob("frame_*.png")), "--truth", burst, "--out", OUT / "merged.png",
         "--report", OUT / "page", "--stages", OUT / "stages")
     run("eis-host", "pages", OUT / "page", "--out", OUT / "index.html")
 
@@ -155,7 +155,7 @@ class PageTest(unittest.TestCase):
             handle.send_keys(Keys.HOME, Keys.PAGE_UP, Keys.SHIFT + Keys.ARROW_RIGHT)
             self.check_border(browser, 0.2)
             titles = [browser.find(tag).text for tag in ("#tag-left", "#tag-right")]
-            self.assertEqual(titles, ["Reference", "Reference, denoised"])
+            self.assertEqual(titles, ["Reference", "Merged, denoised"])
             handle.send_keys(Keys.NULL, "x")
             self.assertEqual([browser.find(tag).text for tag in ("#tag-right", "#tag-left")], titles)
             if browser.find("#lens-on").get_attribute("aria-pressed") == "false":
