@@ -24,5 +24,10 @@ HeapBlock<T[]> heapBlock(size_t count) {
     static_assert(std::is_trivial_v<T>);
     return HeapBlock<T[]>(static_cast<T*>(std::malloc(count * sizeof(T))));
 }
+template <class T>
+HeapBlock<T[]> zeroedHeapBlock(size_t count) {
+    static_assert(std::is_trivial_v<T>);
+    return HeapBlock<T[]>(static_cast<T*>(std::calloc(count, sizeof(T))));
+}
 
 }  // namespace eis

@@ -2,24 +2,15 @@
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 #include "config/xml_encoding.h"
+#include "libCore/core/source/frame/file.h"
 #include "libCore/core/source/frame/memory.h"
 #include "libCore/core/source/frame/wire.h"
 
 namespace eis {
 
 namespace {
-
-struct FileCloser {
-    void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
-File openForReading(const char* path) {
-    return File(std::fopen(path, "rb"));
-}
 
 constexpr char kUtf8Mark[] = "\xEF\xBB\xBF";
 constexpr size_t kUtf8MarkBytes = 3;
@@ -39,7 +30,7 @@ bool looksLikeWideText(const char (&head)[kXmlSmallestFile]) {
 
 // Reads the head and chooses the encoding by it. A file that does not open passes here and fails later.
 XmlFileOutcome inspectHead(const char* path, bool* wideText) {
-    const File file = openForReading(path);
+    const File file = openFile(path, "rb");
     if (!file) return XmlFileOutcome::loaded;
     char head[kXmlSmallestFile];
     if (std::fread(head, 1, sizeof head, file.get()) < sizeof head) return XmlFileOutcome::tooShort;
@@ -58,7 +49,7 @@ size_t markLength(const char* content) {
 }
 
 XmlFileOutcome parseFile(const char* path, XmlNode* root, XmlResults* results) {
-    const File file = openForReading(path);
+    const File file = openFile(path, "rb");
     if (!file) return XmlFileOutcome::cannotOpen;
     if (std::fseek(file.get(), 0, SEEK_END) != 0) return XmlFileOutcome::cannotRead;
     const long length = std::ftell(file.get());

@@ -51,4 +51,12 @@ typedef struct MemAllocatorTable {
 }
 #endif
 
+#ifdef __cplusplus
+#include <cstddef>
+
+static_assert(sizeof(ST_PICTURE_DEV) == 28 && offsetof(ST_PICTURE_DEV, width) == 0 &&
+              offsetof(ST_PICTURE_DEV, height) == 4 && offsetof(ST_PICTURE_DEV, stride) == 8 &&
+              offsetof(ST_PICTURE_DEV, pData) == 12 && offsetof(ST_PICTURE_DEV, format) == 24);
+#endif
+
 #endif

@@ -87,4 +87,31 @@ static inline int64_t chromaScratchSize(int32_t width, int32_t height) {
     return 56 * columns * (edgeBand + middleBand);
 }
 
+#ifdef __cplusplus
+#include <cstddef>
+
+static_assert(sizeof(ST_DN_PARAMS_NEW) == 72 && offsetof(ST_DN_PARAMS_NEW, dnReserved0) == 0 &&
+              offsetof(ST_DN_PARAMS_NEW, pMaskIIR) == 1 && offsetof(ST_DN_PARAMS_NEW, iirImgCount) == 5 &&
+              offsetof(ST_DN_PARAMS_NEW, lumaMed) == 6 && offsetof(ST_DN_PARAMS_NEW, lumaLF) == 10 &&
+              offsetof(ST_DN_PARAMS_NEW, lumaHF1) == 14 && offsetof(ST_DN_PARAMS_NEW, lumaHF2) == 18 &&
+              offsetof(ST_DN_PARAMS_NEW, lumaHF3) == 22 && offsetof(ST_DN_PARAMS_NEW, chromaS) == 26 &&
+              offsetof(ST_DN_PARAMS_NEW, detail) == 30 && offsetof(ST_DN_PARAMS_NEW, pSpatialChromaNrLUT) == 34 &&
+              offsetof(ST_DN_PARAMS_NEW, pIIRImgNum) == 38 && offsetof(ST_DN_PARAMS_NEW, lumaNrEnable) == 42 &&
+              offsetof(ST_DN_PARAMS_NEW, chromaNrEnable) == 46 && offsetof(ST_DN_PARAMS_NEW, dnReserved50) == 50 &&
+              offsetof(ST_DN_PARAMS_NEW, dnReserved54) == 54 && offsetof(ST_DN_PARAMS_NEW, dnReserved58) == 58 &&
+              offsetof(ST_DN_PARAMS_NEW, chromaEdgeLevel) == 62 && offsetof(ST_DN_PARAMS_NEW, dnReserved63) == 63 &&
+              offsetof(ST_DN_PARAMS_NEW, chromaGainIndex) == 64 && offsetof(ST_DN_PARAMS_NEW, chromaEdgeAlpha) == 68);
+static_assert(offsetof(ST_MULTIDENOISE_PARAMS_IN_DEV, stDNParams) == 140 &&
+              offsetof(ST_MULTIDENOISE_PARAMS_IN_DEV, globalMotionState) == 212 &&
+              offsetof(ST_MULTIDENOISE_PARAMS_IN_DEV, waitApFlag) == 336);
+static_assert(sizeof(ST_MULTIDENOISE_PARAMS_OUT_DEV) == 28);
+static_assert(sizeof(ST_SPATIAL_NR_CALL_BLOCK) == 8 && offsetof(ST_SPATIAL_NR_CALL_BLOCK, inPara) == 0 &&
+              offsetof(ST_SPATIAL_NR_CALL_BLOCK, outPara) == 4);
+static_assert(sizeof(ST_CHROMA_CALL_BLOCK) == 32 && offsetof(ST_CHROMA_CALL_BLOCK, stDNParams) == 0 &&
+              offsetof(ST_CHROMA_CALL_BLOCK, pMemoryManagement) == 4 && offsetof(ST_CHROMA_CALL_BLOCK, memSize) == 8 &&
+              offsetof(ST_CHROMA_CALL_BLOCK, width) == 12 && offsetof(ST_CHROMA_CALL_BLOCK, height) == 16 &&
+              offsetof(ST_CHROMA_CALL_BLOCK, stride) == 20 && offsetof(ST_CHROMA_CALL_BLOCK, pData1) == 24 &&
+              offsetof(ST_CHROMA_CALL_BLOCK, pData2) == 28);
+#endif
+
 #endif

@@ -63,4 +63,24 @@ typedef struct ST_RANSAC_REGIS_BLOCK {
                                   and not flushed */
 } ST_RANSAC_REGIS_BLOCK;
 
+#ifdef __cplusplus
+#include <cstddef>
+
+static_assert(sizeof(RansacEstParaContext) == 44 && offsetof(RansacEstParaContext, stMatchPairs) == 0 &&
+              offsetof(ST_MATCH_PAIRS_DEV, pCurPoints) == 4 && offsetof(ST_MATCH_PAIRS_DEV, pointNum) == 8 &&
+              offsetof(RansacEstParaContext, pCurIndex) == 12 && offsetof(RansacEstParaContext, pRefIndex) == 16 &&
+              offsetof(RansacEstParaContext, pDistance) == 20 && offsetof(RansacEstParaContext, matchNum) == 24 &&
+              offsetof(RansacEstParaContext, coordScale) == 28 && offsetof(RansacEstParaContext, ratio) == 32 &&
+              offsetof(RansacEstParaContext, pRefKeypoints) == 36 &&
+              offsetof(RansacEstParaContext, pCurKeypoints) == 40);
+static_assert(offsetof(ST_REGISTRATION_IN_BLOCK, astPairs) == 29 * 4 && sizeof(ST_REGISTRATION_PAIR_DEV) == 12 &&
+              offsetof(ST_REGISTRATION_PAIR_DEV, pCurPoints) == 4);
+static_assert(offsetof(ST_REGISTRATION_OUT_BLOCK, pStatus) == 62 * 4);
+static_assert(sizeof(ST_RANSAC_REGIS_BLOCK) == 24 && offsetof(ST_RANSAC_REGIS_BLOCK, pRansacEstParaContext) == 0 &&
+              offsetof(ST_RANSAC_REGIS_BLOCK, stImgRegistrationParamsIn) == 4 &&
+              offsetof(ST_RANSAC_REGIS_BLOCK, stImgRegistrationParamsOut) == 8 &&
+              offsetof(ST_RANSAC_REGIS_BLOCK, idx) == 12 && offsetof(ST_RANSAC_REGIS_BLOCK, lumaOnly) == 16 &&
+              offsetof(ST_RANSAC_REGIS_BLOCK, pHomography) == 20);
+#endif
+
 #endif

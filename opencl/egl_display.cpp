@@ -1,6 +1,6 @@
 #include "opencl/egl_display.h"
 
-#include "opencl/mfnr_log.h"
+#include "libCore/core/source/frame/log.h"
 
 namespace eis {
 

@@ -1,7 +1,7 @@
 #include "opencl/event_profile.h"
 
+#include "libCore/core/source/frame/log.h"
 #include "opencl/info_buf.h"
-#include "opencl/mfnr_log.h"
 
 namespace eis {
 

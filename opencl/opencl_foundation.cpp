@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "include/acore_types.h"
+#include "libCore/core/source/frame/log.h"
 #include "opencl/info_buf.h"
-#include "opencl/mfnr_log.h"
 
 namespace eis {
 

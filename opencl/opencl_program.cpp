@@ -1,8 +1,8 @@
 #include "opencl/opencl_program.h"
 
 #include <cstdlib>
-#include <memory>
 
+#include "bounded/heap_block.h"
 #include "include/acore_types.h"
 #include "libCore/core/source/frame/log.h"
 #include "opencl/info_buf.h"
@@ -55,17 +55,6 @@ constexpr KernelName kKernelNames[] = {
 };
 static_assert(sizeof kKernelNames / sizeof kKernelNames[0] == kKernelCount);
 
-struct FreeDeleter {
-    void operator()(void* memory) const { std::free(memory); }
-};
-template <class T>
-using Block = std::unique_ptr<T[], FreeDeleter>;
-
-template <class T>
-Block<T> allocateBlock(size_t count) {
-    return Block<T>(static_cast<T*>(std::calloc(count, sizeof(T))));
-}
-
 // The devices of the chosen platform.
 struct DeviceList {
     explicit DeviceList(const OpenCLFoundation& foundation)
@@ -85,9 +74,9 @@ bool hasDevice(const OpenCLFoundation* foundation) {
 // A file that cannot be read makes a null binary, and the runtime's refusal of it ends the build.
 int createFromBinary(OpenCLAlgoContext& context, const DeviceList& list, const char* path) {
     size_t size = 0;
-    const Block<unsigned char> binary(ReadProgramBinary(path, &size));
-    const Block<const unsigned char*> binaries = allocateBlock<const unsigned char*>(list.count);
-    const Block<size_t> sizes = allocateBlock<size_t>(list.count);
+    const HeapBlock<unsigned char[]> binary(ReadProgramBinary(path, &size));
+    const HeapBlock<const unsigned char*[]> binaries = zeroedHeapBlock<const unsigned char*>(list.count);
+    const HeapBlock<size_t[]> sizes = zeroedHeapBlock<size_t>(list.count);
     if (!binaries || !sizes) return retStsNoMemory;
     for (cl_uint i = 0; i < list.count; ++i) {
         binaries[i] = binary.get();
@@ -112,7 +101,7 @@ int buildFromBinary(OpenCLAlgoContext& context, const DeviceList& list, const ch
 void logBuildFailure(const OpenCLAlgoContext& context, const DeviceList& list, cl_int status) {
     size_t size = 0;
     clGetProgramBuildInfo(context.program, list.chosen, CL_PROGRAM_BUILD_LOG, 0, nullptr, &size);
-    const Block<char> text = allocateBlock<char>(size + 1);
+    const HeapBlock<char[]> text = zeroedHeapBlock<char>(size + 1);
     if (!text) {
         EIS_LOG_ERROR("[GPU]: clBuildProgram fail to build program, status = %d", status);
         return;
@@ -123,7 +112,7 @@ void logBuildFailure(const OpenCLAlgoContext& context, const DeviceList& list, c
 
 // A failed creation goes on to the build, which then fails for want of a program.
 int buildFromSource(OpenCLAlgoContext& context, const DeviceList& list, const char* path) {
-    const Block<char> source(ReadProgramText(path));
+    const HeapBlock<char[]> source(ReadProgramText(path));
     const char* text = source.get();
     cl_int status = CL_SUCCESS;
     context.program = clCreateProgramWithSource(context.foundation->context, 1, &text, nullptr, &status);
@@ -192,7 +181,7 @@ int setupOpencl_algo(OpenCLFoundation* handleOpenCLFoundation, const char* path,
         return kBadInput;
     }
     if (out == nullptr) return kBadInput;
-    Block<OpenCLAlgoContext> context = allocateBlock<OpenCLAlgoContext>(1);
+    HeapBlock<OpenCLAlgoContext[]> context = zeroedHeapBlock<OpenCLAlgoContext>(1);
     if (!context) return kBadInput;
     OpenCLAlgoContext& algo = context[0];
     algo.foundation = handleOpenCLFoundation;

@@ -2,21 +2,17 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 
+#include "libCore/core/source/frame/file.h"
 #include "libCore/core/source/frame/log.h"
 
 namespace eis {
 
 namespace {
 
-struct FileCloser {
-    void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-
 void* readWhole(const char* path, size_t* outSize) {
     *outSize = 0;
-    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path, "rb"));
+    const File file = openFile(path, "rb");
     if (!file) {
         EIS_LOG_ERROR("ERROR: Failed to open file '%s'\n", path);
         return nullptr;

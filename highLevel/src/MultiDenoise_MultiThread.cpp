@@ -1,11 +1,12 @@
 #include "highLevel/src/MultiDenoise_MultiThread.h"
 
+#include <bit>
+
 #include "highLevel/src/SpatialFilter.h"
 #include "highLevel/src/band/band_meeting.h"
 #include "highLevel/src/band/nr_bands.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/band_threads.h"
 #include "libCore/core/source/frame/log.h"
-#include "libCore/core/source/frame/traced_thread.h"
 
 namespace eis {
 
@@ -16,22 +17,6 @@ constexpr TraceSite kSite{
     "ret_status SpatialNrHighLevel_MultiThread(ST_MULTIDENOISE_PARAMS_IN*, ST_MULTIDENOISE_PARAMS_OUT*)"};
 constexpr int32_t kMinSize = 128;
 
-void fillBands(const ST_MULTIDENOISE_PARAMS_IN& in, const ST_PICTURE& picture, ST_NR_BAND_PARAMS* bands) {
-    const NrBandGeometry geometry = ComputeNrBands(picture.height);
-    for (int k = 0; k < kNrBands; ++k) {
-        const NrBand& cut = geometry.bands[k];
-        ST_NR_BAND_PARAMS& band = bands[k];
-        band.stMultiDenoiseIn.stDNParams = in.stDNParams;
-        band.stPicOut = picture;
-        band.stPicOut.height = cut.height;
-        band.stPicOut.stride = picture.width;
-        band.bandTopOverlap = cut.bandTopOverlap;
-        band.bandBottomOverlap = cut.bandBottomOverlap;
-        band.lumaStart = geometry.lumaStart(k, stride128(picture.width));
-        band.chromaStart = geometry.chromaStart(k, stride128(picture.width >> 1));
-    }
-}
-
 }  // namespace
 
 ret_status SpatialNrHighLevel_MultiThread(ST_MULTIDENOISE_PARAMS_IN* in, ST_MULTIDENOISE_PARAMS_OUT* out) {
@@ -40,8 +25,9 @@ ret_status SpatialNrHighLevel_MultiThread(ST_MULTIDENOISE_PARAMS_IN* in, ST_MULT
         return SpatialNrHighLevelNew(in, out);
     }
     EIS_LOG_INFO("SpatialNrHigh SpatialNrHighLevel_MultiThread multithread parameter set\n");
-    ST_NR_BAND_PARAMS bands[kNrBands]{};
-    fillBands(*in, out->stPicOut, bands);
+    const ST_NR_BAND_PARAMS whole = WholePicture(in->stDNParams, out->stPicOut);
+    ST_NR_BAND_PARAMS bands[kBands];
+    for (int k = 0; k < kBands; ++k) bands[k] = CutBand(whole, k);
 
     EIS_LOG_INFO("SpatialNrHigh SpatialNrHighLevel_MultiThread process init\n");
     if (!BeginBands()) {
@@ -50,23 +36,17 @@ ret_status SpatialNrHighLevel_MultiThread(ST_MULTIDENOISE_PARAMS_IN* in, ST_MULT
     }
 
     EIS_LOG_INFO("SpatialNrHigh SpatialNrHighLevel_MultiThread process start\n");
-    ThreadGroup<kNrBands> group(kSite);
-    int32_t missing = 0;
-    for (ST_NR_BAND_PARAMS& band : bands) {
-        if (!group.start(SpatialNrHighLevelNew_MultiThread, &band)) ++missing;
-    }
-    if (missing > 0) {
+    const bool allStarted = runBands(bands, SpatialNrHighLevelNew_MultiThread, kSite, [](uint32_t missing) {
+        if (missing == 0) {
+            EIS_LOG_INFO("SpatialNrHigh SpatialNrHighLevel_MultiThread process join\n");
+            return;
+        }
         EIS_LOG_INFO("SpatialNrHigh SpatialNrHighLevel_MultiThread Create Error\n");
         // The bands that run wait for all four: the stage stands in for those that do not.
-        CountBands(g_nrBandDone, missing);
-        CountBands(g_nrLumaDone, missing);
-        group.join();
-        EndBands();
-        return retStsThreadError;
-    }
-    EIS_LOG_INFO("SpatialNrHigh SpatialNrHighLevel_MultiThread process join\n");
-    group.join();
+        for (auto* counter : {&g_nrBandDone, &g_nrLumaDone}) CountBands(*counter, std::popcount(missing));
+    });
     EndBands();
+    if (!allStarted) return retStsThreadError;
     EIS_LOG_INFO("SpatialNrHigh SpatialNrHighLevel_MultiThread process end\n");
     return retStsOK;
 }

@@ -1,10 +1,9 @@
 #include "highLevel/src/MultiDenoise_MultiThread_2.h"
 
 #include "highLevel/src/SpatialFilter_2.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/band_threads.h"
 #include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/frame/slots.h"
-#include "libCore/core/source/frame/traced_thread.h"
 
 namespace eis {
 
@@ -17,49 +16,26 @@ constexpr TraceSite kLowLevelSite{
     "highLevel/src/MultiDenoise_MultiThread",
     "ret_status SpatialNrLowLevel_MultiThread_2(ST_DN_PARAMS_NEW*, int, int, int, uint32_t, uint32_t, uint8_t*, int)"};
 
-// Starts the worker on the four bands of the call, each with its part of the scratch, and joins them.
-ret_status runBands(const ChromaCall& call, ThreadFunction worker, const TraceSite& site) {
-    const NrBandGeometry geometry = ComputeNrBands(call.height);
-    const int32_t pitch = stride128(call.stride >> 1);
-    ChromaBarrier barrier;
-    ST_NR_CHROMA_BAND_PARAMS bands[kNrBands];
-    uint8_t* scratch = call.scratch;
-    for (int k = 0; k < kNrBands; ++k) {
-        const NrBand& cut = geometry.bands[k];
-        ST_NR_CHROMA_BAND_PARAMS& band = bands[k];
-        band = ChromaBandOf(call);
-        band.height = cut.height;
-        band.scratch = scratch;
-        band.bandTopOverlap = cut.bandTopOverlap;
-        band.bandBottomOverlap = cut.bandBottomOverlap;
-        band.bandDoneFlags = &barrier.bandDoneFlags;
-        band.bandRunFlag = &barrier.bandRunFlag;
-        band.bandIndex = k;
-        band.maskStart = geometry.maskStart(k, call.stride);
-        band.chromaStart = geometry.chromaStart(k, pitch);
-        scratch += chromaBandScratchSize(call.width, cut.height);
+// Filters the picture in four bands, each with its part of the scratch.
+ret_status filterInBands(const ConvertedChromaCall& call, ThreadFunction worker, const TraceSite& site) {
+    if (call.status != retStsOK) return call.status;
+    std::atomic<uint32_t> bandDoneFlags{0};
+    ST_NR_CHROMA_BAND_PARAMS bands[kBands];
+    uint8_t* scratch = call.whole.scratch;
+    for (int k = 0; k < kBands; ++k) {
+        bands[k] = {CutBand(call.whole, k), scratch, &bandDoneFlags, k};
+        scratch += chromaBandScratchSize(bands[k].width, bands[k].height);
     }
-
-    barrier.bandRunFlag = 1;
-    ThreadGroup<kNrBands> group(site);
-    bool started[kNrBands];
-    bool allStarted = true;
-    for (int k = 0; k < kNrBands; ++k) {
-        started[k] = group.start(worker, &bands[k]);
-        allStarted = allStarted && started[k];
-    }
-    if (!allStarted) {
+    const bool allStarted = runBands(bands, worker, site, [&](uint32_t missing) {
+        if (missing == 0) return;
         EIS_LOG_ERROR("%s", "Thread Create Error!");
         // The bands that run wait for all four: the stage stands in for those that do not.
-        for (int k = 0; k < kNrBands; ++k) {
-            if (!started[k]) MarkBandDone(barrier.bandDoneFlags, k);
+        for (int k = 0; k < kBands; ++k) {
+            if ((missing >> k & 1) != 0) MarkBandDone(bandDoneFlags, k);
         }
-        barrier.bandRunFlag = 0;
-    }
-    group.join();
+    });
     if (!allStarted) return retStsThreadError;
-    FunFlushBuff(call.pData1);
-    FunFlushBuff(call.pData2);
+    for (const BandPlane& plane : call.whole.chroma) FunFlushBuff(plane.plane);
     return retStsOK;
 }
 
@@ -71,9 +47,8 @@ ret_status SpatialNrHighLevel_MultiThread_2(ST_DN_PARAMS_NEW* stDNParams, int wi
     if (!usesNrBands(width, height)) {
         return SpatialNrHighLevelNew_2(stDNParams, width, height, stride, pData1, pData2, scratch, memSize);
     }
-    ChromaCall call{};
-    if (!ConvertChromaCall(stDNParams, width, height, stride, pData1, pData2, scratch, call)) return retStsBadAddress;
-    return runBands(call, SpatialNrHighLevelNew_2_MultiThread, kHighLevelSite);
+    return filterInBands(ConvertChromaCall({stDNParams, width, height, stride, pData1, pData2, scratch}),
+                         SpatialNrHighLevelNew_2_MultiThread, kHighLevelSite);
 }
 
 ret_status SpatialNrLowLevel_MultiThread_2(ST_DN_PARAMS_NEW* stDNParams, int width, int height, int stride,
@@ -81,12 +56,8 @@ ret_status SpatialNrLowLevel_MultiThread_2(ST_DN_PARAMS_NEW* stDNParams, int wid
     if (!usesNrBands(width, height)) {
         return SpatialNrLowLevelNew_2(stDNParams, width, height, stride, pData1, pData2, scratch, memSize);
     }
-    ChromaCall call{};
-    if (!ConvertChromaCall(stDNParams, width, height, stride, pData1, pData2, scratch, call)) return retStsBadAddress;
-    const PoolScratch<uint8_t> table = CopyChromaTable(call.dn.pSpatialChromaNrLUT, __func__);
-    if (!table) return retStsNoMemory;
-    call.dn.pSpatialChromaNrLUT = table.get();
-    return runBands(call, SpatialNrLowLevelNew_2_MultiThread, kLowLevelSite);
+    return filterInBands(ConvertChromaCall({stDNParams, width, height, stride, pData1, pData2, scratch}, __func__),
+                         SpatialNrLowLevelNew_2_MultiThread, kLowLevelSite);
 }
 
 }  // namespace eis

@@ -103,23 +103,23 @@ TEST(NrBands, Geometry) {
         int64_t secondStart;  // of luma, in rows
     } cases[] = {{256, 128, 192, 64, 64, 0}, {260, 144, 208, 79, 79, -14},  {284, 144, 208, 73, 73, -2},
                  {288, 144, 208, 72, 72, 0}, {3000, 816, 880, 66, 66, 684}, {1088, 336, 400, 64, 64, 208}};
+    const auto cut = [](int width, int height, int k) {
+        return CutBand(WholePicture({}, {width, height, 100, {}, 0}), k);
+    };
     for (const auto& c : cases) {
-        const NrBandGeometry geometry = ComputeNrBands(c.height);
-        const NrBand bands[] = {{c.edge, 0, c.edgeOverlap},
-                                {c.middle, c.middleOverlap, 64},
-                                {c.middle, c.middleOverlap, 64},
-                                {c.edge, c.edgeOverlap, 0}};
+        SCOPED_TRACE(c.height);
         for (int k = 0; k < 4; ++k) {
-            EXPECT_EQ(geometry.bands[k].height, bands[k].height) << c.height << ", " << k;
-            EXPECT_EQ(geometry.bands[k].bandTopOverlap, bands[k].bandTopOverlap) << c.height << ", " << k;
-            EXPECT_EQ(geometry.bands[k].bandBottomOverlap, bands[k].bandBottomOverlap) << c.height << ", " << k;
-            EXPECT_EQ(bands[k].coreHeight(), c.height / 4) << c.height << ", " << k;
+            const ST_NR_BAND_PARAMS band = cut(384, c.height, k);
+            const bool outer = k == 0 || k == 3;
+            EXPECT_EQ(band.height, outer ? c.edge : c.middle) << k;
+            EXPECT_EQ(band.bandTopOverlap, k == 0 ? 0 : outer ? c.edgeOverlap : c.middleOverlap) << k;
+            EXPECT_EQ(band.bandBottomOverlap, k == 3 ? 0 : outer ? c.edgeOverlap : 64) << k;
         }
-        EXPECT_EQ(geometry.lumaStart(1, 384), c.secondStart * 384) << c.height;
-        EXPECT_EQ(geometry.maskStart(1, 100), c.secondStart * 100) << c.height;
+        EXPECT_EQ(cut(384, c.height, 1).luma.start, c.secondStart * 384);
+        EXPECT_EQ(cut(384, c.height, 1).mask.start, c.secondStart * 100);
     }
     // Half a row off.
-    EXPECT_EQ(ComputeNrBands(260).chromaStart(2, 128), 25 * 128 + 64);
+    EXPECT_EQ(cut(384, 260, 2).chroma[0].start, 25 * 128 + 64);
 }
 
 TEST(ChromaScratchSize, FollowsThePath) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "tests/denoise/reference_chroma.h"
 #include "tests/denoise/reference_luma.h"
 

@@ -6,7 +6,7 @@
 
 #include "highLevel/src/chroma/chroma_edges.h"
 #include "highLevel/src/chroma/chroma_gain.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/neon/mask/mask_morphology.h"
 #include "libCore/core/source/neon/resample/binomial3x3.h"
 #include "libCore/core/source/neon/resample/resample_down.h"

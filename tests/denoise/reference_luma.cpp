@@ -11,7 +11,7 @@
 #include "highLevel/src/luma/remix_detail.h"
 #include "highLevel/src/luma/shrink_band.h"
 #include "libCore/core/source/control/shrink_lut.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/neon/resample/resample_down.h"
 #include "libCore/core/source/neon/resample/resample_up.h"
 

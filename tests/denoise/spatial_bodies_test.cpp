@@ -143,9 +143,9 @@ TEST(LumaSettings, FollowTheStrengths) {
         const LumaSettings settings = with(c.detail);
         EXPECT_EQ(settings.lfMix, c.mix) << c.detail;
         EXPECT_EQ(settings.mapSigma, c.sigma) << c.detail;
-        EXPECT_EQ(settings.mapCentre, c.centre) << c.detail;
-        EXPECT_EQ(settings.mapLumaLimit, c.limit) << c.detail;
-        EXPECT_EQ(settings.mapMixGain, c.gain) << c.detail;
+        EXPECT_EQ(settings.map.centre, c.centre) << c.detail;
+        EXPECT_EQ(settings.map.lumaLimit, c.limit) << c.detail;
+        EXPECT_EQ(settings.map.mixGain, c.gain) << c.detail;
     }
 }
 

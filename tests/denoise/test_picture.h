@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "tests/denoise/settings.h"
 #include "tests/harness/planes.h"
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "include/acore_api.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/arithmetic.h"
 #include "libCore/core/source/frame/clock.h"
 #include "libCore/core/source/frame/slots.h"

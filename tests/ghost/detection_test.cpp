@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/neon/ghost/ghost_detection.h"
 #include "libCore/core/source/neon/ghost/ghost_mask.h"
 #include "tests/ghost/reference.h"

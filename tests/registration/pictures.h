@@ -2,7 +2,7 @@
 #pragma once
 
 #include "include/st_picture.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/neon/warp/mirror_fill.h"
 #include "tests/harness/content.h"
 #include "tests/harness/planes.h"

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "highLevel/src/band/nr_bands.h"
+#include "libCore/core/source/frame/band_threads.h"
 
 namespace eis {
 
@@ -32,7 +32,7 @@ void CountBands(std::atomic<int32_t>& counter, int32_t bands) {
 }
 
 void AwaitBands(const std::atomic<int32_t>& counter) {
-    while (g_nrBandRun.load(std::memory_order_relaxed) != 0 && counter.load(std::memory_order_acquire) < kNrBands) {
+    while (g_nrBandRun.load(std::memory_order_relaxed) != 0 && counter.load(std::memory_order_acquire) < kBands) {
         usleep(1);
     }
 }

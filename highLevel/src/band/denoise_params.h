@@ -1,4 +1,5 @@
-// The denoise records in the library's own form: those of include/denoise_blocks.h after conversion.
+// The denoise records in the library's own form: those of include/denoise_blocks.h after conversion, without the fields
+// that are only carried or logged.
 #pragma once
 
 #include <cstdint>
@@ -10,25 +11,17 @@ namespace eis {
 
 // ST_DN_PARAMS_NEW with virtual addresses.
 struct ST_DN_PARAMS_VA {
-    uint8_t dnReserved0;
     const uint8_t* pMaskIIR;
     uint8_t iirImgCount;
     int32_t lumaMed;
     int32_t lumaLF;
     int32_t lumaHF1;
-    int32_t lumaHF2;
-    int32_t lumaHF3;
     int32_t chromaS;
     int32_t detail;
     const uint8_t* pSpatialChromaNrLUT;
-    void* pIIRImgNum;  // null: never converted
     int32_t lumaNrEnable;
     int32_t chromaNrEnable;
-    int32_t dnReserved50;
-    int32_t dnReserved54;
-    int32_t dnReserved58;
     uint8_t chromaEdgeLevel;
-    uint8_t dnReserved63;
     int32_t chromaGainIndex;
     int32_t chromaEdgeAlpha;
 };
@@ -38,8 +31,6 @@ ST_DN_PARAMS_VA DnParamsOf(const ST_DN_PARAMS_NEW& wire);
 
 struct ST_MULTIDENOISE_PARAMS_IN {
     ST_DN_PARAMS_VA stDNParams;
-    int32_t globalMotionState;
-    int32_t waitApFlag;
 };
 
 struct ST_MULTIDENOISE_PARAMS_OUT {

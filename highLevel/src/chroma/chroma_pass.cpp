@@ -33,14 +33,21 @@ void buildEdgeMap(const ChromaPassParams& params, int width, int height) {
     ChromaMagnitude(s.uQuarter, s.vQuarter, s.magnitude, width, height, width);
     Binomial3x3(s.magnitude, s.magnitude, s.smoothing, width, height, width, width, width);
     SobelMagnitude(s.magnitude, s.edgeMap, width, height, width, width);
-    if (params.gradQuarter != nullptr && params.chromaEdgeLevel > kLumaEdgesAbove) {
+    if (params.gradQuarter != nullptr && params.band.stDNParams.chromaEdgeLevel > kLumaEdgesAbove) {
         SatAddPlane(s.edgeMap, params.gradQuarter, width, height);
     }
 }
 
+// Bits of the motion mask's values.
+int32_t maskBits(uint8_t iirImgCount) {
+    return iirImgCount == 2 ? 5 : iirImgCount <= 4 ? 6 : iirImgCount <= 8 ? 7 : 8;
+}
+
 ST_WAVELET_DN_PARAMS waveletParams(const ChromaPassParams& params, int width, int height) {
+    constexpr uint8_t kMaskWeights[] = {24, 50, 101, 204};
+    const ST_DN_PARAMS_VA& dn = params.band.stDNParams;
     const ChromaScratch& s = params.scratch;
-    const EdgeWindow window = ComputeEdgeWindow(params.chromaS, params.family->chromaBase);
+    const EdgeWindow window = ComputeEdgeWindow(dn.chromaS, params.family.chromaBase);
     ST_WAVELET_DN_PARAMS wavelet{};
     wavelet.pSamples = s.pSamples;
     wavelet.sampleStride = width;
@@ -51,26 +58,28 @@ ST_WAVELET_DN_PARAMS waveletParams(const ChromaPassParams& params, int width, in
     wavelet.edgeHigh = window.edgeHigh;
     wavelet.edgeLow = window.edgeLow;
     wavelet.shrinkLow = kShrinkLow;
-    wavelet.satGain = satGainOf(params.chromaS);
+    wavelet.satGain = satGainOf(dn.chromaS);
     wavelet.shrinkHigh = kShrinkHigh;
     wavelet.pThresholds = s.pThresholds;
     wavelet.pWork = s.pWork;
-    wavelet.pChromaLut = params.pChromaLut;
-    wavelet.pMaskQuarter = params.family->usesMask ? s.maskQuarter : nullptr;
-    wavelet.levelShift = params.levelShift;
-    wavelet.maskWeight = params.family->usesMask ? params.maskWeight : uint8_t{0};
+    wavelet.pChromaLut = dn.pSpatialChromaNrLUT;
     wavelet.pFirstLevel = s.pFirstLevel;
+    if (params.family.usesMask) {
+        wavelet.pMaskQuarter = s.maskQuarter;
+        wavelet.levelShift = maskBits(dn.iirImgCount);
+        wavelet.maskWeight = kMaskWeights[wavelet.levelShift - 5];
+    }
     return wavelet;
 }
 
-struct Rows {
+// The core rows of a band at quarter scale.
+struct CoreRows {
     int first;
     int count;
+
+    explicit CoreRows(const ST_NR_BAND_PARAMS& band)
+        : first(band.bandTopOverlap >> 2), count((band.coreEnd() - band.bandTopOverlap) >> 2) {}
 };
-// The core rows of a band at quarter scale.
-Rows coreRows(const NrBand& band) {
-    return {band.bandTopOverlap >> 2, band.coreHeight() >> 2};
-}
 
 }  // namespace
 
@@ -82,10 +91,10 @@ EdgeWindow ComputeEdgeWindow(int32_t chromaS, int32_t chromaBase) {
     return {high == 30 ? 0 : chromaBase, high, static_cast<uint8_t>(high >> 1)};
 }
 
-ChromaScratch CutChromaScratch(uint8_t* block, int32_t width, int32_t height, const ChromaFamily& family) {
-    const int64_t plane = int64_t{width >> 2} * (height >> 2);
+ChromaScratch CutChromaScratch(uint8_t* block, const ST_NR_BAND_PARAMS& band, const ChromaFamily& family) {
+    const int64_t plane = int64_t{band.width >> 2} * (band.height >> 2);
     // The wide planes stand on a grid of their own, equal to the plane's size when width and height are multiples of 4.
-    const int64_t wide = (int64_t{width} * height) >> 4;
+    const int64_t wide = (int64_t{band.width} * band.height) >> 4;
     const int64_t afterMask = family.usesMask ? 6 : 5;
     const auto at = [&](int64_t planes) { return block + planes * plane; };
     return {at(0),
@@ -102,38 +111,25 @@ ChromaScratch CutChromaScratch(uint8_t* block, int32_t width, int32_t height, co
             reinterpret_cast<int16_t*>(block + 20 * wide)};
 }
 
-void SetMotionMask(ChromaPassParams& params, uint8_t iirImgCount) {
-    struct Depth {
-        int32_t levelShift;
-        uint8_t maskWeight;
-    };
-    const Depth depth = iirImgCount == 2   ? Depth{5, 24}
-                        : iirImgCount <= 4 ? Depth{6, 50}
-                        : iirImgCount <= 8 ? Depth{7, 101}
-                                           : Depth{8, 204};
-    params.levelShift = depth.levelShift;
-    params.maskWeight = depth.maskWeight;
-}
-
 ret_status RunChromaPass(const ChromaPassParams& params) {
+    const ST_NR_BAND_PARAMS& band = params.band;
+    const ST_DN_PARAMS_VA& dn = band.stDNParams;
     const ChromaScratch& s = params.scratch;
-    const int width = params.width >> 2;
-    const int height = params.band.height >> 2;
-    const Rows core = coreRows(params.band);
+    const int width = band.width >> 2;
+    const int height = band.height >> 2;
+    const CoreRows core(band);
     const int rowFirst = std::max(core.first - 1, 0);
     const int rowEnd = std::min(core.first + core.count + 1, height);
     uint8_t* quarter[2] = {s.uQuarter, s.vQuarter};
     uint8_t* denoised[2] = {s.uQuarterDn, s.vQuarterDn};
     // Until the wavelet runs, its planes are free.
     auto* spare = reinterpret_cast<uint8_t*>(s.pSamples);
-    for (int i = 0; i < 2; ++i) {
-        DownScaleBand2x2(params.planes[i], params.width / 2, params.band.height / 2, quarter[i], spare);
-    }
+    for (int i = 0; i < 2; ++i) DownScaleBand2x2(band.chroma[i], band.width / 2, band.height / 2, quarter[i], spare);
     buildEdgeMap(params, width, height);
-    if (params.family->usesMask) DownScaleBand4x4(params.mask, params.width, params.band.height, s.maskQuarter, spare);
+    if (params.family.usesMask) DownScaleBand4x4(band.mask, band.width, band.height, s.maskQuarter, spare);
 
     const ST_WAVELET_DN_PARAMS wavelet = waveletParams(params, width, height);
-    params.family->buildMap(wavelet);
+    params.family.buildMap(wavelet);
     const WaveletWork rings{s.pSamples, int64_t{kWideSamplePlanes} * width * height};
     for (int i = 0; i < 2; ++i) {
         WaveletDenoiseBytes_neon(wavelet, i + 1, {quarter[i], denoised[i], rowFirst, rowEnd}, rings);
@@ -141,7 +137,7 @@ ret_status RunChromaPass(const ChromaPassParams& params) {
 
     const ret_status status = MaskBinarizeDilate_r3(s.edgeMap, width, height, kEdgeThreshold, s.smoothing);
     if (status != retStsOK) return status;
-    const auto alpha = static_cast<uint8_t>(std::clamp(params.chromaEdgeAlpha, 0, 255));
+    const auto alpha = static_cast<uint8_t>(std::clamp(dn.chromaEdgeAlpha, 0, 255));
     const int64_t from = int64_t{width} * rowFirst;
     const uint8_t* firstLevel = s.pFirstLevel + from;
     uint8_t* u = s.uQuarterDn + from;
@@ -150,31 +146,26 @@ ret_status RunChromaPass(const ChromaPassParams& params) {
     const EdgeBlendArgs blend{firstLevel, firstLevel + int64_t{width} * height, u, v, s.edgeMap + from, width, rows,
                               alpha};
     EdgeBlendChroma(&blend);
-    const bool weaker = params.chromaEdgeLevel >= kWeakerGainFrom;
-    ChromaGainLut(u, v, width, rows, wrapSub(params.chromaGainIndex, weaker ? 1 : 0));
+    const bool weaker = dn.chromaEdgeLevel >= kWeakerGainFrom;
+    ChromaGainLut(u, v, width, rows, wrapSub(dn.chromaGainIndex, weaker ? 1 : 0));
     return retStsOK;
 }
 
-void WriteChroma(const ChromaPassParams& params, uint8_t* const planes[2]) {
+void WriteChroma(const ChromaPassParams& params) {
+    const ST_NR_BAND_PARAMS& band = params.band;
+    const CoreRows core(band);
+    const bool isFirst = band.bandTopOverlap == 0;
+    const bool isLast = band.bandBottomOverlap == 0;
+    const auto upScale = isFirst && isLast ? UpScaleX4_neon
+                         : isFirst         ? UpScaleX4_TopBand_neon
+                         : isLast          ? UpScaleX4_BottomBand_neon
+                                           : UpScaleX4_MidBand_neon;
     const uint8_t* denoised[2] = {params.scratch.uQuarterDn, params.scratch.vQuarterDn};
+    const int width = band.width >> 2;
     for (int i = 0; i < 2; ++i) {
-        UpScaleX4_neon(denoised[i], params.band.height >> 2, params.width >> 2, params.planes[i].pitch, planes[i]);
-    }
-}
-
-void WriteChromaBand(const ChromaPassParams& params, uint8_t* const planes[2]) {
-    const NrBand& band = params.band;
-    const Rows core = coreRows(band);
-    const auto upScale = band.bandTopOverlap == 0      ? UpScaleX4_TopBand_neon
-                         : band.bandBottomOverlap == 0 ? UpScaleX4_BottomBand_neon
-                                                       : UpScaleX4_MidBand_neon;
-    const uint8_t* denoised[2] = {params.scratch.uQuarterDn, params.scratch.vQuarterDn};
-    const int width = params.width >> 2;
-    const int64_t from = int64_t{width} * core.first;
-    for (int i = 0; i < 2; ++i) {
-        const int32_t pitch = params.planes[i].pitch;
-        const int64_t to = params.planes[i].start + int64_t{pitch} * (band.bandTopOverlap >> 1);
-        upScale(denoised[i] + from, core.count, width, pitch, planes[i] + to);
+        const BandPlane& plane = band.chroma[i];
+        upScale(denoised[i] + int64_t{width} * core.first, core.count, width, plane.pitch,
+                plane.row(band.bandTopOverlap >> 1));
     }
 }
 

@@ -5,7 +5,6 @@
 
 #include "highLevel/src/band/nr_bands.h"
 #include "include/acore_types.h"
-#include "libCore/core/source/neon/resample/band_rows.h"
 #include "libCore/core/source/neon/wavelet/wavelet_sweep.h"
 
 namespace eis {
@@ -48,37 +47,22 @@ inline constexpr int kWideSamplePlanes = 7;
 inline int64_t chromaBandScratchSize(int32_t width, int32_t height) {
     return int64_t{28} * (width >> 2) * (height >> 2);
 }
-// Lays the block out; it is aligned to 2 bytes.
-ChromaScratch CutChromaScratch(uint8_t* block, int32_t width, int32_t height, const ChromaFamily& family);
+// Lays the block of a band out; it is aligned to 2 bytes.
+ChromaScratch CutChromaScratch(uint8_t* block, const ST_NR_BAND_PARAMS& band, const ChromaFamily& family);
 
 struct ChromaPassParams {
-    const ChromaFamily* family;
-    // The picture or band, in luma pixels.
-    int32_t width;
-    NrBand band;
-    BandSource planes[2];
-    BandSource mask;             // low level
-    const uint8_t* gradQuarter;  // gradient of luma at quarter scale, or null
-    int32_t chromaS;
-    uint8_t chromaEdgeLevel;
-    int32_t chromaGainIndex;
-    int32_t chromaEdgeAlpha;
-    const uint8_t* pChromaLut;
-    int32_t levelShift;
-    uint8_t maskWeight;
+    const ST_NR_BAND_PARAMS& band;
+    const ChromaFamily& family;
     ChromaScratch scratch;
+    const uint8_t* gradQuarter;  // gradient of luma at quarter scale, or null
 };
-
-// Depth and weight of the motion mask. The luma passes, whose wavelet reads neither, leave both at 0.
-void SetMotionMask(ChromaPassParams& params, uint8_t iirImgCount);
 
 // Leaves the denoised planes at quarter scale in uQuarterDn and vQuarterDn: of a band the rows that the writing below
 // reads, its core and a row on either side. retStsNoMemory when the edge mask could not be grown.
 ret_status RunChromaPass(const ChromaPassParams& params);
 
-// Scales the denoised planes up into the picture's: all rows, or the core rows of a band. Columns and rows behind the
-// last whole quarter-scale sample stay as they are.
-void WriteChroma(const ChromaPassParams& params, uint8_t* const planes[2]);
-void WriteChromaBand(const ChromaPassParams& params, uint8_t* const planes[2]);
+// Scales the core rows of the denoised planes up into the picture's. Columns and rows behind the last whole
+// quarter-scale sample stay as they are.
+void WriteChroma(const ChromaPassParams& params);
 
 }  // namespace eis

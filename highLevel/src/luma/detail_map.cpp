@@ -1,8 +1,6 @@
 #include "highLevel/src/luma/detail_map.h"
 
-#include <cstdlib>
-#include <memory>
-
+#include "bounded/heap_block.h"
 #include "highLevel/src/luma/gauss_weight.h"
 #include "highLevel/src/luma/median_of_three.h"
 #include "libCore/core/source/frame/second_sweep.h"
@@ -60,13 +58,12 @@ void Median3x3Separable(uint8_t* pPlane, int width, int height, uint8_t* pTmp) {
 
 void GaussRemapPlane(uint8_t* pPlane, int stride, int width, int height, int32_t sigma, int32_t centre) {
     if (sigma < 0) return;
-    const std::unique_ptr<int32_t, decltype(&std::free)> table(static_cast<int32_t*>(std::calloc(256, sizeof(int32_t))),
-                                                               &std::free);
-    if (table == nullptr) return;
-    for (int i = 0; i < 256; ++i) table.get()[i] = gaussWeighted(i, sigma, centre);
+    const HeapBlock<int32_t[]> table = zeroedHeapBlock<int32_t>(256);
+    if (!table) return;
+    for (int i = 0; i < 256; ++i) table[i] = gaussWeighted(i, sigma, centre);
     for (int64_t y = 0; y < height; ++y) {
         uint8_t* row = pPlane + y * stride;
-        for (int x = 0; x < width; ++x) row[x] = static_cast<uint8_t>(table.get()[row[x]]);
+        for (int x = 0; x < width; ++x) row[x] = static_cast<uint8_t>(table[row[x]]);
     }
 }
 

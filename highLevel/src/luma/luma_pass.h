@@ -4,22 +4,23 @@
 
 #include <cstdint>
 
-#include "highLevel/src/band/denoise_params.h"
 #include "highLevel/src/band/nr_bands.h"
-#include "libCore/core/source/neon/resample/band_rows.h"
 
 namespace eis {
 
-// What the strengths of a call come to.
+// What the strengths of a call come to; of the texture map by steps.
+struct MapSettings {
+    int32_t centre;
+    int32_t lumaLimit;
+    uint16_t mixGain;
+};
 struct LumaSettings {
     bool median;
     int16_t lfStrength;
     int32_t lfMix;
     int32_t hfStrength;
     int32_t mapSigma;
-    int32_t mapCentre;
-    int32_t mapLumaLimit;
-    uint16_t mapMixGain;
+    MapSettings map;
 };
 LumaSettings ComputeLumaSettings(const ST_DN_PARAMS_VA& dn);
 
@@ -63,10 +64,8 @@ LumaScratch CutLumaScratch(uint8_t* bytePlanes, uint8_t* widePlanes, uint8_t* li
 LumaScratch CutLumaScratch(uint8_t* block, int32_t width, int32_t height);
 
 struct LumaPassParams {
+    const ST_NR_BAND_PARAMS& band;
     LumaSettings settings;
-    int32_t width;
-    NrBand band;
-    BandSource source;
     LumaScratch scratch;
 };
 
@@ -82,10 +81,10 @@ void BuildDetailMap(const LumaPassParams& params);
 // Before neighbours may write their cores.
 void KeepBorderRows(const LumaPassParams& params);
 // Writes the core rows of the picture's plane; nothing else writes into it.
-void MergeLuma(const LumaPassParams& params, uint8_t* plane);
+void MergeLuma(const LumaPassParams& params);
 
 // Lays a denoised row into the plane, with part of what was there back where the map has texture.
-void RemixLumaRow(const LumaPassParams& params, int row, const uint8_t* denoised, uint8_t* plane);
+void RemixLumaRow(const LumaPassParams& params, int row, const uint8_t* denoised);
 
 // Rows [begin, end).
 struct RowRange {
@@ -97,6 +96,6 @@ struct RowRange {
 // Rows at quarter scale that reach the core: those of its own and eight on either side, where the band has them. The
 // map's median and enlargement take two, the chroma pass's dilation, enlargement and write-back five. Off the grid of
 // four the last ones lie further down, since the map's rows are shorter than the picture's and run on through them.
-RowRange LumaQuarterRows(const NrBand& band, int32_t width);
+RowRange LumaQuarterRows(const ST_NR_BAND_PARAMS& band);
 
 }  // namespace eis

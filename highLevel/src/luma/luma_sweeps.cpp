@@ -8,6 +8,7 @@
 #include "highLevel/src/luma/recursive_filter.h"
 #include "highLevel/src/luma/shrink_band.h"
 #include "libCore/core/source/control/shrink_lut.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/neon/resample/resample_down.h"
 
 namespace eis {
@@ -25,11 +26,11 @@ struct SweepRows {
     RowRange low;        // what gradients are made of
     RowRange quarter;    // at quarter scale
 
-    SweepRows(const NrBand& band, int width) {
+    explicit SweepRows(const ST_NR_BAND_PARAMS& band) {
         const int half = band.height / 2;
         const int top = band.bandTopOverlap >> 1 > 1 ? (band.bandTopOverlap >> 1) - 1 : 0;
         const int bottom = band.bandBottomOverlap >= 4 ? (band.bandBottomOverlap >> 1) - 1 : 0;
-        quarter = LumaQuarterRows(band, width);
+        quarter = LumaQuarterRows(band);
         smoothed = {top, half - bottom};
         gradients = {2 * quarter.begin, 2 * quarter.end};
         low = {std::max(std::min(gradients.begin, smoothed.begin) - 1, 0),
@@ -55,7 +56,7 @@ struct SweepLines {
         const int half = width / 2;
         const auto take = [&](int samples) {
             int16_t* line = memory;
-            memory += (samples + 31) & ~31;
+            memory += roundUp(samples, 32);
             return line;
         };
         const auto takeBytes = [&](int bytes) { return reinterpret_cast<uint8_t*>(take((bytes + 1) / 2)); };
@@ -83,9 +84,9 @@ class LumaRows {
     const uint8_t* operator()(int row) {
         if (!params_.settings.median || row == 0 || row == params_.band.height - 1) return source(row);
         const int slot = row % 4;
-        uint8_t* medians = medians_ + int64_t{slot} * params_.width;
+        uint8_t* medians = medians_ + int64_t{slot} * params_.band.width;
         if (held_[slot] != row) {
-            Median3x3Row(source(row - 1), source(row), source(row + 1), params_.width, medians);
+            Median3x3Row(source(row - 1), source(row), source(row + 1), params_.band.width, medians);
             held_[slot] = row;
         }
         return medians;
@@ -93,13 +94,11 @@ class LumaRows {
 
   private:
     const uint8_t* source(int row) const {
-        const NrBand& band = params_.band;
-        const int coreEnd = band.height - band.bandBottomOverlap;
+        const ST_NR_BAND_PARAMS& band = params_.band;
         const BorderRows& border = params_.scratch.border;
         if (coreOnly_ && row < band.bandTopOverlap) return border.at(row - band.bandTopOverlap);
-        if (coreOnly_ && row >= coreEnd) return border.at(row - coreEnd);
-        const BandSource& source = params_.source;
-        return source.plane + std::max<int64_t>(source.start + int64_t{row} * source.pitch, 0);
+        if (coreOnly_ && row >= band.coreEnd()) return border.at(row - band.coreEnd());
+        return band.luma.plane + std::max<int64_t>(band.luma.start + int64_t{row} * band.luma.pitch, 0);
     }
 
     const LumaPassParams& params_;
@@ -139,7 +138,7 @@ class LowBandSmoothing {
 
   private:
     RecursiveFilterArgs argsFor(int row, int count) const {
-        const int width = params_.width / 2;
+        const int width = params_.band.width / 2;
         int16_t* low = params_.scratch.nrWide + int64_t{row} * width;
         return {params_.scratch.nrLineState,
                 table_,
@@ -162,15 +161,14 @@ class LowBandSmoothing {
 };
 
 // What the sweeps do to a row of pairs.
-class LumaSweep {
-  public:
+struct LumaSweep {
     LumaSweep(const LumaPassParams& passParams, bool coreOnly)
         : params(passParams),
           s(passParams.scratch),
-          halfWidth(passParams.width / 2),
+          halfWidth(passParams.band.width / 2),
           halfHeight(passParams.band.height / 2),
-          rows(passParams.band, passParams.width),
-          lines(s.nrWideTmp, passParams.width),
+          rows(passParams.band),
+          lines(s.nrWideTmp, passParams.band.width),
           luma(passParams, lines.medians, coreOnly) {}
 
     int16_t* low(int i) const { return s.nrWide + int64_t{i} * halfWidth; }
@@ -190,7 +188,7 @@ class LumaSweep {
     // Where the rows of the second pair below lie: they are fetched early.
     int64_t fetchAhead(int i) const {
         constexpr int kPairs = 2;
-        return i + kPairs < halfHeight && !params.settings.median ? int64_t{2 * kPairs} * params.source.pitch : 0;
+        return i + kPairs < halfHeight && !params.settings.median ? int64_t{2 * kPairs} * params.band.luma.pitch : 0;
     }
     void takeGradients(int i) {
         if (i > 0 && i < halfHeight - 1) {
@@ -210,63 +208,10 @@ class LumaSweep {
     LumaRows luma;
 };
 
-class SplitSweep : LumaSweep {
-  public:
-    explicit SplitSweep(const LumaPassParams& passParams) : LumaSweep(passParams, false) {}
-
-    void run() {
-        LowBandSmoothing smoothing(params, rows.smoothed);
-        if (rows.low.begin > 0) liftDetail(rows.low.begin - 1);
-        for (int i = rows.low.begin; i < rows.low.end; ++i) {
-            liftDetail(i);
-            liftSmooth(i);
-            SplitRowLow(lines.smooth, halfWidth, low(i));
-            if (i % 2 == 1 && rows.quarter.contains(i / 2)) shrinkLuma(i / 2);
-            smoothing.downTo(i + 1);
-        }
-    }
-
-  private:
-    // None of these rows lies above the plane: they begin at least half an overlap into the band.
-    void shrinkLuma(int quarterRow) {
-        const BandSource& source = params.source;
-        DownScaleBox4x4_neon(source.plane + (source.start + int64_t{4} * quarterRow * source.pitch), 4, params.width,
-                             s.lumaQuarter + int64_t{quarterRow} * (params.width / 4));
-    }
-};
-
-class SmoothSweep : LumaSweep {
-  public:
-    explicit SmoothSweep(const LumaPassParams& passParams) : LumaSweep(passParams, false) {}
-
-    void run() {
-        LowBandSmoothing smoothing(params, rows.smoothed);
-        clearQuarter({0, rows.quarter.begin});
-        clearQuarter({rows.quarter.end, params.band.height / 4});
-        for (int i = rows.gradients.end - 1; i >= rows.gradients.begin; --i) {
-            smoothing.upTo(i - 1);
-            takeGradients(i);
-            if (i % 2 == 0) shrinkGradients(i / 2);
-        }
-        smoothing.upTo(rows.smoothed.begin);
-    }
-
-  private:
-    void shrinkGradients(int quarterRow) {
-        DownScaleBox2x2_neon(lines.gradMean, halfWidth, s.gradQuarter + int64_t{quarterRow} * (params.width / 4),
-                             halfWidth, 2);
-    }
-
-    void clearQuarter(const RowRange& range) {
-        const int64_t width = params.width / 4;
-        std::memset(s.gradQuarter + range.begin * width, 0, (range.end - range.begin) * width);
-    }
-};
-
 // Works in place: luma is read ahead of the rows that are written, and what is needed again of those is held.
 class MergeSweep : LumaSweep {
   public:
-    MergeSweep(const LumaPassParams& passParams, uint8_t* plane) : LumaSweep(passParams, true), plane_(plane) {
+    explicit MergeSweep(const LumaPassParams& passParams) : LumaSweep(passParams, true) {
         BuildShrinkLut(s.shrinkLut, params.settings.hfStrength);
         shrink_ = PrepareShrink({nullptr, 0, nullptr, 0, 0, 0, s.shrinkLut, kGuardLimit, kTopMix});
     }
@@ -304,42 +249,66 @@ class MergeSweep : LumaSweep {
         UnliftSmoothRow(lines.joinedLow, highBefore, high, 2 * halfWidth, lines.even[i & 1]);
     }
     void writeEven(int i) {
-        if (!isCore(2 * i)) return;
+        if (!params.band.isCore(2 * i)) return;
         NarrowPlaneSat(lines.even[i & 1], lines.denoised, 2 * halfWidth, 1);
         write(2 * i);
     }
     void writeOdd(int i, const int16_t* evenBelow) {
-        if (!isCore(2 * i + 1)) return;
+        if (!params.band.isCore(2 * i + 1)) return;
         UnliftDetailRow(lines.joinedHigh[i & 1], lines.even[i & 1], evenBelow, 2 * halfWidth, lines.denoised);
         write(2 * i + 1);
     }
 
     // A last column that makes no pair comes through as it is, as does a last row, which nothing need be done to.
     void write(int y) {
-        if (params.width % 2 != 0) lines.denoised[params.width - 1] = luma(y)[params.width - 1];
-        RemixLumaRow(params, y, lines.denoised, plane_);
+        if (params.band.width % 2 != 0) lines.denoised[params.band.width - 1] = luma(y)[params.band.width - 1];
+        RemixLumaRow(params, y, lines.denoised);
     }
 
-    bool isCore(int y) const {
-        return y >= params.band.bandTopOverlap && y < params.band.height - params.band.bandBottomOverlap;
-    }
-
-    uint8_t* plane_;
     ShrinkSettings shrink_;
 };
 
 }  // namespace
 
 void SplitLuma(const LumaPassParams& params) {
-    SplitSweep(params).run();
+    const ST_NR_BAND_PARAMS& band = params.band;
+    LumaSweep sweep(params, false);
+    const SweepRows& rows = sweep.rows;
+    LowBandSmoothing smoothing(params, rows.smoothed);
+    if (rows.low.begin > 0) sweep.liftDetail(rows.low.begin - 1);
+    for (int i = rows.low.begin; i < rows.low.end; ++i) {
+        sweep.liftDetail(i);
+        sweep.liftSmooth(i);
+        SplitRowLow(sweep.lines.smooth, sweep.halfWidth, sweep.low(i));
+        // None of the rows shrunk lies above the plane: they begin at least half an overlap into the band.
+        if (i % 2 == 1 && rows.quarter.contains(i / 2)) {
+            DownScaleBox4x4_neon(band.luma.row(2 * i - 2), 4, band.width,
+                                 params.scratch.lumaQuarter + int64_t{i / 2} * (band.width / 4));
+        }
+        smoothing.downTo(i + 1);
+    }
 }
 
 void SmoothLuma(const LumaPassParams& params) {
-    SmoothSweep(params).run();
+    LumaSweep sweep(params, false);
+    const SweepRows& rows = sweep.rows;
+    const int64_t quarterWidth = params.band.width / 4;
+    uint8_t* const quarter = params.scratch.gradQuarter;
+    std::memset(quarter, 0, rows.quarter.begin * quarterWidth);
+    std::memset(quarter + rows.quarter.end * quarterWidth, 0,
+                (params.band.height / 4 - rows.quarter.end) * quarterWidth);
+    LowBandSmoothing smoothing(params, rows.smoothed);
+    for (int i = rows.gradients.end - 1; i >= rows.gradients.begin; --i) {
+        smoothing.upTo(i - 1);
+        sweep.takeGradients(i);
+        if (i % 2 != 0) continue;
+        DownScaleBox2x2_neon(sweep.lines.gradMean, sweep.halfWidth, quarter + i / 2 * quarterWidth, sweep.halfWidth, 2);
+    }
+    smoothing.upTo(rows.smoothed.begin);
 }
 
-void MergeLuma(const LumaPassParams& params, uint8_t* plane) {
-    MergeSweep(params, plane).run();
+void MergeLuma(const LumaPassParams& params) {
+    MergeSweep(params).run();
 }
 
 }  // namespace eis

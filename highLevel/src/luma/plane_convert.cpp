@@ -1,7 +1,7 @@
 #include "highLevel/src/luma/plane_convert.h"
 
 #include "highLevel/src/luma/median_of_three.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "highLevel/src/luma/plane_convert.cpp"

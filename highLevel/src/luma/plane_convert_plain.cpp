@@ -2,7 +2,7 @@
 
 #include "highLevel/src/luma/median_of_three.h"
 #include "highLevel/src/luma/plane_convert.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 
 namespace eis {
 

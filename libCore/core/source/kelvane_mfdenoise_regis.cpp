@@ -2,7 +2,7 @@
 #include <cstddef>
 
 #include "include/acore_api.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/clock.h"
 #include "libCore/core/source/frame/export.h"
 #include "libCore/core/source/frame/log.h"
@@ -15,45 +15,33 @@ namespace eis {
 
 namespace {
 
-static_assert(sizeof(ST_PICTURE_DEV) == 28 && offsetof(ST_PICTURE_DEV, width) == 0 &&
-              offsetof(ST_PICTURE_DEV, height) == 4 && offsetof(ST_PICTURE_DEV, stride) == 8 &&
-              offsetof(ST_PICTURE_DEV, pData) == 12 && offsetof(ST_PICTURE_DEV, format) == 24);
-static_assert(offsetof(ST_REGISTRATION_IN_BLOCK, astPairs) == 29 * 4 && sizeof(ST_REGISTRATION_PAIR_DEV) == 12 &&
-              offsetof(ST_REGISTRATION_PAIR_DEV, pCurPoints) == 4);
-static_assert(offsetof(ST_REGISTRATION_OUT_BLOCK, pStatus) == 62 * 4);
-static_assert(sizeof(ST_RANSAC_REGIS_BLOCK) == 24 && offsetof(ST_RANSAC_REGIS_BLOCK, pRansacEstParaContext) == 0 &&
-              offsetof(ST_RANSAC_REGIS_BLOCK, stImgRegistrationParamsIn) == 4 &&
-              offsetof(ST_RANSAC_REGIS_BLOCK, stImgRegistrationParamsOut) == 8 &&
-              offsetof(ST_RANSAC_REGIS_BLOCK, idx) == 12 && offsetof(ST_RANSAC_REGIS_BLOCK, lumaOnly) == 16 &&
-              offsetof(ST_RANSAC_REGIS_BLOCK, pHomography) == 20);
-
 constexpr TraceSite kSite{"libCore/core/source/kelvane_mfdenoise",
                           "ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK*)"};
 
-// Blocks are addressed word by word: the frame number is the host's, and nothing bounds it here.
-constexpr int64_t kStatusWord = offsetof(ST_REGISTRATION_OUT_BLOCK, pStatus) / 4;
-
-int64_t planeWord(int64_t frame, int plane) {
-    return (frame * static_cast<int64_t>(sizeof(ST_PICTURE_DEV)) +
-            static_cast<int64_t>(offsetof(ST_PICTURE_DEV, pData))) /
-               4 +
-           plane;
+// Blocks are read address by address: the frame number is the host's, and nothing bounds it here.
+DeviceAddress addressAt(const void* block, int64_t offset) {
+    return loadUnaligned<DeviceAddress>(static_cast<const uint8_t*>(block) + offset);
+}
+DeviceAddress planeAddress(const void* block, int64_t frame, int plane) {
+    constexpr auto kFirst = static_cast<int64_t>(offsetof(ST_PICTURE_DEV, pData));
+    return addressAt(block, frame * int64_t{sizeof(ST_PICTURE_DEV)} + kFirst + plane * int64_t{sizeof(DeviceAddress)});
+}
+DeviceAddress statusAddress(const void* outBlock) {
+    return addressAt(outBlock, offsetof(ST_REGISTRATION_OUT_BLOCK, pStatus));
 }
 
-int64_t pairWord(int64_t idx) {
-    return 29 + 3 * (idx - 1);
+void convertPoints(const void* inBlock, int64_t idx, ST_MATCH_PAIRS& pairs) {
+    const int64_t pair = static_cast<int64_t>(offsetof(ST_REGISTRATION_IN_BLOCK, astPairs)) +
+                         (idx - 1) * int64_t{sizeof(ST_REGISTRATION_PAIR_DEV)};
+    pairs.pCurPoints =
+        convertTo<float>(addressAt(inBlock, pair + int64_t{offsetof(ST_REGISTRATION_PAIR_DEV, pCurPoints)}));
+    pairs.pRefPoints = convertTo<float>(addressAt(inBlock, pair));
 }
 
-void convertPlanes(const void* block, int64_t frame, ST_PICTURE& picture) {
-    for (int i = 0; i < 3; ++i) picture.pData[i] = convertTo<uint8_t>(loadWord(block, planeWord(frame, i)));
-}
-
-bool hasAllPlanes(const ST_PICTURE& picture) {
-    return picture.pData[0] != nullptr && picture.pData[1] != nullptr && picture.pData[2] != nullptr;
-}
-
-void invalidatePlanes(const ST_PICTURE& picture) {
-    for (int i = 0; i < 3; ++i) FunInvalidBuff(picture.pData[i]);
+// False when one does not convert.
+bool convertPlanes(const void* block, int64_t frame, ST_PICTURE& picture) {
+    for (int i = 0; i < 3; ++i) picture.pData[i] = convertTo<uint8_t>(planeAddress(block, frame, i));
+    return picture.pData[0] && picture.pData[1] && picture.pData[2];
 }
 
 // The line before every return that follows a stage.
@@ -63,25 +51,16 @@ ret_status leave(ret_status status) {
 }
 
 void logPlanes(const ST_PICTURE& reference, const ST_PICTURE& frame, const ST_PICTURE& output) {
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[1].pData[0] = %p",
-                  static_cast<void*>(frame.pData[0]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[1].pData[1] = %p",
-                  static_cast<void*>(frame.pData[1]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[1].pData[2] = %p",
-                  static_cast<void*>(frame.pData[2]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[0].pData[0] = %p",
-                  static_cast<void*>(reference.pData[0]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[0].pData[1] = %p",
-                  static_cast<void*>(reference.pData[1]));
-    EIS_LOG_ERROR("stImgRegistrationParamsIn.stMultiPicIn.astInImg[0].pData[2] = %p",
-                  static_cast<void*>(reference.pData[2]));
-    EIS_LOG_ERROR("stImgRegistrationParamsOut.stMultiRegistrationPic.astInImg[1].pData[0] = %p",
-                  static_cast<void*>(output.pData[0]));
-    EIS_LOG_ERROR("stImgRegistrationParamsOut.stMultiRegistrationPic.astInImg[1].pData[1] = %p",
-                  static_cast<void*>(output.pData[1]));
+    const auto log = [](const char* name, const ST_PICTURE& picture, int lastNumber) {
+        for (const int i : {0, 1, 2}) {
+            EIS_LOG_ERROR("stImgRegistrationParams%s.pData[%d] = %p", name, i < 2 ? i : lastNumber,
+                          static_cast<void*>(picture.pData[i]));
+        }
+    };
+    log("In.stMultiPicIn.astInImg[1]", frame, 2);
+    log("In.stMultiPicIn.astInImg[0]", reference, 2);
     // The last line names plane 1 again and shows plane 2.
-    EIS_LOG_ERROR("stImgRegistrationParamsOut.stMultiRegistrationPic.astInImg[1].pData[1] = %p",
-                  static_cast<void*>(output.pData[2]));
+    log("Out.stMultiRegistrationPic.astInImg[1]", output, 1);
 }
 
 // Delivers the frame as it is: whole bands of a quarter of the height, so up to three rows (of chroma up to seven luma
@@ -91,7 +70,7 @@ ret_status copyUnaligned(const ST_PICTURE& frame, const ST_PICTURE& output) {
     for (int i = 0; i < 3; ++i) {
         const int pitch = i == 0 ? frame.stride : chromaPitch;
         const int bandRows = i == 0 ? frame.height >> 2 : frame.height >> 3;
-        const ret_status status = copyPlaneInBands(frame.pData[i], output.pData[i], pitch, pitch, bandRows, kSite);
+        const ret_status status = copyPlaneInBands({frame.pData[i], output.pData[i], pitch, pitch, bandRows}, kSite);
         if (status == retStsOK) continue;
         EIS_LOG_ERROR("imgDataCopy Error %d", status);
         return status;
@@ -101,13 +80,52 @@ ret_status copyUnaligned(const ST_PICTURE& frame, const ST_PICTURE& output) {
 
 void flushOutputs(const void* outBlock, int64_t idx, bool lumaOnly) {
     const int64_t start = clockMicroseconds();
-    flushDeviceAddress(loadWord(outBlock, planeWord(idx, 0)));
-    flushDeviceAddress(loadWord(outBlock, kStatusWord));
-    if (!lumaOnly) {
-        flushDeviceAddress(loadWord(outBlock, planeWord(idx, 1)));
-        flushDeviceAddress(loadWord(outBlock, planeWord(idx, 2)));
-    }
+    flushDeviceAddress(planeAddress(outBlock, idx, 0));
+    flushDeviceAddress(statusAddress(outBlock));
+    for (int i = 1; i < 3 && !lumaOnly; ++i) flushDeviceAddress(planeAddress(outBlock, idx, i));
     EIS_LOG_INFO("[MFNR_TIME][cacheflush] cost %ld ms", elapsedMilliseconds(start, clockMicroseconds()));
+}
+
+// The pairs of the call, cleaned, with the line that tells how long it took.
+ret_status cleanPairs(RansacEstParaContext* context) {
+    EIS_LOG_INFO("RansacEst_AcoreAPI_EIS start");
+    const int64_t start = clockMicroseconds();
+    const ret_status status = RansacEst_AcoreAPI_EIS(context);
+    if (status < 0) {
+        EIS_LOG_ERROR("RansacEst_AcoreAPI_EIS return error [%d]\n", status);
+        return status;
+    }
+    EIS_LOG_INFO("[MFNR_TIME][RansacEst_AcoreAPI_EIS] cost %ld ms\n", elapsedMilliseconds(start, clockMicroseconds()));
+    return retStsOK;
+}
+
+// The addresses of both blocks, converted. Width, height and format of frame 0 stand for all pictures.
+ret_status readPictures(void* inBlock, const void* outBlock, int64_t idx, ST_IMGREGISTRATION_PARAMS_IN& in,
+                        ST_IMGREGISTRATION_PARAMS_OUT& out) {
+    ST_PICTURE& reference = in.stMultiPicIn.astInImg[0];
+    ST_PICTURE& frame = in.stMultiPicIn.astInImg[1];
+    ST_PICTURE& output = out.stMultiRegistrationPic.astInImg[1];
+    const auto sizes = loadUnaligned<ST_PICTURE_DEV>(inBlock);
+    reference = frame = output = {sizes.width, sizes.height, stride128(sizes.width), {}, sizes.format};
+    in.frameIndex = 1;
+    convertPoints(inBlock, idx, in.stMatchPairs);
+    if (!in.stMatchPairs.pCurPoints || !in.stMatchPairs.pRefPoints) {
+        EIS_LOG_ERROR("input stImgRegistrationParamsIn addr convert error\n");
+        return retStsBadAddress;
+    }
+    const bool hasReference = convertPlanes(inBlock, 0, reference);
+    const bool hasFrame = convertPlanes(inBlock, idx, frame);
+    const bool hasOutput = convertPlanes(outBlock, idx, output);
+    out.pStatus = FunConvert2Addr(statusAddress(outBlock));
+    if (!hasReference || !hasFrame || !hasOutput || !out.pStatus) {
+        logPlanes(reference, frame, output);
+        EIS_LOG_ERROR("I/O pData addr convert error\n");
+        return retStsBadAddress;
+    }
+    for (const ST_PICTURE* picture : {&reference, &frame}) {
+        for (int i = 0; i < 3; ++i) FunInvalidBuff(picture->pData[i]);
+    }
+    return retStsOK;
 }
 
 }  // namespace
@@ -127,7 +145,7 @@ EIS_EXPORT ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK* blo
     }
     void* inBlock = FunConvert2Addr(words.stImgRegistrationParamsIn);
     void* outBlock = FunConvert2Addr(words.stImgRegistrationParamsOut);
-    if (inBlock == nullptr || outBlock == nullptr) {
+    if (!inBlock || !outBlock) {
         EIS_LOG_ERROR("FunConvert2Addr for input and output parameter error\n");
         return retStsBadAddress;
     }
@@ -137,52 +155,20 @@ EIS_EXPORT ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK* blo
         return retStsBadAddress;
     }
 
-    EIS_LOG_INFO("RansacEst_AcoreAPI_EIS start");
-    const int64_t estimationStart = clockMicroseconds();
-    const ret_status estimated = RansacEst_AcoreAPI_EIS(pRansacEstParaContext);
-    if (estimated < 0) {
-        EIS_LOG_ERROR("RansacEst_AcoreAPI_EIS return error [%d]\n", estimated);
-        return leave(estimated);
-    }
-    EIS_LOG_INFO("[MFNR_TIME][RansacEst_AcoreAPI_EIS] cost %ld ms\n",
-                 elapsedMilliseconds(estimationStart, clockMicroseconds()));
-
+    const ret_status estimated = cleanPairs(pRansacEstParaContext);
+    if (estimated < 0) return leave(estimated);
     FunInvalidBuff(inBlock);
-    const auto sizes = loadUnaligned<ST_PICTURE_DEV>(inBlock);
-    const ST_PICTURE picture{sizes.width, sizes.height, stride128(sizes.width), {}, sizes.format};
     ST_IMGREGISTRATION_PARAMS_IN paramsIn{};
     ST_IMGREGISTRATION_PARAMS_OUT paramsOut{};
-    ST_PICTURE& reference = paramsIn.stMultiPicIn.astInImg[0];
-    ST_PICTURE& frame = paramsIn.stMultiPicIn.astInImg[1];
-    ST_PICTURE& output = paramsOut.stMultiRegistrationPic.astInImg[1];
-    reference = frame = output = picture;
-    paramsIn.frameIndex = 1;
-    ST_MATCH_PAIRS& pairs = paramsIn.stMatchPairs;
-    pairs.pointNum = loadUnaligned<RansacEstParaContext>(pRansacEstParaContext).stMatchPairs.pointNum;
-    EIS_LOG_INFO("pRansacEstParaContext->stMatchPairs.pointNum = %d", pairs.pointNum);
+    const int32_t pointNum = loadUnaligned<RansacEstParaContext>(pRansacEstParaContext).stMatchPairs.pointNum;
+    EIS_LOG_INFO("pRansacEstParaContext->stMatchPairs.pointNum = %d", pointNum);
+    paramsIn.stMatchPairs.pointNum = pointNum;
+    const ret_status read = readPictures(inBlock, outBlock, words.idx, paramsIn, paramsOut);
+    if (read != retStsOK) return leave(read);
 
-    const int64_t idx = words.idx;
-    pairs.pCurPoints = convertTo<float>(loadWord(inBlock, pairWord(idx) + 1));
-    pairs.pRefPoints = convertTo<float>(loadWord(inBlock, pairWord(idx)));
-    if (pairs.pCurPoints == nullptr || pairs.pRefPoints == nullptr) {
-        EIS_LOG_ERROR("input stImgRegistrationParamsIn addr convert error\n");
-        return leave(retStsBadAddress);
-    }
-    convertPlanes(inBlock, 0, reference);
-    convertPlanes(inBlock, idx, frame);
-    convertPlanes(outBlock, idx, output);
-    paramsOut.pStatus = FunConvert2Addr(loadWord(outBlock, kStatusWord));
-    if (!hasAllPlanes(reference) || !hasAllPlanes(frame) || !hasAllPlanes(output) || paramsOut.pStatus == nullptr) {
-        logPlanes(reference, frame, output);
-        EIS_LOG_ERROR("I/O pData addr convert error\n");
-        return leave(retStsBadAddress);
-    }
-    invalidatePlanes(reference);
-    invalidatePlanes(frame);
-
-    const int64_t registrationStart = clockMicroseconds();
+    const int64_t start = clockMicroseconds();
     const ret_status registered = ImgRegistration_2(&paramsIn, &paramsOut, words.lumaOnly, homography);
-    const int64_t registrationEnd = clockMicroseconds();
+    const int64_t end = clockMicroseconds();
     storeUnaligned(paramsOut.pStatus, registered);
     if (registered < 0) {
         EIS_LOG_ERROR("ImgRegistration Error %d", registered);
@@ -190,12 +176,13 @@ EIS_EXPORT ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK* blo
     }
     if (registered > 0) {
         EIS_LOG_INFO("Enter ImgRegistration imgDataCopy %d", registered);
-        const ret_status copied = copyUnaligned(frame, output);
+        const ret_status copied =
+            copyUnaligned(paramsIn.stMultiPicIn.astInImg[1], paramsOut.stMultiRegistrationPic.astInImg[1]);
         if (copied != retStsOK) return leave(copied);
     }
-    EIS_LOG_INFO("[MFNR_TIME][ImgRegistration] cost %ld ms", elapsedMilliseconds(registrationStart, registrationEnd));
+    EIS_LOG_INFO("[MFNR_TIME][ImgRegistration] cost %ld ms", elapsedMilliseconds(start, end));
 
-    flushOutputs(outBlock, idx, words.lumaOnly != 0);
+    flushOutputs(outBlock, words.idx, words.lumaOnly != 0);
     EIS_LOG_INFO("return retStsOK");
     return retStsOK;
 }

@@ -29,9 +29,4 @@ inline int32_t wrapAbs(int32_t a) {
     return a < 0 ? wrapSub(0, a) : a;
 }
 
-// Row pitch of planes that come from the DSP: a multiple of 128 bytes.
-inline int32_t stride128(int32_t width) {
-    return wrapAdd(width, 127) & ~127;
-}
-
 }  // namespace eis

@@ -24,6 +24,7 @@ void adviseHugePages(void* memory, size_t size);
 template <class T, void* (*acquire)(size_t, const char*, int), void (*release)(void*, const char*, int)>
 class ScratchBlock {
   public:
+    ScratchBlock() = default;
     ScratchBlock(int64_t bytes, const char* name, int line = __builtin_LINE())
         : memory_(static_cast<T*>(acquire(static_cast<size_t>(bytes), name, line))), name_(name), line_(line) {}
     ScratchBlock(ScratchBlock&& other) noexcept
@@ -40,9 +41,9 @@ class ScratchBlock {
     explicit operator bool() const { return memory_ != nullptr; }
 
   private:
-    T* memory_;
-    const char* name_;
-    int line_;
+    T* memory_ = nullptr;
+    const char* name_ = nullptr;
+    int line_ = 0;
 };
 
 template <class T>

@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cstring>
 
+#include "bounded/bounded_overlap.h"
+#include "libCore/core/source/frame/band_threads.h"
 #include "libCore/core/source/frame/log.h"
 
 namespace eis {
 
 namespace {
 
-constexpr int kBands = 4;
 constexpr TraceSite kCopySite{"libCore/core/source/kelvane_mfdenoise",
                               "ret_status imgDataCopy(unsigned char*, unsigned char*, int, int, int, int)"};
 
@@ -26,39 +27,40 @@ void copyRows(const ImgCopyRecord& record) {
     const uint8_t* source = record.source;
     uint8_t* destination = record.destination;
     for (int row = 0; row < record.rows; ++row) {
-        const auto s = reinterpret_cast<uintptr_t>(source);
-        const auto d = reinterpret_cast<uintptr_t>(destination);
-        const uintptr_t distance = s < d ? d - s : s - d;
-        if (distance >= static_cast<uintptr_t>(rowBytes)) {
-            std::memcpy(destination, source, rowBytes);
-        } else {
+        if (areasOverlap(source, destination, rowBytes)) {
             // Overlapping rows keep the meaning of a byte-by-byte ascending copy, which repeats what it has written.
             for (int i = 0; i < rowBytes; ++i) destination[i] = source[i];
+        } else {
+            std::memcpy(destination, source, rowBytes);
         }
         source += record.sourcePitch;
         destination += record.destinationPitch;
     }
 }
 
-ret_status copyPlaneInBands(const uint8_t* src, uint8_t* dst, int srcStride, int dstStride, int bandRows,
-                            const TraceSite& site, int line) {
+ret_status copyPlaneInBands(const ImgCopyRecord& first, const TraceSite& site, int line) {
     ImgCopyRecord records[kBands];
-    ThreadGroup<kBands> group(site);
-    bool lastFailed = false;
-    for (int band = 0; band < kBands; ++band) {
-        const int64_t firstRow = int64_t{band} * bandRows;
-        records[band] = {src + firstRow * srcStride, dst + firstRow * dstStride, srcStride, dstStride, bandRows};
-        lastFailed = !group.start(copyThread, &records[band], line);
-        if (lastFailed) EIS_LOG_INFO("i = %d", band);
+    for (int64_t band = 0; band < kBands; ++band) {
+        const int64_t row = band * first.rows;
+        records[band] = first;
+        records[band].source += row * first.sourcePitch;
+        records[band].destination += row * first.destinationPitch;
     }
-    if (lastFailed) EIS_LOG_INFO("Thread Create Error!");
-    group.join(line);
+    bool lastFailed = false;
+    const auto tellMissing = [&](uint32_t missing) {
+        for (int band = 0; band < kBands; ++band) {
+            if ((missing >> band & 1) != 0) EIS_LOG_INFO("i = %d", band);
+        }
+        lastFailed = missing >> (kBands - 1) != 0;
+        if (lastFailed) EIS_LOG_INFO("Thread Create Error!");
+    };
+    runBands(records, copyThread, site, tellMissing, line);
     return lastFailed ? retStsThreadError : retStsOK;
 }
 
 ret_status imgDataCopy(unsigned char* src, unsigned char* dst, int srcStride, int height, int dstStride,
                        int /*width*/) {
-    return copyPlaneInBands(src, dst, srcStride, dstStride, height >> 2, kCopySite);
+    return copyPlaneInBands({src, dst, srcStride, dstStride, height >> 2}, kCopySite);
 }
 
 }  // namespace eis

@@ -21,11 +21,10 @@ struct ImgCopyRecord {
 // not positive.
 void copyRows(const ImgCopyRecord& record);
 
-// Copies four bands of bandRows rows, each on a thread of its own. The outcome is that of the fourth start alone:
-// -997 when it failed, else 0, even when an earlier band could not be started and stays uncopied. The threads are
-// traced as the caller's.
-ret_status copyPlaneInBands(const uint8_t* src, uint8_t* dst, int srcStride, int dstStride, int bandRows,
-                            const TraceSite& site, int line = __builtin_LINE());
+// Copies four bands, of which the first is given, each on a thread of its own. The outcome is that of the fourth start
+// alone: -997 when it failed, else 0, even when an earlier band could not be started and stays uncopied. The threads
+// are traced as the caller's.
+ret_status copyPlaneInBands(const ImgCopyRecord& first, const TraceSite& site, int line = __builtin_LINE());
 
 // Copies a plane in bands of height / 4 rows; up to three rows past the last band stay as they are. The width plays no
 // part. 0, or -997 as above.

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/frame/memory.h"
 #include "libCore/core/source/frame/traced_thread.h"

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 
+#include "bounded/heap_block.h"
 #include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/frame/traced_thread.h"
 
@@ -16,16 +16,12 @@ constexpr TraceSite kLockSite{kUnit, "int create_thread_lock(void* (*)(void*), v
 constexpr TraceSite kUnlockSite{kUnit, "int create_thread_unlock(void* (*)(void*), void*, int)"};
 constexpr TraceSite kWaitSite{kUnit, "int thread_wait(pthread_t)"};
 
-struct FreeDeleter {
-    void operator()(void* memory) const { std::free(memory); }
-};
-using Records = std::unique_ptr<ThreadRecord[], FreeDeleter>;
+using Records = HeapBlock<ThreadRecord[]>;
 
 // Null, with a log line, for a count that is negative or too large.
 Records allocateRecords(int count) {
     static_assert(sizeof(ThreadRecord) == 3 * sizeof(void*));
-    const auto size = static_cast<size_t>(int64_t{count} * static_cast<int64_t>(sizeof(ThreadRecord)));
-    Records records(static_cast<ThreadRecord*>(std::malloc(size)));
+    Records records = heapBlock<ThreadRecord>(count);
     if (!records) EIS_LOG_ERROR("Buffer malloc Failed!");
     return records;
 }

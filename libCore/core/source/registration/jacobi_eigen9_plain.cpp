@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "libCore/core/source/frame/alignment.h"
+
 namespace eis {
 
 namespace {
@@ -126,7 +128,7 @@ void SortEigenpairs(float* eigenvalues, float* eigenvectors) {
 }
 
 int JacobiEigen9_plain(float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor, void* workspace) {
-    auto& maxima = *reinterpret_cast<Maxima*>((reinterpret_cast<uintptr_t>(workspace) + 3) & ~uintptr_t{3});
+    auto& maxima = *alignedTo<Maxima>(workspace, alignof(Maxima));
     for (int k = 0; k < kN; ++k) {
         eigenvalues[k] = matrix[k * kN + k];
         findMaxima(matrix, k, maxima);

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/arithmetic.h"
 
 namespace eis {
@@ -68,8 +69,7 @@ int32_t FilterDuplicateMatches(const KnnResult& knn, const ST_MATCH_PAIRS& pairs
     if (knn.matchNum < 1) return 0;
     auto* mask = static_cast<uint8_t*>(scratch);
     std::memset(mask, 0, knn.matchNum);
-    const auto words = (reinterpret_cast<uintptr_t>(mask + knn.matchNum) + 3) & ~uintptr_t{3};
-    const HashChains chains(pairs, knn.matchNum, reinterpret_cast<int32_t*>(words));
+    const HashChains chains(pairs, knn.matchNum, alignedTo<int32_t>(mask + knn.matchNum, alignof(int32_t)));
     const float ratioSquared = ratio * ratio;
     int32_t keep = 0;
     // A missing distance leaves the choice of the last visited pair standing; with a ratio above 1 that pair is kept.

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "include/acore_types.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/arithmetic.h"
 #include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/registration/match_pairs.h"
@@ -121,10 +122,10 @@ bool shrinkFar(const Projection& h, int width, int height, Rectangle& area) {
 // Makes the size a multiple of 8 and the position even; an odd position moves on, so that the far edge stays near.
 void align(int64_t& position, int64_t& size) {
     if ((position & 1) == 0) {
-        size &= ~int64_t{7};
+        size = roundDown<int64_t>(size, 8);
         return;
     }
-    const int64_t aligned = (size - 1) & ~int64_t{7};
+    const int64_t aligned = roundDown<int64_t>(size - 1, 8);
     const int64_t lost = size - aligned;
     position += lost - ((lost + 1) & 1);
     size = aligned;

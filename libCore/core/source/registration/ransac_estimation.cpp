@@ -7,6 +7,7 @@
 #include <cstring>
 #include <utility>
 
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/arithmetic.h"
 #include "libCore/core/source/registration/homography.h"
 #include "libCore/core/source/registration/jacobi_eigen9.h"
@@ -44,8 +45,7 @@ struct Workspace {
         masks[1] = bytes + n;
         eigen = bytes + 2 * n;
         std::memset(bytes, 0, 2 * n);
-        const auto floats = (reinterpret_cast<uintptr_t>(eigen) + kJacobiWorkspaceBytes + 3) & ~uintptr_t{3};
-        auto* column = reinterpret_cast<float*>(floats);
+        auto* column = alignedTo<float>(eigen + kJacobiWorkspaceBytes, alignof(float));
         for (float*& values : columns) values = std::exchange(column, column + n);
         for (int32_t i = 0; i < pairCount; ++i) {
             const Point ref = loadPoint(pairs.pRefPoints, i);

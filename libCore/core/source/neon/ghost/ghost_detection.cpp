@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/frame/memory.h"
 #include "libCore/core/source/neon/MultiThread_new.h"

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/resample_down.cpp"

@@ -1,4 +1,4 @@
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/neon/resample/resample_down.h"
 
 namespace eis {

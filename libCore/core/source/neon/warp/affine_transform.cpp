@@ -2,7 +2,7 @@
 
 #include <pthread.h>
 
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/neon/multi_thread.h"
 #include "libCore/core/source/neon/warp/mirror_fill.h"

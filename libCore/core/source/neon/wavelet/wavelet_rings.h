@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/neon/wavelet/wavelet_sweep.h"
 
 namespace eis {
@@ -12,8 +13,7 @@ namespace eis {
 class WaveletRings {
   public:
     WaveletRings(const WaveletWork& work, int width, int height) : pitch_((width + kGrid - 1) / kGrid * kGrid) {
-        const auto aligned = (reinterpret_cast<uintptr_t>(work.pSamples) + kAlignment - 1) & ~uintptr_t{kAlignment - 1};
-        int16_t* const start = reinterpret_cast<int16_t*>(aligned);
+        int16_t* const start = alignedTo<int16_t>(work.pSamples, kAlignment);
         int16_t* next = start;
         const auto cut = [&](int rows) {
             const Ring ring{next, std::min(rows, std::max(height, 1))};
