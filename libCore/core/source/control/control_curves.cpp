@@ -44,22 +44,32 @@ constexpr auto kLumaLogs = baseLogs<kLumaCentre + 1>(kLumaStep);
 constexpr auto kChromaLogs = baseLogs<kChromaEntries>(kChromaStep);
 constexpr auto kHalfLogs = baseLogs<kHalfCentre>(kHalfStep);
 
-// The powers of all bases, within the tolerance. False for an exponent whose powers leave the range, for the bases are
-// below 1, or are no numbers: these tables are left to the plain form.
+// The powers of a curve's bases, known within the tolerance. Where what an entry makes of one is not certain, the C
+// library is asked, and so it is for each where they leave the range, for the bases are at most 1, or are no numbers.
 template <size_t entries>
-bool powersOf(const std::array<double, entries>& logs, double exponent, std::array<double, entries>& powers) {
-    if (!(exponent > 0 && exponent < 1e6)) return false;
-    CurvePowers_neon(logs.data(), entries, exponent, powers.data());
-    return true;
-}
+class Powers {
+  public:
+    Powers(const std::array<double, entries>& logs, double (*base)(int), double exponent)
+        : base_(base), exponent_(exponent), areNear_(exponent > 0 && exponent < 1e6) {
+        if (areNear_) CurvePowers_neon(logs.data(), entries, exponent, near_.data());
+    }
 
-// A value from 0 on that is known within the tolerance, truncated; exact() gives it where that leaves two answers.
-template <class Exact>
-int32_t truncated(double value, Exact exact) {
-    const auto low = static_cast<int32_t>(value * (1 - kTolerance));
-    const auto high = static_cast<int32_t>(value * (1 + kTolerance));
-    return low == high ? low : truncSat32(exact());
-}
+    // What value, which rises or falls with its argument, makes of the k-th base's power.
+    template <class Value>
+    auto at(int k, Value value) const {
+        if (areNear_) {
+            const auto low = value(near_[k] * (1 - kTolerance));
+            if (low == value(near_[k] * (1 + kTolerance))) return low;
+        }
+        return value(std::pow(base_(k), exponent_));
+    }
+
+  private:
+    double (*base_)(int);
+    double exponent_;
+    bool areNear_;
+    std::array<double, entries> near_;
+};
 
 }  // namespace
 
@@ -68,13 +78,10 @@ double quarterExponent(double a) {
 }
 
 void BuildLumaCurve(int16_t* dest, int32_t strength) {
-    const double exponent = lumaExponent(strength);
-    std::array<double, kLumaCentre + 1> powers;
-    if (!powersOf(kLumaLogs, exponent, powers)) return BuildLumaCurve_plain(dest, strength);
+    const Powers powers(kLumaLogs, lumaBase, lumaExponent(strength));
     (void)memset_s(dest, 512, 0, 512);
     for (int k = 0; k <= kLumaCentre; ++k) {
-        const auto exact = [&] { return std::pow(lumaBase(k), exponent) * 32.0 * k; };
-        storeOdd(dest + kLumaCentre, k, truncated(powers[k] * 32.0 * k, exact));
+        storeOdd(dest + kLumaCentre, -k, powers.at(k, [k](double power) { return truncSat32(power * 32.0 * -k); }));
     }
 }
 
@@ -88,28 +95,29 @@ void BuildLumaCurveSingle(int16_t* dest, int32_t strength) {
 }
 
 void BuildChromaCurve(int16_t* dest, int32_t strength) {
-    const double exponent = chromaExponent(strength);
-    std::array<double, kChromaEntries> powers;
-    if (!powersOf(kChromaLogs, exponent, powers)) return BuildChromaCurve_plain(dest, strength);
-    dest[0] = 0;
+    const Powers powers(kChromaLogs, chromaBase, chromaExponent(strength));
+    dest[0] = dest[kChromaEntries - 1] = 0;
     for (int k = 1; k < kChromaEntries - 1; ++k) {
-        const auto exact = [&] { return (k * 32.0) * std::pow(chromaBase(k), exponent); };
-        dest[k] = static_cast<int16_t>(truncated((k * 32.0) * powers[k], exact));
+        dest[k] = static_cast<int16_t>(powers.at(k, [k](double power) { return truncSat32((k * 32.0) * power); }));
     }
-    dest[kChromaEntries - 1] = 0;
 }
 
 void BuildThresholdCurve(int16_t* dest, int32_t strength) {
-    const double exponent = static_cast<float>(chromaExponent(strength));
-    std::array<double, kHalfCentre> powers;
-    if (!powersOf(kHalfLogs, exponent, powers)) return BuildThresholdCurve_plain(dest, strength);
-    std::array<float, kHalfCentre> curve{};
+    const Powers powers(kHalfLogs, halfBase, static_cast<float>(chromaExponent(strength)));
+    float curve[kHalfCentre] = {};
     for (int k = 1; k < kHalfCentre; ++k) {
-        const auto low = static_cast<float>(powers[k] * k * (1 - kTolerance));
-        const auto high = static_cast<float>(powers[k] * k * (1 + kTolerance));
-        curve[k] = low == high ? low : static_cast<float>(std::pow(halfBase(k), exponent) * k);
+        curve[k] = powers.at(k, [k](double power) { return static_cast<float>(power * k); });
     }
-    StoreThresholdCurve(dest, curve.data());
+    StoreThresholdCurve(dest, curve);
+}
+
+void BuildTailCurve(int16_t* dest, int32_t strength) {
+    const Powers powers(kHalfLogs, halfBase, chromaExponent(strength));
+    (void)memset_s(dest, 512, 0, 512);
+    for (int k = 1; k < kHalfCentre; ++k) {
+        const auto entry = [k](double power) { return truncSat32(std::fma(static_cast<double>(k), power, 0.49)); };
+        storeOdd(dest + kHalfCentre, k, powers.at(k, entry));
+    }
 }
 
 void StoreThresholdCurve(int16_t* dest, float* curve) {
@@ -125,17 +133,6 @@ void StoreThresholdCurve(int16_t* dest, float* curve) {
     // A parabola that meets the peak: small differences are removed more strongly than by the curve itself.
     for (int k = 0; k < peakIndex; ++k) curve[k] = (curve[k] * curve[k]) * (1.0f / peak);
     for (int k = 0; k < kHalfCentre; ++k) storeOdd(dest + kHalfCentre, k, truncSat32(curve[k]));
-}
-
-void BuildTailCurve(int16_t* dest, int32_t strength) {
-    const double exponent = chromaExponent(strength);
-    std::array<double, kHalfCentre> powers;
-    if (!powersOf(kHalfLogs, exponent, powers)) return BuildTailCurve_plain(dest, strength);
-    (void)memset_s(dest, 512, 0, 512);
-    for (int k = 1; k < kHalfCentre; ++k) {
-        const auto exact = [&] { return std::fma(static_cast<double>(k), std::pow(halfBase(k), exponent), 0.49); };
-        storeOdd(dest + kHalfCentre, k, truncated(k * powers[k] + 0.49, exact));
-    }
 }
 
 int32_t LumaGainFromDetail(int32_t lumaDetail) {
