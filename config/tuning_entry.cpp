@@ -17,21 +17,12 @@ constexpr char kEntry[] = "ParseXML_AcoreAPI_EIS";
 
 // Fills the record at a device address from the loaded file.
 ret_status fillRecord(DeviceAddress xmlInfo) {
-    const XmlConfig config = g_xmlConfig;
     auto* configXml = convertTo<ST_CONFIG_XML>(xmlInfo);
     if (configXml == nullptr) {
         EIS_LOG_ERROR("ImgProc_ParseXMLMfnr configXml FunConvert2Addr convert addr error\n");
         return retStsBadAddress;
     }
-    ret_status status = ReadNoiseReductionKeys(config);
-    if (status == retStsOK) status = ReadSFNoiseReductionKeys(config, &configXml->stSf);
-    if (status != retStsOK) {
-        EIS_LOG_INFO("xml file parse failed %d\n", status);
-        return status;
-    }
-    EIS_LOG_INFO("xml configXml addr is [%p]\n", static_cast<void*>(configXml));
-    CopyTuningToConfigXml(configXml);
-    return retStsOK;
+    return ImgProc_ParseXMLMfnr(g_xmlConfig, configXml);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "bounded/bounded_string.h"
 #include "config/decimal_stream.h"
 #include "config/tuning_keys.h"
+#include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/frame/wire.h"
 
 namespace eis {
@@ -138,8 +139,13 @@ ret_status ImgProc_ParseXMLMfnr(XmlConfig config, ST_CONFIG_XML* configXml) {
     const XmlConfig document = std::move(config);
     ret_status status = ReadNoiseReductionKeys(document);
     if (status == retStsOK) status = ReadSFNoiseReductionKeys(document, &configXml->stSf);
-    if (status == retStsOK) CopyTuningToConfigXml(configXml);
-    return status;
+    if (status != retStsOK) {
+        EIS_LOG_INFO("xml file parse failed %d\n", status);
+        return status;
+    }
+    EIS_LOG_INFO("xml configXml addr is [%p]\n", static_cast<void*>(configXml));
+    CopyTuningToConfigXml(configXml);
+    return retStsOK;
 }
 
 }  // namespace eis

@@ -24,4 +24,16 @@ typedef struct ST_FILE_ALIGN_BLOCK {
     int32_t offsetOrAppend; /* reading: byte offset to start at; writing: non-zero appends */
 } ST_FILE_ALIGN_BLOCK;
 
+#ifdef __cplusplus
+#include <cstddef>
+
+static_assert(sizeof(ST_FILE_BLOCK) == 20 && offsetof(ST_FILE_BLOCK, path) == 0 &&
+              offsetof(ST_FILE_BLOCK, buffer) == 4 && offsetof(ST_FILE_BLOCK, elementSize) == 8 &&
+              offsetof(ST_FILE_BLOCK, elementCount) == 12 && offsetof(ST_FILE_BLOCK, offsetOrAppend) == 16);
+static_assert(sizeof(ST_FILE_ALIGN_BLOCK) == 28 && offsetof(ST_FILE_ALIGN_BLOCK, path) == 0 &&
+              offsetof(ST_FILE_ALIGN_BLOCK, buffer) == 4 && offsetof(ST_FILE_ALIGN_BLOCK, rowBytes) == 12 &&
+              offsetof(ST_FILE_ALIGN_BLOCK, pitch) == 16 && offsetof(ST_FILE_ALIGN_BLOCK, rows) == 20 &&
+              offsetof(ST_FILE_ALIGN_BLOCK, offsetOrAppend) == 24);
+#endif
+
 #endif

@@ -21,4 +21,15 @@ typedef struct ST_SCALE_BLOCK {
     DeviceAddress Uvout;
 } ST_SCALE_BLOCK;
 
+#ifdef __cplusplus
+#include <cstddef>
+
+static_assert(sizeof(ST_SCALE_BLOCK) == 44 && offsetof(ST_SCALE_BLOCK, dstWidth) == 0 &&
+              offsetof(ST_SCALE_BLOCK, dstHeight) == 4 && offsetof(ST_SCALE_BLOCK, dstStride) == 8 &&
+              offsetof(ST_SCALE_BLOCK, srcWidth) == 12 && offsetof(ST_SCALE_BLOCK, srcHeight) == 16 &&
+              offsetof(ST_SCALE_BLOCK, srcStride) == 20 && offsetof(ST_SCALE_BLOCK, border) == 24 &&
+              offsetof(ST_SCALE_BLOCK, Yin) == 28 && offsetof(ST_SCALE_BLOCK, Uvin) == 32 &&
+              offsetof(ST_SCALE_BLOCK, Yout) == 36 && offsetof(ST_SCALE_BLOCK, Uvout) == 40);
+#endif
+
 #endif

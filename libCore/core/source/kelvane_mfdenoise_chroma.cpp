@@ -1,5 +1,4 @@
 // The two entries that denoise chroma alone, with scratch memory of the caller's.
-#include <cstddef>
 
 #include "bounded/bounded_memory.h"
 #include "highLevel/src/MultiDenoise_MultiThread_2.h"
@@ -13,12 +12,6 @@
 namespace eis {
 
 namespace {
-
-static_assert(sizeof(ST_CHROMA_CALL_BLOCK) == 32 && offsetof(ST_CHROMA_CALL_BLOCK, stDNParams) == 0 &&
-              offsetof(ST_CHROMA_CALL_BLOCK, pMemoryManagement) == 4 && offsetof(ST_CHROMA_CALL_BLOCK, memSize) == 8 &&
-              offsetof(ST_CHROMA_CALL_BLOCK, width) == 12 && offsetof(ST_CHROMA_CALL_BLOCK, height) == 16 &&
-              offsetof(ST_CHROMA_CALL_BLOCK, stride) == 20 && offsetof(ST_CHROMA_CALL_BLOCK, pData1) == 24 &&
-              offsetof(ST_CHROMA_CALL_BLOCK, pData2) == 28);
 
 constexpr int32_t kMinSize = 128;
 

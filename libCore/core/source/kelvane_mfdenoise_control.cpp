@@ -1,5 +1,4 @@
 // The two entries that compute strength tables.
-#include <cstddef>
 
 #include "bounded/bounded_memory.h"
 #include "include/acore_api.h"
@@ -15,16 +14,6 @@
 namespace eis {
 
 namespace {
-
-static_assert(sizeof(ST_FAST_DN2D_CONTROL) == 40 && offsetof(ST_FAST_DN2D_CONTROL, iDnCoefs) == 0 &&
-              offsetof(ST_FAST_DN2D_CONTROL, nrTailRatio) == 16 && offsetof(ST_FAST_DN2D_CONTROL, nrLumaDetail) == 20 &&
-              offsetof(ST_FAST_DN2D_CONTROL, nrLumaRatio) == 24 && offsetof(ST_FAST_DN2D_CONTROL, nrUVRatio) == 28 &&
-              offsetof(ST_FAST_DN2D_CONTROL, nrTH) == 32 && offsetof(ST_FAST_DN2D_CONTROL, nrShadingStrength) == 36);
-static_assert(sizeof(ST_SHRINK_LUT_CONTROL) == 32 && offsetof(ST_SHRINK_LUT_CONTROL, iLutCoefs) == 0 &&
-              offsetof(ST_SHRINK_LUT_CONTROL, lumaRatio) == 4 && offsetof(ST_SHRINK_LUT_CONTROL, shrinkRatio0) == 8 &&
-              offsetof(ST_SHRINK_LUT_CONTROL, shrinkRatio1) == 12 &&
-              offsetof(ST_SHRINK_LUT_CONTROL, shrinkRatio2) == 16 &&
-              offsetof(ST_SHRINK_LUT_CONTROL, lumaDetail) == 20 && offsetof(ST_SHRINK_LUT_CONTROL, memAllocator) == 24);
 
 // A chroma curve times 0.6.
 void softenCurve(const int16_t* curve, int16_t* dest) {

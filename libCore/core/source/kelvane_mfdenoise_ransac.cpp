@@ -16,14 +16,6 @@ namespace eis {
 
 namespace {
 
-static_assert(sizeof(RansacEstParaContext) == 44 && offsetof(RansacEstParaContext, stMatchPairs) == 0 &&
-              offsetof(ST_MATCH_PAIRS_DEV, pCurPoints) == 4 && offsetof(ST_MATCH_PAIRS_DEV, pointNum) == 8 &&
-              offsetof(RansacEstParaContext, pCurIndex) == 12 && offsetof(RansacEstParaContext, pRefIndex) == 16 &&
-              offsetof(RansacEstParaContext, pDistance) == 20 && offsetof(RansacEstParaContext, matchNum) == 24 &&
-              offsetof(RansacEstParaContext, coordScale) == 28 && offsetof(RansacEstParaContext, ratio) == 32 &&
-              offsetof(RansacEstParaContext, pRefKeypoints) == 36 &&
-              offsetof(RansacEstParaContext, pCurKeypoints) == 40);
-
 constexpr int kMinPairs = 5;
 constexpr RansacParams kParams{150, 15.0F, 0.9995F};
 

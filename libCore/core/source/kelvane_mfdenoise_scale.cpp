@@ -1,14 +1,16 @@
 // The entry that crops and scales a picture.
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstring>
 
+#include "bounded/bounded_overlap.h"
 #include "include/acore_api.h"
+#include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/clock.h"
 #include "libCore/core/source/frame/export.h"
 #include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/frame/memory.h"
+#include "libCore/core/source/frame/plane_view.h"
 #include "libCore/core/source/frame/slots.h"
 #include "libCore/core/source/frame/wire.h"
 #include "libCore/core/source/neon/scale/bilinear_position.h"
@@ -18,17 +20,6 @@
 namespace eis {
 
 namespace {
-
-static_assert(sizeof(ST_SCALE_BLOCK) == 44 && offsetof(ST_SCALE_BLOCK, dstWidth) == 0 &&
-              offsetof(ST_SCALE_BLOCK, dstHeight) == 4 && offsetof(ST_SCALE_BLOCK, dstStride) == 8 &&
-              offsetof(ST_SCALE_BLOCK, srcWidth) == 12 && offsetof(ST_SCALE_BLOCK, srcHeight) == 16 &&
-              offsetof(ST_SCALE_BLOCK, srcStride) == 20 && offsetof(ST_SCALE_BLOCK, border) == 24 &&
-              offsetof(ST_SCALE_BLOCK, Yin) == 28 && offsetof(ST_SCALE_BLOCK, Uvin) == 32 &&
-              offsetof(ST_SCALE_BLOCK, Yout) == 36 && offsetof(ST_SCALE_BLOCK, Uvout) == 40);
-
-int32_t chromaPitch(int32_t lumaStride) {
-    return wrapAdd(lumaStride / 2, 127) & ~127;
-}
 
 // The work buffer: padded luma, padded first and second chroma, 4 * dstStride bytes left alone, then the column table.
 struct WorkLayout {
@@ -62,67 +53,50 @@ int64_t workBytes(const ST_SCALE_BLOCK& block, const WorkLayout& layout) {
     return std::max(layout.size, sampled.chroma[1] + (sampled.chroma[1] - sampled.chroma[0]) + table);
 }
 
-void writeColumnTable(uint8_t* table, int32_t entries) {
-    for (int32_t x = 0; x < entries; ++x) storeUnaligned(table + int64_t{4} * x, x);
+// Luma, first and second chroma, which stands right behind the first.
+using Planes = std::array<PlaneView, 3>;
+
+Planes planesOf(uint8_t* luma, uint8_t* chroma, int32_t width, int32_t height, int32_t stride) {
+    const int32_t chromaPitch = stride128(stride / 2);
+    uint8_t* second = chroma + int64_t{chromaPitch} * (height / 2);
+    return {{{luma, stride, width, height},
+             {chroma, chromaPitch, width / 2, height / 2},
+             {second, chromaPitch, width / 2, height / 2}}};
 }
 
-// The planes of one picture: luma, and both chroma planes as one of twice the height.
-struct Picture {
-    uint8_t* luma;
-    uint8_t* chroma;
-    int32_t width;
-    int32_t height;
-    int32_t stride;
-
-    int32_t chromaStride() const { return chromaPitch(stride); }
-    uint8_t* chromaPlane(int i) const { return chroma + int64_t{i} * chromaStride() * (height / 2); }
-};
-
-bool meet(const Picture& a, const Picture& b) {
-    struct Range {
-        uintptr_t first;
-        uintptr_t end;
+bool meet(const Planes& a, const Planes& b) {
+    const auto bytes = [](const PlaneView& plane) {
+        const bool isEmpty = plane.width < 1 || plane.height < 1;
+        return isEmpty ? 0 : static_cast<size_t>(int64_t{plane.pitch} * (plane.height - 1) + plane.width);
     };
-    const auto range = [](const uint8_t* plane, int64_t stride, int64_t width, int64_t height) {
-        const auto first = reinterpret_cast<uintptr_t>(plane);
-        return Range{first, width < 1 || height < 1 ? first : first + stride * (height - 1) + width};
-    };
-    const auto ranges = [&](const Picture& picture) {
-        return std::array<Range, 2>{
-            range(picture.luma, picture.stride, picture.width, picture.height),
-            range(picture.chroma, picture.chromaStride(), picture.width / 2, int64_t{picture.height / 2} * 2)};
-    };
-    for (const Range& x : ranges(a)) {
-        for (const Range& y : ranges(b)) {
-            if (x.first < y.end && y.first < x.end) return true;
-        }
-    }
-    return false;
+    return std::any_of(a.begin(), a.end(), [&](const PlaneView& x) {
+        return std::any_of(b.begin(), b.end(),
+                           [&](const PlaneView& y) { return areasOverlap(x.data, bytes(x), y.data, bytes(y)); });
+    });
 }
 
 // The planes are read where they stand.
-void scaleUnpadded(const Picture& from, const Picture& to) {
-    ScaleUnpadded_neon(from.luma, from.width, from.height, from.stride, to.luma, to.width, to.height, to.stride);
-    for (int i = 0; i < 2; ++i) {
-        ScaleUnpadded_neon(from.chromaPlane(i), from.width / 2, from.height / 2, from.chromaStride(), to.chromaPlane(i),
-                           to.width / 2, to.height / 2, to.chromaStride());
+void scaleUnpadded(const Planes& from, const Planes& to) {
+    for (int i = 0; i < 3; ++i) {
+        ScaleUnpadded_neon(from[i].data, from[i].width, from[i].height, from[i].pitch, to[i].data, to[i].width,
+                           to[i].height, to[i].pitch);
     }
 }
 
 // From padded copies in the work buffer. False when luma fails.
-bool scalePadded(const Picture& from, const Picture& to, int32_t border, const WorkLayout& layout, uint8_t* work) {
-    uint8_t* chroma[2] = {work + layout.chroma[0], work + layout.chroma[1]};
-    writeColumnTable(work + layout.table, to.stride);
-    MirrorBorderCopy(from.luma, from.width, from.height, from.stride, work, border);
-    for (int i = 0; i < 2; ++i) {
-        MirrorBorderCopy(from.chromaPlane(i), from.width / 2, from.height / 2, from.chromaStride(), chroma[i], border);
+bool scalePadded(const Planes& from, const Planes& to, int32_t border, const WorkLayout& layout, uint8_t* work) {
+    uint8_t* const padded[3] = {work, work + layout.chroma[0], work + layout.chroma[1]};
+    uint8_t* table = work + layout.table;
+    for (int32_t x = 0; x < to[0].pitch; ++x) storeUnaligned(table + int64_t{4} * x, x);
+    for (int i = 0; i < 3; ++i) {
+        MirrorBorderCopy(from[i].data, from[i].width, from[i].height, from[i].pitch, padded[i], border);
     }
-    if (y_bilinear_scale_crop_fixed_neon(work, from.width, from.height, from.stride, to.luma, to.width, to.height,
-                                         to.stride, 0, to.height, work + layout.table) != 0) {
+    if (y_bilinear_scale_crop_fixed_neon(work, from[0].width, from[0].height, from[0].pitch, to[0].data, to[0].width,
+                                         to[0].height, to[0].pitch, 0, to[0].height, table) != 0) {
         return false;
     }
-    uv_bilinear_scale_crop_fixed_neon(chroma[0], from.width / 2, from.height / 2, to.chroma, to.width / 2,
-                                      to.height / 2, to.chromaStride());
+    uv_bilinear_scale_crop_fixed_neon(padded[1], from[1].width, from[1].height, to[1].data, to[1].width, to[1].height,
+                                      to[1].pitch);
     return true;
 }
 
@@ -141,7 +115,7 @@ EIS_EXPORT ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* blockAddress
     auto* Uvin = convertTo<uint8_t>(block.Uvin);
     auto* Yout = convertTo<uint8_t>(block.Yout);
     auto* Uvout = convertTo<uint8_t>(block.Uvout);
-    if (Yin == nullptr || Uvin == nullptr || Yout == nullptr || Uvout == nullptr) {
+    if (!Yin || !Uvin || !Yout || !Uvout) {
         EIS_LOG_ERROR("[%s]  Convert Addr is NULL Yin: 0x%p  Uvin: 0x%p  Yout: 0x%p  Uvout: 0x%p", __func__, Yin, Uvin,
                       Yout, Uvout);
         return retStsBadAddress;
@@ -151,9 +125,7 @@ EIS_EXPORT ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* blockAddress
     FunInvalidBuff(Uvin);
     FunInvalidBuff(Uvout);
 
-    const int32_t srcW = block.srcWidth;
-    const int32_t srcH = block.srcHeight;
-    const bool nothingToDo = srcW < 1 || srcH < 1 || block.dstWidth < 0 || block.dstHeight < 0;
+    const bool nothingToDo = block.srcWidth < 1 || block.srcHeight < 1 || block.dstWidth < 0 || block.dstHeight < 0;
     const bool fits = borderFits(block.border);
     const WorkLayout layout = layoutFor(block, fits ? block.border : 0);
     const int64_t bytes = !fits ? -1 : nothingToDo ? 1 : workBytes(block, layout);
@@ -164,11 +136,12 @@ EIS_EXPORT ret_status Scale_Bilinear_AcoreAPI(const ST_SCALE_BLOCK* blockAddress
     }
 
     if (!nothingToDo) {
-        const Picture from{Yin, Uvin, srcW, srcH, block.srcStride};
-        const Picture to{Yout, Uvout, block.dstWidth, block.dstHeight, block.dstStride};
+        const Planes from = planesOf(Yin, Uvin, block.srcWidth, block.srcHeight, block.srcStride);
+        const Planes to = planesOf(Yout, Uvout, block.dstWidth, block.dstHeight, block.dstStride);
         // Planes that the outputs may overwrite before they are read are copied, as are those of uncommon layouts. With
         // another border than its own the sampler reads between and behind the planes that were padded.
-        if (block.border == kScaleBorder && from.stride >= srcW && to.stride >= to.width && !meet(from, to)) {
+        if (block.border == kScaleBorder && block.srcStride >= block.srcWidth && block.dstStride >= block.dstWidth &&
+            !meet(from, to)) {
             scaleUnpadded(from, to);
         } else {
             if (block.border != kScaleBorder) std::memset(work.get(), 0, bytes);
