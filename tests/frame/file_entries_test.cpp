@@ -78,9 +78,7 @@ TEST_F(FileEntries, Reads) {
         {kRead, 8, 9, 0, 15, "fghij"},     // short: what there is
         {kRead, 4, 2, 0, 500, ""},         // past it
         {kRead, 4, 2, 0, -1, "01234567"},  // a seek that fails changes nothing
-        {kRead, 0, 5, 0, 0, ""},
         {kReadRows, 4, 6, 3, 0, "0123..4567..89ab"},
-        {kReadRows, 5, 5, 2, 1, "123456789a"},
         {kReadRows, 6, 2, 3, 0, "0167cdefgh"},
         {kReadRows, 8, 10, 4, 8, "89abcdef..ghij"},  // a short row, then none
         {kReadRows, 4, 6, -2, 3, ""},

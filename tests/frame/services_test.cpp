@@ -1,13 +1,11 @@
-// Arithmetic, slots, durations and banners.
+// Arithmetic, pitches, durations and banners.
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "include/acore_api.h"
 #include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/frame/arithmetic.h"
 #include "libCore/core/source/frame/clock.h"
-#include "libCore/core/source/frame/slots.h"
 #include "libCore/core/source/frame/version.h"
 #include "tests/harness/events.h"
 
@@ -32,27 +30,6 @@ TEST(Arithmetic, SaturatesAndWraps) {
     for (const auto& [width, pitch] : {std::pair{0, 0}, {1, 128}, {128, 128}, {129, 256}, {-129, -128}, {kMax, kMin}}) {
         EXPECT_EQ(stride128(width), pitch) << width;
     }
-}
-
-int g_first;
-int g_second;
-
-TEST(Slots, LaterSetterReplaces) {
-    setIO2VAConverter([](DeviceAddress) -> void* { return &g_first; });
-    EXPECT_EQ(convertTo<int>(7), &g_first);
-    setIO2VAConverter([](DeviceAddress address) -> void* { return address == 0xFFFFFFFFu ? &g_second : nullptr; });
-    EXPECT_EQ(convertTo<int>(0xFFFFFFFFu), &g_second);
-
-    // Each slot has a callback of its own; a flush by device address hands on whatever the conversion gave.
-    setGraphicBufferInvalidater([](void* address) { test::recordCallback(address == &g_first ? "invalidate" : "?"); });
-    setGraphicBufferFlusher([](void* address) { test::recordCallback(address == nullptr ? "flush null" : "flush"); });
-    FunInvalidBuff(&g_first);
-    FunFlushBuff(&g_second);
-    flushDeviceAddress(1);
-    EXPECT_TRUE(test::callbacksWere({"invalidate", "flush", "flush null"}));
-    setIO2VAConverter(nullptr);
-    setGraphicBufferInvalidater(nullptr);
-    setGraphicBufferFlusher(nullptr);
 }
 
 TEST(Clock, Durations) {

@@ -6,7 +6,7 @@
 #include <atomic>
 #include <string>
 
-#include "libCore/core/source/frame/traced_thread.h"
+#include "libCore/core/source/frame/band_threads.h"
 #include "libCore/core/source/neon/multi_thread.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/events.h"
@@ -108,30 +108,27 @@ TEST(Fork, RunsOnAlone) {
     }
 }
 
-TEST(ForkAndJoin, AGroupIsTracedWithItsCallersLines) {
+// Bands are traced with their caller's line, and those that did not start are told before the others are joined.
+TEST(ForkAndJoin, FourBands) {
     Ran ran;
-    ThreadRecord record{{}, 0, &ran};
+    ThreadRecord records[kBands] = {{{}, 0, &ran}, {{}, 1, &ran}, {{}, 2, &ran}, {{}, 3, &ran}};
     constexpr TraceSite kSite{"unit", "signature"};
+    const test::FailNth fail(test::kThreadCreate, 2, 2);
+    uint32_t missing = 0;
     test::takeTraces();
-    const int line = __LINE__;
-    ThreadGroup<1> group(kSite);
-    EXPECT_TRUE(group.start(body, &record));
-    group.join();
+    EXPECT_FALSE(runBands(records, body, kSite, [&](uint32_t bands) { missing = bands; }));
+    const int line = __LINE__ - 1;
+    EXPECT_EQ(missing, 0x6u);
+    EXPECT_EQ(ran.indices, 0x9u);
     const auto traces = test::takeTraces();
-    EXPECT_EQ(traces.front().line, line + 2);
-    EXPECT_EQ(traces.back().line, line + 3);
-}
+    ASSERT_EQ(traces.size(), 4u);
+    for (const test::TraceRecord& trace : traces) EXPECT_EQ(trace.line, line);
+    EXPECT_EQ(traces[0].what, traces[2].what);
 
-TEST(ForkAndJoin, ThreadWait) {
-    Ran ran;
     ThreadRecord record{{}, 3, &ran};
     ASSERT_EQ(pthread_create(&record.handle, nullptr, body, &record), 0);
-    test::takeTraces();
     EXPECT_EQ(thread_wait(record.handle), 0);
-    EXPECT_EQ(ran.indices, 8u);
-    const auto traces = test::takeTraces();
-    ASSERT_EQ(traces.size(), 1u);
-    EXPECT_EQ(traces[0].what, record.handle);
+    EXPECT_EQ(test::takeTraces().back().what, record.handle);
 }
 
 }  // namespace
