@@ -41,6 +41,7 @@ ret_status filterInBands(const ConvertedChromaCall& call, ThreadFunction worker,
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-function-size): the signature is given.
 ret_status SpatialNrHighLevel_MultiThread_2(ST_DN_PARAMS_NEW* stDNParams, int width, int height, int stride,
                                             uint32_t pData1, uint32_t pData2, uint8_t* scratch, int memSize) {
     EIS_LOG_INFO("PJ_ ARM SpatialNrHighLevel_MultiThread_2 start.\n");
@@ -51,6 +52,7 @@ ret_status SpatialNrHighLevel_MultiThread_2(ST_DN_PARAMS_NEW* stDNParams, int wi
                          SpatialNrHighLevelNew_2_MultiThread, kHighLevelSite);
 }
 
+// NOLINTNEXTLINE(readability-function-size): the signature is given.
 ret_status SpatialNrLowLevel_MultiThread_2(ST_DN_PARAMS_NEW* stDNParams, int width, int height, int stride,
                                            uint32_t pData1, uint32_t pData2, uint8_t* scratch, int memSize) {
     if (!usesNrBands(width, height)) {

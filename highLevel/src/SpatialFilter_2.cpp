@@ -73,6 +73,7 @@ ConvertedChromaCall ConvertChromaCall(const ChromaCall& call, const char* tableK
     return {retStsOK, {WholePicture(dn, picture), call.scratch, nullptr, 0}, std::move(table)};
 }
 
+// NOLINTNEXTLINE(readability-function-size): the signature is given.
 ret_status SpatialNrHighLevelNew_2(ST_DN_PARAMS_NEW* stDNParams, int width, int height, int stride, uint32_t pData1,
                                    uint32_t pData2, uint8_t* scratch, int /*memSize*/) {
     const ret_status status = filterPicture(
@@ -82,6 +83,7 @@ ret_status SpatialNrHighLevelNew_2(ST_DN_PARAMS_NEW* stDNParams, int width, int 
     return retStsOK;
 }
 
+// NOLINTNEXTLINE(readability-function-size): the signature is given.
 ret_status SpatialNrLowLevelNew_2(ST_DN_PARAMS_NEW* stDNParams, int width, int height, int stride, uint32_t pData1,
                                   uint32_t pData2, uint8_t* scratch, int /*memSize*/) {
     return filterPicture(ConvertChromaCall({stDNParams, width, height, stride, pData1, pData2, scratch}, __func__),
