@@ -1,11 +1,13 @@
 #include "host/dsp/dsp_arena.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <iterator>
 #include <new>
 #include <ostream>
 #include <stdexcept>
+#include <utility>
 
 namespace eishost {
 
@@ -38,17 +40,26 @@ DspArena::~DspArena() {
 }
 
 DeviceAddress DspArena::allocate(std::size_t bytes, const std::string& field) {
-    if (bytes == 0) bytes = 1;
-    // A page at least stays free behind each buffer, so that an address past its end belongs to nobody.
-    const std::uint64_t pages = (bytes + kPage - 1) / kPage + 1;
-    if (pages > (kAddressEnd - next_) / kPage) throw std::bad_alloc();
     Buffer buffer;
-    buffer.bytes = bytes;
+    buffer.bytes = std::max<std::size_t>(bytes, 1);
     buffer.field = field;
-    buffer.dsp.reset(new std::uint8_t[bytes]);
-    buffer.cpu.reset(new std::uint8_t[bytes]);
-    std::memset(buffer.dsp.get(), kFreshDsp, bytes);
-    std::memset(buffer.cpu.get(), kFreshCpu, bytes);
+    for (auto& side : buffer.owned) side.reset(new std::uint8_t[buffer.bytes]);
+    buffer.dsp = buffer.owned[0].get();
+    buffer.cpu = buffer.owned[1].get();
+    std::memset(buffer.dsp, kFreshDsp, buffer.bytes);
+    std::memset(buffer.cpu, kFreshCpu, buffer.bytes);
+    return add(std::move(buffer));
+}
+
+DeviceAddress DspArena::share(void* memory, std::size_t bytes, const std::string& field) {
+    auto* const bothSides = static_cast<std::uint8_t*>(memory);
+    return add({std::max<std::size_t>(bytes, 1), field, bothSides, bothSides, {}});
+}
+
+DeviceAddress DspArena::add(Buffer buffer) {
+    // A page at least stays free behind each buffer, so that an address past its end belongs to nobody.
+    const std::uint64_t pages = (buffer.bytes + kPage - 1) / kPage + 1;
+    if (pages > (kAddressEnd - next_) / kPage) throw std::bad_alloc();
     const auto address = static_cast<DeviceAddress>(next_);
     buffers_.emplace(address, std::move(buffer));
     next_ += pages * kPage;
@@ -65,51 +76,53 @@ DspArena::Place DspArena::find(DeviceAddress address) const {
 
 DspArena::Place DspArena::findCpu(const void* address) const {
     const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+    Place inside;
     for (const auto& [base, buffer] : buffers_) {
-        const auto first = reinterpret_cast<std::uintptr_t>(buffer.cpu.get());
-        if (wanted >= first && wanted - first < buffer.bytes) return {&buffer, base, wanted - first};
+        const auto first = reinterpret_cast<std::uintptr_t>(buffer.cpu);
+        if (wanted == first) return {&buffer, base, 0};
+        if (wanted > first && wanted - first < buffer.bytes) inside = {&buffer, base, wanted - first};
     }
-    return {};
+    return inside;
 }
 
 std::uint8_t* DspArena::dspSide(DeviceAddress address) const {
     const Place place = find(address);
-    return place.buffer != nullptr ? place.buffer->dsp.get() + place.offset : nullptr;
+    return place.buffer != nullptr ? place.buffer->dsp + place.offset : nullptr;
 }
 
 std::uint8_t* DspArena::cpuSide(DeviceAddress address) const {
     const Place place = find(address);
-    return place.buffer != nullptr ? place.buffer->cpu.get() + place.offset : nullptr;
+    return place.buffer != nullptr ? place.buffer->cpu + place.offset : nullptr;
 }
 
 void DspArena::syncToCpu(DeviceAddress address) {
     const Place place = find(address);
     traceLine("host syncs to CPU", place, address);
-    if (place.buffer != nullptr) std::memcpy(place.buffer->cpu.get(), place.buffer->dsp.get(), place.buffer->bytes);
+    if (place.buffer != nullptr) std::memmove(place.buffer->cpu, place.buffer->dsp, place.buffer->bytes);
 }
 
 void DspArena::syncToDsp(DeviceAddress address) {
     const Place place = find(address);
     traceLine("host syncs to DSP", place, address);
-    if (place.buffer != nullptr) std::memcpy(place.buffer->dsp.get(), place.buffer->cpu.get(), place.buffer->bytes);
+    if (place.buffer != nullptr) std::memmove(place.buffer->dsp, place.buffer->cpu, place.buffer->bytes);
 }
 
 void* DspArena::convert(DeviceAddress address) {
     const Place place = installed->find(address);
     installed->traceLine("convert", place, address);
-    return place.buffer != nullptr ? place.buffer->cpu.get() + place.offset : nullptr;
+    return place.buffer != nullptr ? place.buffer->cpu + place.offset : nullptr;
 }
 
 void DspArena::invalidate(void* address) {
     const Place place = installed->findCpu(address);
     installed->traceLine("invalidate", place, reinterpret_cast<std::uintptr_t>(address));
-    if (place.buffer != nullptr) std::memcpy(place.buffer->cpu.get(), place.buffer->dsp.get(), place.buffer->bytes);
+    if (place.buffer != nullptr) std::memmove(place.buffer->cpu, place.buffer->dsp, place.buffer->bytes);
 }
 
 void DspArena::flush(void* address) {
     const Place place = installed->findCpu(address);
     installed->traceLine("flush", place, reinterpret_cast<std::uintptr_t>(address));
-    if (place.buffer != nullptr) std::memcpy(place.buffer->dsp.get(), place.buffer->cpu.get(), place.buffer->bytes);
+    if (place.buffer != nullptr) std::memmove(place.buffer->dsp, place.buffer->cpu, place.buffer->bytes);
 }
 
 void DspArena::traceLine(const char* verb, const Place& place, std::uintptr_t asked) const {

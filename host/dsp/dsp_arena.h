@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "acore_api.h"
+#include "include/acore_api.h"
 
 namespace eishost {
 
@@ -31,6 +31,8 @@ class DspArena {
     // address space is used up. Addresses up to the last byte of the buffer convert; what lies between buffers does
     // not.
     DeviceAddress allocate(std::size_t bytes, const std::string& field);
+    // A buffer of the caller's memory, which is both of its sides.
+    DeviceAddress share(void* memory, std::size_t bytes, const std::string& field);
 
     // Views of a buffer from `address` on, null for an address outside every buffer.
     std::uint8_t* dspSide(DeviceAddress address) const;
@@ -54,25 +56,28 @@ class DspArena {
         return value;
     }
 
-  private:
     struct Buffer {
         std::size_t bytes = 0;
         std::string field;
-        std::unique_ptr<std::uint8_t[]> dsp;
-        std::unique_ptr<std::uint8_t[]> cpu;
+        std::uint8_t* dsp = nullptr;
+        std::uint8_t* cpu = nullptr;
+        std::unique_ptr<std::uint8_t[]> owned[2];
     };
     struct Place {
-        const Buffer* buffer = nullptr;
+        const Buffer* buffer = nullptr;  // null for an address outside every buffer
         DeviceAddress base = 0;
         std::size_t offset = 0;
     };
+    Place find(DeviceAddress address) const;
+    // Of buffers that share memory the one that begins at the address.
+    Place findCpu(const void* address) const;
 
+  private:
     static void* convert(DeviceAddress address);
     static void invalidate(void* address);
     static void flush(void* address);
 
-    Place find(DeviceAddress address) const;
-    Place findCpu(const void* address) const;
+    DeviceAddress add(Buffer buffer);
     void traceLine(const char* verb, const Place& place, std::uintptr_t asked) const;
 
     std::map<DeviceAddress, Buffer> buffers_;

@@ -63,8 +63,8 @@ TEST(BoundedMemory, Fills) {
         bool isNull;
         BoundedStatus status;
     } cases[] = {
-        {8, 8, 8, false, 0},  {8, 3, 3, false, 0},          {8, 0, 0, false, 0}, {8, 9, 8, false, 162},
-        {0, 0, 0, false, 34}, {kTooLarge, 1, 0, false, 34}, {0, 1, 0, true, 34}, {8, 1, 0, true, 22},
+        {8, 8, 8, false, 0},  {kMaxBoundedSize, 3, 3, false, 0}, {8, 0, 0, false, 0}, {8, 9, 8, false, 162},
+        {0, 0, 0, false, 34}, {kTooLarge, 1, 0, false, 34},      {0, 1, 0, true, 34}, {8, 1, 0, true, 22},
         {8, 9, 0, true, 22},  {8, SIZE_MAX, 8, false, 162},
     };
     for (const auto& c : cases) {

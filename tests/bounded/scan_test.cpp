@@ -39,6 +39,9 @@ TEST(BoundedScan, FloatsAsThePlatform) {
     std::istringstream texts(
         "0.2|-100|.5|5.|.|-.|1e|1e+|1e-3x|1.5e2e3|e5|0x1p4|0x|0x1.8|inf|-INF|infi|Infinity|nan|na|nan(1)|1e40|-1e40|"
         "1e-60|  7|abc|1,5|1..2|0.1.2|+3|--3|16777217.0000001|"
+        // As long as a copy on the stack holds, and one more.
+        "0.1234567890123456789012345678901234567890123456789012345678901|"
+        "0.12345678901234567890123456789012345678901234567890123456789012|"
         "0.333333333333333333333333333333333333333333333333333333333333333333333");
     for (std::string text; std::getline(texts, text, '|');) {
         for (const char* format : {"%f%n", "%3f%n", "%1f%n"}) {
@@ -59,15 +62,16 @@ TEST(BoundedScan, FloatsAsThePlatform) {
 }
 
 TEST(BoundedScan, LimitsOfEachLength) {
-    signed char c = 0;
+    signed char c[2] = {0, 7};
     short h = 0;
     int i = 0;
     long long q = 0;
     unsigned char uc = 0;
     unsigned u = 0;
     unsigned long long uq = 0;
-    EXPECT_EQ(sscanf_s("-999 99999 -2147483649 -99999999999999999999", "%hhd%hd%d%lld", &c, &h, &i, &q), 4);
-    EXPECT_EQ(c, SCHAR_MIN);
+    EXPECT_EQ(sscanf_s("-999 99999 -2147483649 -99999999999999999999", "%hhd%hd%d%lld", &c[0], &h, &i, &q), 4);
+    EXPECT_EQ(c[0], SCHAR_MIN);
+    EXPECT_EQ(c[1], 7) << "its neighbour";
     EXPECT_EQ(h, SHRT_MAX);
     EXPECT_EQ(i, INT_MIN);
     EXPECT_EQ(q, LLONG_MIN);
@@ -111,6 +115,8 @@ TEST(BoundedScan, Strings) {
     EXPECT_EQ(sscanf_s("ab:toolong 7", "%[^:]:%s %d", first, sizeof first, second, sizeof second, &number), 1);
     EXPECT_STREQ(first, "ab");
     EXPECT_STREQ(second, "") << "a string that does not fit ends the scan";
+    EXPECT_EQ(sscanf_s("xy", "%c", first, sizeof first), 1);
+    EXPECT_STREQ(first, "xb");
     EXPECT_EQ(sscanf_s("x", "%s", static_cast<char*>(nullptr), size_t{4}), 0);
 }
 

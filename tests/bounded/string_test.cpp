@@ -28,6 +28,7 @@ constexpr char kUntouched[] = "abcd.XY.0123456789.";
 
 const StringCase kCases[] = {
     {"fits exactly", 8, 5, 0, kNoCount, 0, "abcd.XY.abcd.56789."},
+    {"largest size", 8, kMaxBoundedSize, 0, kNoCount, 0, "abcd.XY.abcd.56789."},
     {"one too small", 8, 4, 0, kNoCount, 162, "abcd.XY..123456789."},
     {"no size", 8, 0, 0, kNoCount, 34, kUntouched},
     {"no destination", -1, 5, -1, kNoCount, 22, kUntouched},

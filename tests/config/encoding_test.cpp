@@ -21,12 +21,13 @@ TEST(XmlEncoding, Detection) {
     } cases[] = {
         {"\xE9t\xE9", kXmlSingleByte},
         {"\xC3\0\xC3"s, kXmlSingleByte},
+        {"\xF4ttt", kXmlSingleByte},
         {"encoding=\"utf-8\" \xE9t", 0},
         {"encoding=\"BIG5-HKSCS\"", kXmlBig5},
         {"encoding=\"iso-8859-1\"", kXmlSingleByte},
         {"Encoding='GBK'", kXmlUtf8},
         {"a\0encoding='GBK'"s, kXmlGbk},
-        {std::string(183, ' ') + "encoding='Big5'", kXmlBig5},
+        {std::string(186, ' ') + "encoding='Big5'", kXmlBig5},
         {std::string(187, ' ') + "encoding='Big5'", kXmlSingleByte},
         {std::string(193, ' ') + "encoding='Big5'", kXmlUtf8},
     };

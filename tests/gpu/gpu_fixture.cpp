@@ -54,10 +54,10 @@ void resetLayer(EisLayerSettings settings, int failCall, bool failKeepsObject) {
     clearEvents();
 }
 
-Events eachOf(const std::string& start, const Events& endings) {
-    Events events;
-    for (const std::string& ending : endings) events.push_back(start + ending);
-    return events;
+Events openClCalls() {
+    Events calls = callbacks();
+    std::erase_if(calls, [](const std::string& call) { return !call.starts_with("cl"); });
+    return calls;
 }
 
 std::string programSource() {

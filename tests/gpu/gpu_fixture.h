@@ -24,8 +24,8 @@ inline const EisLayerSettings kPresented{.extraVendor = "ARM Ltd.", .observer = 
 // Starts a fresh journal, and the layer anew.
 void resetLayer(EisLayerSettings settings, int failCall = 0, bool failKeepsObject = false);
 
-// One event for each ending.
-Events eachOf(const std::string& start, const Events& endings);
+// The OpenCL calls among the events.
+Events openClCalls();
 
 // What the library's `access` says, and EGL: 0 works, 1 no display, 2 no initialisation.
 inline int g_accessResult = 0;

@@ -1,4 +1,4 @@
-// The DSP's view of memory: buffers under 32-bit device addresses, and the host's three callbacks.
+// Device memory that the tests see into: the caller's buffers under 32-bit addresses, and the host's three callbacks.
 //
 // Each callback is recorded in the journal of events.h as "convert NAME", "invalidate NAME" or "flush NAME", with
 // "+OFFSET" for an address inside a buffer, "null" for a null pointer and "?" for one that no buffer holds. A callback
@@ -7,12 +7,11 @@
 
 #include <pthread.h>
 
-#include <list>
+#include <set>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "include/acore_types.h"
+#include "host/dsp/dsp_arena.h"
 
 namespace eis::test {
 
@@ -25,7 +24,9 @@ class DeviceSpace {
     ~DeviceSpace();
 
     // Places memory of the caller's in the space. Addresses are never zero and have the top bit set.
-    DeviceAddress add(const std::string& name, const void* memory, size_t bytes);
+    DeviceAddress add(const std::string& name, const void* memory, size_t bytes) {
+        return arena_.share(const_cast<void*>(memory), bytes, name);
+    }
     template <class T>
     DeviceAddress addObject(const std::string& name, const T& object) {
         return add(name, &object, sizeof object);
@@ -38,28 +39,20 @@ class DeviceSpace {
     DeviceAddress addText(const std::string& name, std::string_view text);
 
     // Makes the addresses of a buffer convert to null, or convert again. An address of no buffer converts to null.
-    void refuse(const std::string& name);
-    void allow();
+    void refuse(const std::string& name) { refused_.insert(name); }
+    void allow() { refused_.clear(); }
 
   private:
-    struct Buffer {
-        std::string name;
-        uint8_t* memory;
-        size_t bytes;
-        DeviceAddress address;
-        bool refused;
-    };
+    using Place = eishost::DspArena::Place;
 
     static void* convert(DeviceAddress address);
     static void invalidate(void* address);
     static void flush(void* address);
-    void record(const char* what, const std::string& where) const;
-    std::string nameOf(const void* address) const;
+    void record(const char* what, const Place& place, const char* nobody) const;
 
-    std::vector<Buffer> buffers_;
-    std::list<std::vector<char>> texts_;
-    DeviceAddress next_ = 0xA0000000u;
-    pthread_t thread_;
+    eishost::DspArena arena_;
+    std::set<std::string> refused_;
+    pthread_t thread_ = pthread_self();
 };
 
 }  // namespace eis::test

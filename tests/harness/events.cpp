@@ -106,6 +106,9 @@ Events allEvents() {
 Events logLines() {
     return select([](const Event& event) { return event.isLog; });
 }
+Events errorLines() {
+    return select([](const Event& event) { return event.isLog && event.text.starts_with("error"); });
+}
 Events callbacks() {
     return select([](const Event& event) { return !event.isLog; });
 }
@@ -117,7 +120,7 @@ testing::AssertionResult logWas(const Events& expected) {
     return compare(logLines(), expected);
 }
 testing::AssertionResult errorsWere(const Events& expected) {
-    return compare(select([](const Event& event) { return event.isLog && event.text.starts_with("error"); }), expected);
+    return compare(errorLines(), expected);
 }
 testing::AssertionResult callbacksWere(const Events& expected) {
     return compare(callbacks(), expected);

@@ -27,6 +27,7 @@ Events through(const Events& events, const std::string& event);
 
 Events allEvents();
 Events logLines();
+Events errorLines();
 Events callbacks();
 
 // Compare with an expected sequence, in which a '*' stands for any characters (a duration, a pointer).

@@ -41,6 +41,15 @@ TempFolder::~TempFolder() {
     std::filesystem::remove_all(folder_, ignored);
 }
 
+std::string TempFolder::write(const std::string& name, std::string_view content) const {
+    writeFile(path(name), content);
+    return path(name);
+}
+
+std::string TempFolder::read(const std::string& name) const {
+    return std::filesystem::exists(path(name)) ? readFile(path(name)) : "";
+}
+
 void writeFile(const std::string& path, std::string_view content) {
     std::ofstream file(path, std::ios::binary);
     file.write(content.data(), static_cast<std::streamsize>(content.size()));

@@ -15,6 +15,10 @@ class TempFolder {
     ~TempFolder();
 
     std::string path(const std::string& name) const { return folder_ + "/" + name; }
+    // Makes a file; its path.
+    std::string write(const std::string& name, std::string_view content) const;
+    // What a file holds; nothing if there is none.
+    std::string read(const std::string& name) const;
 
   private:
     std::string folder_;

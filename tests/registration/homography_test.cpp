@@ -108,12 +108,12 @@ TEST(CalcHomography, NothingWithoutSpread) {
         for (int i = 0; i < 12; ++i) {
             float values[4];
             for (int c = 0; c < 4; ++c)
-                values[c] = c == coordinate ? 64.0F : static_cast<float>((i * (c + 3)) % 11 * 40);
+                values[c] = c == coordinate ? 0.0F : static_cast<float>((i * (c + 3)) % 11 * 40);
             list.add({values[0], values[1]}, {values[2], values[3]});
         }
         EXPECT_TRUE(Fit(list).isUntouched()) << coordinate;
         // The least spread is enough.
-        (coordinate < 2 ? list.ref : list.cur)[5] = {65, 65};
+        (coordinate < 2 ? list.ref : list.cur)[5] = {2e-6F, 2e-6F};
         EXPECT_FALSE(Fit(list).isUntouched()) << coordinate;
     }
 }

@@ -21,6 +21,7 @@ const struct {
     std::vector<int> kept;
 } kFilters[] = {
     {"equally good", {0, 0}, {100, 100}, 0.8F, {}},
+    {"the first of two alike", {0, 0}, {100, 100}, 1.5F, {0}},
     {"clear best last", {0, 0}, {100, 50}, 0.8F, {1}},
     {"best in the middle", {0, 0, 0}, {90, 40, 95}, 0.8F, {1}},
     {"runner-up comes last", {0, 0, 0}, {40, 90, 50}, 0.8F, {}},

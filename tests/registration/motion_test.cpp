@@ -31,6 +31,7 @@ const struct {
 } kCases[] = {
     // The far edges come in until they map to 2 before the frame's size, then to multiples of 8.
     {"identity", 640, 480, {1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 632, 472}, kNoLog},
+    {"odd size", 641, 481, {1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 632, 472}, kNoLog},
     {"40 to the right", 640, 480, {1, 0, 40, 0, 1, 0, 0, 0, 1}, {0, 0, 592, 472}, kNoLog},
     // An odd position moves on to an even one.
     {"odd x, odd loss", 640, 480, {1, 0, -41, 0, 1, 0, 0, 0, 1}, {48, 0, 592, 472}, kNoLog},

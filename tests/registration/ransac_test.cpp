@@ -96,6 +96,12 @@ TEST(Ransac, SameChoiceOnEveryTarget) {
     PairList four = five;
     four.cur[4] = {200, 100};
     Random other(26);
+    // The least distance between two; and three as much on a line as they may be, with another one in the middle.
+    const PairList nearest{{{0, 0}, {100, 100}, {200, 0}, {100, -100}}, {{0, 0}, {100, 100}, {200, 0}, {100, -100}}};
+    const PairList aligned{{{0, 0}, {300, 7}, {614, 14}, {300, 600}},
+                           {{0, 3000}, {614, 3014}, {300, 3007}, {300, 3600}}};
+    Random seldom(775);
+    const PairList rounded = randomPairs(kShake, 40, 1280, 960, 3, 0.3, seldom);
     const PairList some = randomPairs(kShake, 100, 1280, 960, 2, 0.2, other);
     const struct {
         const char* name;
@@ -113,6 +119,9 @@ TEST(Ransac, SameChoiceOnEveryTarget) {
         {"anywhere", randomPairs(kAnywhere, 9, 1280, 960, 0, 1, random), kParams, 4, 8960718253715832852u},
         {"five of a model", five, kParams, 5, 9762247774117710978u},
         {"four of a model", four, kParams, 4, 3708417880328221459u},
+        {"a rounded number of iterations", rounded, kParams, 26, 14150342429668788259u},
+        {"as near as samples may be", nearest, kParams, 4, 15390156671301370945u},
+        {"as much on a line as samples may be", aligned, kParams, 4, 11859921871994182524u},
         {"the hundredth draw", clusterAndCorners(29, 22, 3), kParams, 29, 1692030653874542203u},
     };
     forEachTarget([&] {

@@ -1,31 +1,8 @@
 #include "tests/registration/scene.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace eis::test {
-
-Events forPlanes(const std::string& what, const std::string& picture) {
-    Events events;
-    for (int i = 0; i < 3; ++i) events.push_back((what + " ").append(picture).append(std::to_string(i)));
-    return events;
-}
-
-Events cleaningEvents(int pointNum) {
-    const std::string number = std::to_string(pointNum);
-    const Events events = {"info enter func RansacEst_AcoreAPI_EIS\n",
-                           "invalidate context",
-                           "info ransac FunInvalidBuff done",
-                           "convert curPoints",
-                           "convert refPoints",
-                           "invalidate refPoints",
-                           "info ransac received match point num = " + number};
-    if (pointNum < 5) {
-        return joined({events, {"error ransac RansacEstimation: not enough keypoints = " + number + "\n"}});
-    }
-    return joined(
-        {events, {"convert distance", "convert curIndex", "convert refIndex", "convert refTable", "convert curTable"}});
-}
 
 Scene::Scene(const SceneOptions& sceneOptions)
     : options(sceneOptions),
@@ -40,14 +17,18 @@ Scene::Scene(const SceneOptions& sceneOptions)
       frame(options.width, options.height),
       output(options.width, options.height),
       before(options.width, options.height) {
-    Random random(41);
+    Random random(options.seed);
     for (int i = 0; i < options.matches; ++i) {
         const int64_t x = random.in(64 * 10, 64 * (options.width - 10));
         const int64_t y = random.in(64 * 10, 64 * (options.height - 10));
         const int64_t error = isWrong(i) ? 64 * random.in(50, 90) : 0;
+        const auto miss = [&] { return options.noise == 0 ? 0 : random.in(-64 * options.noise, 64 * options.noise); };
+        const int64_t missX = miss();
+        const int64_t missY = miss();
         // The current table stands in another order.
         const int row = (i * 7 + 3) % options.matches;
-        const int64_t words[2][3] = {{x, y, -1}, {x + static_cast<int64_t>(options.shift * 64), y + error, -1}};
+        const int64_t words[2][3] = {{x, y, -1},
+                                     {x + static_cast<int64_t>(options.shift * 64) + missX, y + error + missY, -1}};
         for (int k = 0; k < 3; ++k) {
             refTable.put(3 * i + k, static_cast<int32_t>(words[0][k]));
             curTable.put(3 * row + k, static_cast<int32_t>(words[1][k]));
@@ -103,21 +84,8 @@ void Scene::reset() {
     std::memset(refPoints.data(), 0xEE, refPoints.size());
     std::memset(curPoints.data(), 0xEE, curPoints.size());
     std::memset(homography.data(), 0xEE, homography.size());
-    status.put(0, kNoStatus);
+    status.put(0, 77);
     output.copyFrom(before);
-}
-
-bool Scene::homographyIsIdentity() const {
-    for (int i = 0; i < 9; ++i) {
-        if (homography.at<float>(i) != (i % 4 == 0 ? 1.0F : 0.0F)) return false;
-    }
-    return true;
-}
-
-int Scene::inliers() const {
-    int count = 0;
-    for (int i = 0; i < options.matches; ++i) count += isWrong(i) ? 0 : 1;
-    return count;
 }
 
 }  // namespace eis::test
