@@ -1,9 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
-#include <iostream>
 #include <memory>
 
 #include "host/commands/commands.h"
+#include "host/dsp/call_streams.h"
 #include "host/dsp/tuning_record.h"
 #include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
@@ -30,8 +30,7 @@ struct BurstArguments {
     std::string tuning;
     PageOptions page;
     bool json = false;
-    bool trace = false;
-    bool log = false;
+    CallStreams show;
 };
 
 struct NamedPicture {
@@ -78,8 +77,8 @@ void saveResult(const std::string& path, const nlohmann::json& result) {
 std::optional<BurstDenoiser> makeDenoiser(const BurstArguments& arguments, const Picture* clean, BurstPage* page) {
     if (!arguments.denoise) return std::nullopt;
     DenoiseOptions options;
-    if (arguments.trace) options.trace = &std::cerr;
-    if (arguments.log) options.log = &std::cerr;
+    options.trace = arguments.show.trace;
+    options.log = arguments.show.log;
     const std::string file = arguments.tuning.empty() ? shippedTuningFile() : arguments.tuning;
     DenoiseSettings settings;
     takeRow(settings, file, arguments.isoRow, options.trace, options.log);
@@ -103,12 +102,12 @@ void saveFrame(FrameReport& report, const PreparedFrame& reference, const std::o
 
 void runBurst(const BurstArguments& arguments) {
     RegistrationOptions options;
-    if (arguments.trace) options.trace = &std::cerr;
-    if (arguments.log) options.log = &std::cerr;
+    options.trace = arguments.show.trace;
+    options.log = arguments.show.log;
 
     const OutputFolder folder(arguments.folder, "result.json", {"aligned", "overlay", "denoised"}, arguments.force,
                               arguments.inputs);
-    BurstOutput output(arguments.json, arguments.inputs.size(), !arguments.trace && !arguments.log);
+    BurstOutput output(arguments.json, arguments.inputs.size(), arguments.show.areQuiet());
     output.at(0, arguments.inputs.front());
     FrameSource source(arguments.raw);
     BurstReader reader(arguments.inputs, source);
@@ -192,8 +191,7 @@ void addBurstCommand(CLI::App& app) {
         ->needs(denoise);
     addPageOptions(*command, arguments->page);
     command->add_flag("--json", arguments->json, "Print one line of JSON a frame instead of the table");
-    command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
-    command->add_flag("--log", arguments->log, "Print the library's log to stderr");
+    addCallStreams(*command, arguments->show);
     command->footer(
         "Each frame is one call of Ransac_Regis_AcoreAPI_EIS with idx 1. A frame that the library refuses, a blank "
         "one\n"

@@ -1,12 +1,12 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "host/commands/commands.h"
+#include "host/dsp/call_streams.h"
 #include "host/dsp/denoise_call.h"
 #include "host/dsp/tuning_record.h"
 #include "host/picture/before_after.h"
@@ -36,8 +36,7 @@ struct DenoiseArguments {
     PageOptions page;
     RawOptions raw;
     bool json = false;
-    bool trace = false;
-    bool log = false;
+    CallStreams show;
 };
 
 DenoiseSettings completeSettings(const DenoiseArguments& arguments, const DenoiseOptions& options) {
@@ -65,8 +64,8 @@ DenoiseOptions completeOptions(const DenoiseArguments& arguments) {
         }
         cv::extractChannel(loadBgr(arguments.mask), options.mask, 0);
     }
-    if (arguments.trace) options.trace = &std::cerr;
-    if (arguments.log) options.log = &std::cerr;
+    options.trace = arguments.show.trace;
+    options.log = arguments.show.log;
     return options;
 }
 
@@ -162,7 +161,7 @@ void runDenoise(const DenoiseArguments& arguments) {
     PictureReader reader(arguments.input, arguments.raw);
     noteInterlacing(reader, arguments.input);
     PictureWriter writer(arguments.output, arguments.raw, reader.clipFormat());
-    Progress progress(0, !arguments.trace && !arguments.log);
+    Progress progress(0, arguments.show.areQuiet());
     progress.at(0, "reading " + arguments.input + ", then denoising and writing");
     std::size_t count = 0;
     nlohmann::json result;
@@ -220,8 +219,7 @@ void addDenoiseCommand(CLI::App& app) {
     addPageOptions(*command, arguments->page);
     addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--json", arguments->json, "Print a line of JSON for each picture");
-    command->add_flag("--trace", arguments->trace, "Print each address conversion, sync and flush to stderr");
-    command->add_flag("--log", arguments->log, "Print the library's log to stderr");
+    addCallStreams(*command, arguments->show);
     command->footer(
         denoiseKeyHelp() +
         "\n\nThe keys from lumaNrEnable to iirImgCount are in no tuning file. Sides that the entries do not take "

@@ -2,11 +2,11 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <memory>
 
 #include "acore_types.h"
 #include "host/commands/commands.h"
+#include "host/dsp/call_streams.h"
 #include "host/match/frame_source.h"
 #include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
@@ -28,8 +28,7 @@ struct RegisterArguments {
     RawOptions raw;
     bool lumaOnly = false;
     bool json = false;
-    bool trace = false;
-    bool log = false;
+    CallStreams show;
 };
 
 void printTruth(std::FILE* to, const TruthScores& scores) {
@@ -83,7 +82,7 @@ void printReport(std::FILE* to, const FrameReport& report) {
 void runRegister(const RegisterArguments& arguments) {
     if (!arguments.aligned.empty()) requirePictureOutput(arguments.aligned);
     if (!arguments.overlay.empty()) requireBgrOutput(arguments.overlay);
-    Progress progress(4, !arguments.trace && !arguments.log);
+    Progress progress(4, arguments.show.areQuiet());
     progress.at(0, "reading " + arguments.reference);
     FrameSource source(arguments.raw);
     const PreparedFrame reference(arguments.reference, source.load(arguments.reference));
@@ -97,8 +96,8 @@ void runRegister(const RegisterArguments& arguments) {
 
     RegistrationOptions options;
     options.lumaOnly = arguments.lumaOnly;
-    if (arguments.trace) options.trace = &std::cerr;
-    if (arguments.log) options.log = &std::cerr;
+    options.trace = arguments.show.trace;
+    options.log = arguments.show.log;
     progress.at(2, "registering");
     FrameReport report = reportFrame(reference, frame, options);
     truth.score(report, arguments.frame, frame.picture);
@@ -142,9 +141,7 @@ void addRegisterCommand(CLI::App& app) {
     command->add_flag("--luma-only", arguments->lumaOnly, "Align luma alone; chroma of the result is grey");
     addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
     command->add_flag("--json", arguments->json, "Print the report as JSON");
-    command->add_flag("--trace", arguments->trace,
-                      "Print each address conversion, invalidate and flush to stderr, and what the host syncs itself");
-    command->add_flag("--log", arguments->log, "Print the library's log to stderr");
+    addCallStreams(*command, arguments->show);
     command->footer(
         "A refusal is a result: exit code 0, status 3, the reason in words, and the frame copied unaligned.\n"
         "The rectangle is read off the mirrored margin of the aligned picture. With a truth.json of\n"

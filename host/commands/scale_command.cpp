@@ -1,9 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <iostream>
 #include <memory>
 
 #include "host/commands/commands.h"
+#include "host/dsp/call_streams.h"
 #include "host/dsp/scale_call.h"
 #include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
@@ -22,8 +22,7 @@ struct ScaleArguments {
     std::string size;
     std::string crop;
     RawOptions raw;
-    bool trace = false;
-    bool log = false;
+    CallStreams show;
 };
 
 Area parseCrop(const std::string& text, const Picture& picture) {
@@ -57,7 +56,7 @@ void runScale(const ScaleArguments& arguments) {
     PictureWriter writer(arguments.output, arguments.raw, reader.clipFormat());
     std::size_t count = 0;
     double milliseconds = 0;
-    Progress progress(0, !arguments.trace && !arguments.log);
+    Progress progress(0, arguments.show.areQuiet());
     progress.at(0, "reading " + arguments.input + ", then scaling and writing");
     Area crop;
     streamPictures(reader, writer, [&](const Picture& picture) {
@@ -67,8 +66,7 @@ void runScale(const ScaleArguments& arguments) {
         if (count == 0 && clip != nullptr && clip->interlaced() && crop.height != size.height) {
             note(arguments.input + ": is interlaced, and scaling its height mixes the rows of both fields");
         }
-        ScaleOutcome outcome = scalePicture(picture, crop, size, arguments.trace ? &std::cerr : nullptr,
-                                            arguments.log ? &std::cerr : nullptr);
+        ScaleOutcome outcome = scalePicture(picture, crop, size, arguments.show.trace, arguments.show.log);
         milliseconds += outcome.milliseconds;
         progress.at(++count, "writing " + arguments.output);
         return std::move(outcome.picture);
@@ -92,8 +90,7 @@ void addScaleCommand(CLI::App& app) {
     command->add_option("--size", arguments->size, "Size of the result in luma pixels, WxH, both even")->required();
     command->add_option("--crop", arguments->crop, "Part of the picture to scale, x,y,w,h in luma pixels, all even");
     addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
-    command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
-    command->add_flag("--log", arguments->log, "Print the library's log to stderr");
+    addCallStreams(*command, arguments->show);
     command->footer(
         "Bilinear with 12-bit weights and without a filter in front: below half size it aliases.\n"
         "A Y4M or raw file with several pictures is scaled picture by picture. A Y4M keeps its frame rate, aspect,\n"

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/commands/commands.h"
+#include "host/dsp/call_streams.h"
 #include "host/dsp/control_tables.h"
 #include "host/program/messages.h"
 #include "host/report/control_plot.h"
@@ -18,8 +19,7 @@ struct TablesArguments {
     bool json = false;
     bool csv = false;
     std::string plot;
-    bool trace = false;
-    bool log = false;
+    CallStreams show;
 };
 
 nlohmann::ordered_json tablesJson(const ControlSettings& settings, const ControlTables& tables) {
@@ -93,8 +93,7 @@ void runTables(TableKind kind, const TablesArguments& arguments) {
     ControlSettings settings(kind);
     for (const std::string& assignment : arguments.assignments) assignSetting(settings, assignment);
     for (const std::string& text : limitNotes(settings)) note(text);
-    const ControlTables tables =
-        computeTables(settings, arguments.trace ? &std::cerr : nullptr, arguments.log ? &std::cerr : nullptr);
+    const ControlTables tables = computeTables(settings, arguments.show.trace, arguments.show.log);
     if (arguments.json) {
         std::cout << tablesJson(settings, tables).dump() << '\n';
     } else if (arguments.csv) {
@@ -115,8 +114,7 @@ void addTablesKind(CLI::App& parent, const char* name, const char* description, 
     CLI::Option* csv = command->add_flag("--csv", arguments->csv, "Every table as CSV, one row for each input");
     command->add_option("--plot", arguments->plot, "Draw the curves into this .png")->excludes(json)->excludes(csv);
     json->excludes(csv);
-    command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
-    command->add_flag("--log", arguments->log, "Print the library's log to stderr");
+    addCallStreams(*command, arguments->show);
     std::string keys = "Keys:";
     for (const ControlKey& key : controlKeys(kind)) {
         keys += "\n  " + std::string(key.name) + std::string(18 - std::strlen(key.name), ' ') + key.meaning;

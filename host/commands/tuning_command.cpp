@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "host/commands/commands.h"
+#include "host/dsp/call_streams.h"
 #include "host/dsp/record_values.h"
 #include "host/dsp/tuning_record.h"
 
@@ -13,13 +14,11 @@ namespace {
 struct ShowArguments {
     std::string file;
     bool json = false;
-    bool trace = false;
-    bool log = false;
+    CallStreams show;
 };
 
 void runShow(const ShowArguments& arguments) {
-    const ST_CONFIG_XML record =
-        loadTuningRecord(arguments.file, arguments.trace ? &std::cerr : nullptr, arguments.log ? &std::cerr : nullptr);
+    const ST_CONFIG_XML record = loadTuningRecord(arguments.file, arguments.show.trace, arguments.show.log);
     if (arguments.json) {
         std::cout << recordJson(record).dump() << '\n';
         return;
@@ -38,8 +37,7 @@ void addTuningCommand(CLI::App& app) {
     CLI::App* show = group->add_subcommand("show", "Loads a file with ParseXML_AcoreAPI_EIS and prints the record");
     show->add_option("FILE", arguments->file, "The tuning file")->required();
     show->add_flag("--json", arguments->json, "As JSON: sections, ISO levels, keys");
-    show->add_flag("--trace", arguments->trace, "Print each address conversion and flush to stderr");
-    show->add_flag("--log", arguments->log, "Print the library's log to stderr");
+    addCallStreams(*show, arguments->show);
     show->callback([arguments] { runShow(*arguments); });
 }
 

@@ -2,13 +2,9 @@
 
 #include <strings.h>
 
-#include <cerrno>
-#include <cmath>
-#include <cstdlib>
 #include <sstream>
 
-#include "host/program/exit_codes.h"
-#include "host/program/nearest_name.h"
+#include "host/program/key_value.h"
 
 namespace eishost {
 
@@ -34,37 +30,6 @@ std::string number(double value) {
     std::ostringstream text;
     text << value;
     return text.str();
-}
-
-double parseValue(const ControlKey& key, const std::string& assignment, const std::string& text) {
-    errno = 0;
-    char* end = nullptr;
-    double value = 0;
-    bool fits = true;
-    if (key.integer) {
-        const long whole = std::strtol(text.c_str(), &end, 10);
-        fits = errno == 0 && whole >= INT32_MIN && whole <= INT32_MAX;
-        value = static_cast<double>(whole);
-    } else {
-        value = std::strtof(text.c_str(), &end);
-    }
-    if (text.empty() || *end != '\0' || !fits) {
-        throw HostError(kExitUsage, "'" + assignment + "': want " + key.name +
-                                        (key.integer ? "=a whole number of 32 bits" : "=a number"));
-    }
-    return value;
-}
-
-std::string unknownKey(const std::string& name, TableKind kind) {
-    std::vector<std::string> known;
-    std::string all;
-    for (const ControlKey& key : controlKeys(kind)) {
-        known.emplace_back(key.name);
-        all += std::string(all.empty() ? "" : ", ") + key.name;
-    }
-    const std::string nearest = nearestName(name, known);
-    return "unknown key '" + name + "'" +
-           (nearest.empty() ? ", the keys are " + all : ", did you mean " + nearest + "?");
 }
 
 int32_t whole(double value) {
@@ -96,15 +61,10 @@ ControlSettings::ControlSettings(TableKind settingsKind) : kind(settingsKind) {
 }
 
 void assignSetting(ControlSettings& settings, const std::string& assignment) {
-    const std::size_t equals = assignment.find('=');
-    if (equals == std::string::npos) throw HostError(kExitUsage, "'" + assignment + "': want KEY=VALUE");
-    const std::string name = assignment.substr(0, equals);
-    TableKind kind{};
-    std::size_t index = 0;
-    if (!findControlKey(name, kind, index) || kind != settings.kind) {
-        throw HostError(kExitUsage, unknownKey(name, settings.kind));
-    }
-    settings.values[index] = parseValue(controlKeys(kind)[index], assignment, assignment.substr(equals + 1));
+    const KeyValue word(assignment);
+    const auto keys = controlKeys(settings.kind);
+    const ControlKey& key = word.among(keys);
+    settings.values[&key - keys.data()] = key.integer ? word.wholeNumber(key.name) : word.number(key.name);
 }
 
 std::vector<std::string> limitNotes(const ControlSettings& settings) {

@@ -1,7 +1,5 @@
 #include "host/dsp/denoise_settings.h"
 
-#include <strings.h>
-
 #include <charconv>
 #include <cstdio>
 #include <cstring>
@@ -9,9 +7,8 @@
 
 #include "host/dsp/key_meanings.h"
 #include "host/dsp/tuning_record.h"
-#include "host/program/exit_codes.h"
+#include "host/program/key_value.h"
 #include "host/program/messages.h"
-#include "host/program/nearest_name.h"
 
 namespace eishost {
 
@@ -36,39 +33,25 @@ constexpr DenoiseKey kKeys[] = {
     {"iirImgCount", &Settings::iirImgCount, false, 0, 255},
 };
 
-// The number that `text` starts with; what follows is left in it.
-template <typename T>
-bool takeNumber(std::string_view& text, T& value) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc()) return false;
-    text.remove_prefix(end - text.data());
-    return true;
-}
-
-void assignLut(DenoiseSettings& settings, const std::string& assignment, std::string_view text) {
+void assignLut(DenoiseSettings& settings, const KeyValue& assignment) {
+    std::string_view text = assignment.value();
     std::vector<std::uint32_t> words;
     std::uint32_t word = 0;
-    while (takeNumber(text, word)) {
+    while (true) {
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), word);
+        if (error != std::errc()) break;
         words.push_back(word);
+        text.remove_prefix(end - text.data());
         if (text.empty()) break;
         if (text.front() != ',' && text.front() != ' ') break;
         text.remove_prefix(1);
     }
     if (words.empty() || !text.empty() || words.size() > kTuningChromaLutEntries) {
-        throw HostError(kExitUsage, "'" + assignment + "': want " + kLutName + "=up to " +
-                                        std::to_string(kTuningChromaLutEntries) +
-                                        " numbers from 0 to 4294967295 with commas between");
+        assignment.refuseValue(kLutName, "up to " + std::to_string(kTuningChromaLutEntries) +
+                                             " numbers from 0 to 4294967295 with commas between");
     }
     words.resize(kTuningChromaLutEntries);
     settings.chromaNrLUT = words;
-}
-
-std::string unknownKey(const std::string& name) {
-    std::vector<std::string> known{kLutName};
-    for (const DenoiseKey& key : kKeys) known.emplace_back(key.name);
-    const std::string nearest = nearestName(name, known);
-    return "unknown key '" + name + "'" +
-           (nearest.empty() ? "; denoise --help lists the keys" : ", did you mean " + nearest + "?");
 }
 
 }  // namespace
@@ -94,22 +77,10 @@ void assignRow(DenoiseSettings& settings, const ST_CONFIG_XML& record, int row) 
 }
 
 void assignSetting(DenoiseSettings& settings, const std::string& assignment) {
-    const std::size_t equals = assignment.find('=');
-    if (equals == std::string::npos) throw HostError(kExitUsage, "'" + assignment + "': want KEY=VALUE");
-    const std::string name = assignment.substr(0, equals);
-    std::string_view text = std::string_view(assignment).substr(equals + 1);
-    if (strcasecmp(name.c_str(), kLutName) == 0) return assignLut(settings, assignment, text);
-    for (const DenoiseKey& key : kKeys) {
-        if (strcasecmp(name.c_str(), key.name) != 0) continue;
-        std::int32_t value = 0;
-        if (!takeNumber(text, value) || !text.empty() || value < key.lowest || value > key.highest) {
-            throw HostError(kExitUsage, "'" + assignment + "': want " + key.name + "=a whole number from " +
-                                            std::to_string(key.lowest) + " to " + std::to_string(key.highest));
-        }
-        settings.*key.value = value;
-        return;
-    }
-    throw HostError(kExitUsage, unknownKey(name));
+    const KeyValue word(assignment);
+    if (word.isFor(kLutName)) return assignLut(settings, word);
+    const DenoiseKey& key = word.among(kKeys, {kLutName});
+    settings.*key.value = word.wholeNumber(key.name, key.lowest, key.highest);
 }
 
 void takeRow(DenoiseSettings& settings, const std::string& file, int row, std::ostream* trace, std::ostream* log) {

@@ -1,19 +1,13 @@
 #include "host/lab/ghost_settings.h"
 
-#include <strings.h>
-
-#include <charconv>
 #include <filesystem>
 
 #include "host/lab/tuning_file.h"
-#include "host/program/exit_codes.h"
-#include "host/program/nearest_name.h"
+#include "host/program/key_value.h"
 
 namespace eislab {
 
 namespace {
-
-using eishost::HostError;
 
 struct GhostKey {
     const char* name;
@@ -39,32 +33,15 @@ GhostSettings settingsOfRow(const std::string& fileName, int row, bool motion) {
     return settings;
 }
 
-void assignWord(GhostSettings& settings, const std::string& word) {
-    const std::size_t equals = word.find('=');
-    if (equals == std::string::npos) throw HostError(eishost::kExitUsage, "'" + word + "': want KEY=VALUE");
-    const std::string name = word.substr(0, equals);
-    std::vector<std::string> known;
-    for (const GhostKey& key : kKeys) {
-        known.emplace_back(key.name);
-        if (strcasecmp(name.c_str(), key.name) != 0) continue;
-        const char* const end = word.data() + word.size();
-        const auto [stop, error] = std::from_chars(word.data() + equals + 1, end, settings.*key.value);
-        if (error == std::errc() && stop == end) return;
-        throw HostError(eishost::kExitUsage, "'" + word + "': want " + key.name + "=a whole number");
-    }
-    const std::string nearest = eishost::nearestName(name, known);
-    throw HostError(eishost::kExitUsage,
-                    "unknown key '" + name + "'" +
-                        (nearest.empty() ? "; ghost --help lists the keys" : ", did you mean " + nearest + "?"));
-}
-
 }  // namespace
 
 GhostSettings ghostSettings(const std::string& tuningFile, int row, bool motion,
                             const std::vector<std::string>& words) {
     GhostSettings settings = settingsOfRow(tuningFile, row, motion);
     for (const std::string& word : words) {
-        assignWord(settings, word);
+        const eishost::KeyValue assignment(word);
+        const GhostKey& key = assignment.among(kKeys);
+        settings.*key.value = assignment.wholeNumber(key.name);
         settings.source += ", " + word;
     }
     return settings;

@@ -36,7 +36,6 @@ void traceArray(const TuningKey& key, TuningOrigin* origin) {
     T values[capacity];
     const StreamReading reading = readDecimals(origin->text, values, key.count);
     origin->source = TuningSource::file;
-    origin->isClamped = reading.end == StreamEnd::outOfRange;
     origin->rest = reading.rest;
     origin->stored = reading.stored;
     origin->end = reading.end;

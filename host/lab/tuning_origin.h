@@ -24,7 +24,7 @@ struct TuningOrigin {
     TuningSource source = TuningSource::missing;  // anything but file means the default
     const XmlNodeBody* element = nullptr;         // the one that counts, which the document holds; null when missing
     const char* text = nullptr;                   // its first text
-    bool isClamped = false;                       // the number was beyond its range, the key's or the type's
+    bool isClamped = false;                       // a single number was beyond its range, the key's or the type's
     const char* rest = nullptr;  // what stands behind the numbers that were read, from the first that is no white space
     // Of an array: how many of key.count elements were stored, and why no more. Of the others the record keeps what the
     // load before left in the process, or 0.

@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "host/match/homography_fit.h"
+#include "host/picture/metrics.h"
 
 namespace eishost {
 

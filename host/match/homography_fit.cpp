@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "host/picture/metrics.h"
+
 namespace eishost {
 
 namespace {
@@ -44,11 +46,6 @@ std::optional<cv::Matx33d> fitHomography(const std::vector<cv::Point2f>& ref, co
     const cv::Matx33d homography = normalCur->inv() * normal * *normalRef;
     if (std::abs(homography(2, 2)) < 1e-12) return std::nullopt;
     return homography * (1.0 / homography(2, 2));
-}
-
-cv::Point2d project(const cv::Matx33d& homography, const cv::Point2d& point) {
-    const cv::Vec3d mapped = homography * cv::Vec3d(point.x, point.y, 1);
-    return {mapped[0] / mapped[2], mapped[1] / mapped[2]};
 }
 
 double rmsResidual(const cv::Matx33d& homography, const std::vector<cv::Point2f>& ref,

@@ -12,8 +12,6 @@ namespace eishost {
 // points without spread.
 std::optional<cv::Matx33d> fitHomography(const std::vector<cv::Point2f>& ref, const std::vector<cv::Point2f>& cur);
 
-cv::Point2d project(const cv::Matx33d& homography, const cv::Point2d& point);
-
 // Root mean square distance, in pixels, between the projected `ref` and `cur`.
 double rmsResidual(const cv::Matx33d& homography, const std::vector<cv::Point2f>& ref,
                    const std::vector<cv::Point2f>& cur);

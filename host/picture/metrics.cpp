@@ -25,11 +25,6 @@ nlohmann::json threePlanes(const cv::Vec3d& values) {
     return out;
 }
 
-cv::Point2d project(const cv::Matx33d& homography, double x, double y) {
-    const cv::Vec3d mapped = homography * cv::Vec3d(x, y, 1);
-    return {mapped[0] / mapped[2], mapped[1] / mapped[2]};
-}
-
 }  // namespace
 
 double planePsnr(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area, const cv::Mat& counted) {
@@ -113,11 +108,16 @@ void to_json(nlohmann::json& json, const PictureQuality& quality) {
     json = {{"psnr", threePlanes(quality.psnr)}, {"ssim", threePlanes(quality.ssim)}};
 }
 
+cv::Point2d project(const cv::Matx33d& homography, const cv::Point2d& point) {
+    const cv::Vec3d mapped = homography * cv::Vec3d(point.x, point.y, 1);
+    return {mapped[0] / mapped[2], mapped[1] / mapped[2]};
+}
+
 CornerError cornerError(const cv::Matx33d& estimate, const cv::Matx33d& truth, cv::Size frame) {
     CornerError error{0, 0};
     for (const double x : {0, frame.width - 1}) {
         for (const double y : {0, frame.height - 1}) {
-            const double distance = cv::norm(project(estimate, x, y) - project(truth, x, y));
+            const double distance = cv::norm(project(estimate, cv::Point2d(x, y)) - project(truth, cv::Point2d(x, y)));
             error.largest = std::max(error.largest, distance);
             error.mean += distance / 4;
         }

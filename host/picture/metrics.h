@@ -40,6 +40,9 @@ PictureQuality pictureQuality(const Picture& picture, const Picture& reference, 
 // {"psnr": {"y": .., "u": .., "v": ..}, "ssim": {...}}, an infinite value as null.
 void to_json(nlohmann::json& json, const PictureQuality& quality);
 
+// Where a homography puts a point.
+cv::Point2d project(const cv::Matx33d& homography, const cv::Point2d& point);
+
 struct CornerError {
     double largest;  // pixels
     double mean;

@@ -71,6 +71,8 @@ TEST(BoundedScan, LimitsOfEachLength) {
     unsigned long long uq = 0;
     EXPECT_EQ(sscanf_s("-999 99999 -2147483649 -99999999999999999999", "%hhd%hd%d%lld", &c[0], &h, &i, &q), 4);
     EXPECT_EQ(c[0], SCHAR_MIN);
+    EXPECT_EQ(sscanf_s("12", "%*d%hhn", &c[0]), 0);
+    EXPECT_EQ(c[0], 2);
     EXPECT_EQ(c[1], 7) << "its neighbour";
     EXPECT_EQ(h, SHRT_MAX);
     EXPECT_EQ(i, INT_MIN);

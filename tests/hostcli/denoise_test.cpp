@@ -11,9 +11,9 @@
 
 #include "host/picture/picture.h"
 #include "host/program/exit_codes.h"
-#include "tests/hostcli/cli.h"
-#include "tests/hostcli/test_pictures.h"
-#include "tests/hosttools/scratch_folder.h"
+#include "tests/harness/files.h"
+#include "tests/harness/tools/cli.h"
+#include "tests/harness/tools/test_pictures.h"
 
 namespace eishost {
 namespace {
@@ -30,29 +30,18 @@ Picture noisy(const Picture& clean, double sigma) {
     return picture;
 }
 
-Picture flatPicture(int width, int height) {
-    Picture picture(width, height);
-    for (std::vector<std::uint8_t>& plane : picture.planes) std::fill(plane.begin(), plane.end(), std::uint8_t{128});
-    return picture;
-}
-
-// Mean absolute step from row - 1 to row.
-double stepInto(const cv::Mat& plane, int row) {
-    return cv::norm(plane.row(row), plane.row(row - 1), cv::NORM_L1) / plane.cols;
-}
-
 TEST(DenoiseCommand, GainsOnTheTruthWithTheShippedRowsAndCallsTheEntriesCoherently) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     cv::Mat soft;
     cv::GaussianBlur(collage(642, 470), soft, {}, 6);  // neither side as the entries want it
     const Picture clean = pictureFromBgr(soft);
-    savePicture(folder.file("clean.y4m"), clean);
-    savePicture(folder.file("noisy.y4m"), noisy(clean, 8));
-    const std::string files = folder.file("noisy.y4m") + " " + folder.file("out.y4m") + " ";
-    const std::string truth = " --json --truth " + folder.file("clean.y4m");
+    savePicture(folder.path("clean.y4m"), clean);
+    savePicture(folder.path("noisy.y4m"), noisy(clean, 8));
+    const std::string files = folder.path("noisy.y4m") + " " + folder.path("out.y4m") + " ";
+    const std::string truth = " --json --truth " + folder.path("clean.y4m");
 
     const CliResult both =
-        runCli("denoise " + files + "--iso-row 5 --before-after " + folder.file("sheet.png") + truth);
+        runCli("denoise " + files + "--iso-row 5 --before-after " + folder.path("sheet.png") + truth);
     ASSERT_EQ(both.exitCode, kExitOk) << both.err;
     const nlohmann::json json = nlohmann::json::parse(both.out);
     EXPECT_EQ(json["settings"]["lumaMed"], 0);
@@ -62,13 +51,13 @@ TEST(DenoiseCommand, GainsOnTheTruthWithTheShippedRowsAndCallsTheEntriesCoherent
             << plane;
         EXPECT_GT(json["truth"]["after"]["ssim"][plane], json["truth"]["before"]["ssim"][plane]) << plane;
     }
-    EXPECT_EQ(cv::imread(folder.file("sheet.png")).cols, 4 * 480 + 3 * 8);
+    EXPECT_EQ(cv::imread(folder.path("sheet.png")).cols, 4 * 480 + 3 * 8);
 
-    cv::imwrite(folder.file("mask.png"), cv::Mat(470, 642, CV_8U, cv::Scalar(255)));
+    cv::imwrite(folder.path("mask.png"), cv::Mat(470, 642, CV_8U, cv::Scalar(255)));
     for (const char* level : {"high", "low"}) {
         std::string call = "denoise " + files;
         call.append("--iso-row 5 --trace --chroma-only ").append(level).append(truth);
-        if (level == std::string("low")) call.append(" --mask ").append(folder.file("mask.png"));
+        if (level == std::string("low")) call.append(" --mask ").append(folder.path("mask.png"));
         const CliResult chroma = runCli(call);
         ASSERT_EQ(chroma.exitCode, kExitOk) << chroma.err;
         const nlohmann::json one = nlohmann::json::parse(chroma.out);
@@ -81,15 +70,15 @@ TEST(DenoiseCommand, GainsOnTheTruthWithTheShippedRowsAndCallsTheEntriesCoherent
 }
 
 TEST(DenoiseCommand, TakesKeysOverARowAndOverNothing) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     const Picture clean = pictureFromBgr(collage(256, 256));
-    savePicture(folder.file("in.y4m"), clean);
-    const std::string files = folder.file("in.y4m") + " " + folder.file("out.y4m") + " ";
+    savePicture(folder.path("in.y4m"), clean);
+    const std::string files = folder.path("in.y4m") + " " + folder.path("out.y4m") + " ";
     const CliResult off =
-        runCli("denoise " + files + "--iso-row 8 LUMANRENABLE=0 chromaNrEnable=0 --truth " + folder.file("in.y4m"));
+        runCli("denoise " + files + "--iso-row 8 LUMANRENABLE=0 chromaNrEnable=0 --truth " + folder.path("in.y4m"));
     ASSERT_EQ(off.exitCode, kExitOk) << off.err;
     EXPECT_NE(off.out.find("V  PSNR identical dB"), std::string::npos) << off.out;
-    const Picture same = loadPicture(folder.file("out.y4m"));
+    const Picture same = loadPicture(folder.path("out.y4m"));
     for (int plane = 0; plane < 3; ++plane) EXPECT_EQ(same.planes[plane], clean.planes[plane]) << plane;
 
     const CliResult keys = runCli("denoise " + files + "--json lumaLF=-80 chromaNrLUT=7,8");
@@ -102,12 +91,12 @@ TEST(DenoiseCommand, TakesKeysOverARowAndOverNothing) {
 }
 
 TEST(DenoiseCommand, WritesAPageThatHoldsTogetherAndReplacesNoOneElses) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     const Picture clean = pictureFromBgr(collage(1200, 904));
-    savePicture(folder.file("clean.y4m"), clean);
-    savePicture(folder.file("<noisy>.y4m"), noisy(clean, 8));
-    const std::string page = folder.file("page");
-    const std::string call = "denoise '" + folder.file("<noisy>.y4m") + "' " + folder.file("out.y4m") +
+    savePicture(folder.path("clean.y4m"), clean);
+    savePicture(folder.path("<noisy>.y4m"), noisy(clean, 8));
+    const std::string page = folder.path("page");
+    const std::string call = "denoise '" + folder.path("<noisy>.y4m") + "' " + folder.path("out.y4m") +
                              " --iso-row 5 detail=-70 --json --report " + page;
     std::filesystem::create_directory(page);
     std::ofstream(page + "/index.html") << "<p>mine";
@@ -116,7 +105,7 @@ TEST(DenoiseCommand, WritesAPageThatHoldsTogetherAndReplacesNoOneElses) {
     std::filesystem::remove(page + "/index.html");
 
     ASSERT_EQ(runCli(call).exitCode, kExitOk);  // without a truth, to be replaced
-    const CliResult run = runCli(call + " --truth " + folder.file("clean.y4m"));
+    const CliResult run = runCli(call + " --truth " + folder.path("clean.y4m"));
     ASSERT_EQ(run.exitCode, kExitOk) << run.err;
     const nlohmann::json figures = nlohmann::json::parse(run.out)["report"];
     EXPECT_EQ(figures["file"], page + "/index.html");
@@ -143,34 +132,14 @@ TEST(DenoiseCommand, WritesAPageThatHoldsTogetherAndReplacesNoOneElses) {
     EXPECT_LT(bytes, 8'000'000u);
 }
 
-TEST(DenoiseCommand, LeavesNoSeamBetweenBands) {
-    const ScratchFolder folder;
-    savePicture(folder.file("in.y4m"), noisy(flatPicture(4096, 640), 6));
-    ASSERT_EQ(runCli("denoise " + folder.file("in.y4m") + " " + folder.file("out.y4m") + " --iso-row 5").exitCode,
-              kExitOk);
-    const Picture out = loadPicture(folder.file("out.y4m"));
-    for (int plane = 0; plane < 3; ++plane) {
-        const cv::Mat samples = out.mat(plane);
-        const int phases = plane == 0 ? 1 : 2;  // chroma is scaled up: its steps alternate from row to row
-        for (int band = 1; band < 4; ++band) {
-            const int seam = band * samples.rows / 4;
-            double around = 0;
-            for (int away = phases; away <= 8 * phases; away += phases) {
-                around += (stepInto(samples, seam - away) + stepInto(samples, seam + away)) / 16;
-            }
-            EXPECT_LE(stepInto(samples, seam), 1.1 * around) << "plane " << plane << " row " << seam;
-        }
-    }
-}
-
 TEST(SearchCommand, PrintsARowThatTheLibraryReads) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     cv::Mat soft;
     cv::GaussianBlur(collage(128, 128), soft, {}, 4);
     const Picture clean = pictureFromBgr(soft);
-    savePicture(folder.file("clean.y4m"), clean);
-    savePicture(folder.file("noisy.y4m"), noisy(clean, 8));
-    const CliResult found = runCli("search " + folder.file("noisy.y4m") + " " + folder.file("clean.y4m") + " --row 3");
+    savePicture(folder.path("clean.y4m"), clean);
+    savePicture(folder.path("noisy.y4m"), noisy(clean, 8));
+    const CliResult found = runCli("search " + folder.path("noisy.y4m") + " " + folder.path("clean.y4m") + " --row 3");
     ASSERT_EQ(found.exitCode, kExitOk) << found.err;
     EXPECT_NE(found.err.find("luma +"), std::string::npos) << found.err;
     const std::string file = folder.write("multiframe.xml", "<?xml version='1.0'?>\n<Config><NoiseReduction>\n" +
@@ -182,20 +151,20 @@ TEST(SearchCommand, PrintsARowThatTheLibraryReads) {
     // A plane without noise, against which no gain is finite, is left out.
     Picture lumaOnly = clean;
     lumaOnly.planes[0] = noisy(clean, 8).planes[0];
-    savePicture(folder.file("luma.y4m"), lumaOnly);
-    const CliResult luma = runCli("search " + folder.file("luma.y4m") + " " + folder.file("clean.y4m"));
+    savePicture(folder.path("luma.y4m"), lumaOnly);
+    const CliResult luma = runCli("search " + folder.path("luma.y4m") + " " + folder.path("clean.y4m"));
     EXPECT_NE(luma.err.find("no noise in U, V"), std::string::npos) << luma.err;
     EXPECT_NE(luma.err.find("dB, chroma not searched"), std::string::npos) << luma.err;
 }
 
 TEST(SearchCommand, ShowsItsProgressOnATerminalAndPrintsTheBestRowWhenInterrupted) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     const Picture clean = pictureFromBgr(collage(2048, 1536));
-    savePicture(folder.file("clean.y4m"), clean);
-    savePicture(folder.file("noisy.y4m"), noisy(clean, 8));
-    const std::string file = folder.file("screen");  // has the command in it, too
+    savePicture(folder.path("clean.y4m"), clean);
+    savePicture(folder.path("noisy.y4m"), noisy(clean, 8));
+    const std::string file = folder.path("screen");  // has the command in it, too
     std::string pairs;                               // many, so that no machine is done before its progress shows
-    for (int i = 0; i < 8; ++i) pairs += folder.file("noisy.y4m ") + folder.file("clean.y4m ");
+    for (int i = 0; i < 8; ++i) pairs += folder.path("noisy.y4m ") + folder.path("clean.y4m ");
     const std::string command = std::string("script -qfc \"'") + EIS_HOST_PROGRAM + "' search " + pairs +
                                 "& for i in \\$(seq 400); do grep -q 'of [1-9][0-9] done' " + file +
                                 " && break; sleep 0.1; done; kill -INT \\$!; wait\" " + file + " >/dev/null";

@@ -7,9 +7,9 @@
 
 #include "host/picture/picture.h"
 #include "host/program/exit_codes.h"
-#include "tests/hostcli/cli.h"
-#include "tests/hostcli/test_pictures.h"
-#include "tests/hosttools/scratch_folder.h"
+#include "tests/harness/files.h"
+#include "tests/harness/tools/cli.h"
+#include "tests/harness/tools/test_pictures.h"
 
 namespace eishost {
 namespace {
@@ -19,25 +19,25 @@ constexpr int kFrames = 6;
 class MergeCommand : public testing::Test {
   protected:
     void SetUp() override {
-        cv::imwrite(folder.file("photo.png"), collage(800, 620));
-        ASSERT_EQ(runCli("synth " + folder.file("photo.png") + " --frames " + std::to_string(kFrames) +
-                         " --noise medium --mover --shift 15 --size 640x480 --out " + folder.file("b"))
+        cv::imwrite(folder.path("photo.png"), collage(800, 620));
+        ASSERT_EQ(runCli("synth " + folder.path("photo.png") + " --frames " + std::to_string(kFrames) +
+                         " --noise medium --mover --shift 15 --size 640x480 --out " + folder.path("b"))
                       .exitCode,
                   kExitOk);
     }
     nlohmann::json merge(const std::string& arguments) const {
-        const CliResult result = runCli("merge --json --truth " + folder.file("b ") + arguments);
+        const CliResult result = runCli("merge --json --truth " + folder.path("b ") + arguments);
         EXPECT_EQ(result.exitCode, kExitOk) << arguments << '\n' << result.err;
         return result.exitCode == kExitOk ? nlohmann::json::parse(result.out) : nlohmann::json();
     }
 
-    ScratchFolder folder;
-    const std::string frames = folder.file("b") + "/frame_*.png ";
-    const std::string out = "--out " + folder.file("out.png ");
+    TempFolder folder;
+    const std::string frames = folder.path("b") + "/frame_*.png ";
+    const std::string out = "--out " + folder.path("out.png ");
 };
 
 TEST_F(MergeCommand, MergesWhatStoodStillAndKeepsTheReferenceWhereSomethingMoved) {
-    const nlohmann::json robust = merge(frames + out + "--weight-map " + folder.file("held.png"));
+    const nlohmann::json robust = merge(frames + out + "--weight-map " + folder.path("held.png"));
     EXPECT_EQ(robust["frames"], "6 of 6");
     const nlohmann::json& scores = robust["truth"];
     const auto gain = [&](const char* stage, const char* above, const char* key) {
@@ -54,32 +54,32 @@ TEST_F(MergeCommand, MergesWhatStoodStillAndKeepsTheReferenceWhereSomethingMoved
     EXPECT_EQ(mean["merged"], mean["mean"]);
     EXPECT_EQ(mean["mean"], scores["mean"]);
 
-    const cv::Mat held = cv::imread(folder.file("held.png"), cv::IMREAD_GRAYSCALE);
+    const cv::Mat held = cv::imread(folder.path("held.png"), cv::IMREAD_GRAYSCALE);
     cv::Mat moved;  // at its place in the reference, the object is in no other frame
-    cv::erode(cv::imread(folder.file("b/mover_00.png"), cv::IMREAD_GRAYSCALE), moved, cv::Mat::ones(9, 9, CV_8U));
+    cv::erode(cv::imread(folder.path("b/mover_00.png"), cv::IMREAD_GRAYSCALE), moved, cv::Mat::ones(9, 9, CV_8U));
     EXPECT_LT(cv::mean(held, moved)[0], 0.5 * cv::mean(held, moved == 0)[0]);
 
     // Masks that cover everything leave nothing of the other frames.
-    std::filesystem::create_directory(folder.file("g"));
+    std::filesystem::create_directory(folder.path("g"));
     for (int i = 1; i < kFrames; ++i) {
-        cv::imwrite(folder.file("g/ghost_0" + std::to_string(i) + ".png"), cv::Mat(480, 640, CV_8U, cv::Scalar(255)));
+        cv::imwrite(folder.path("g/ghost_0" + std::to_string(i) + ".png"), cv::Mat(480, 640, CV_8U, cv::Scalar(255)));
     }
-    EXPECT_EQ(merge(frames + out + "--ghosts " + folder.file("g"))["held"], 1);
+    EXPECT_EQ(merge(frames + out + "--ghosts " + folder.path("g"))["held"], 1);
 }
 
 TEST_F(MergeCommand, LeavesOutWhatItCannotUse) {
-    cv::imwrite(folder.file("small.png"), collage(320, 240));
-    cv::imwrite(folder.file("blank.png"), cv::Mat(480, 640, CV_8UC3, cv::Scalar::all(90)));
+    cv::imwrite(folder.path("small.png"), collage(320, 240));
+    cv::imwrite(folder.path("blank.png"), cv::Mat(480, 640, CV_8UC3, cv::Scalar::all(90)));
     cv::Mat turned;
-    cv::flip(cv::imread(folder.file("b/frame_01.png")), turned, -1);
-    cv::imwrite(folder.file("turned.png"), turned);
-    const std::string bad = folder.file("small.png ") + folder.file("none.png ") + folder.file("turned.png ") +
-                            folder.file("blank.png ") + folder.write("text.jpg", "no picture") + ' ';
+    cv::flip(cv::imread(folder.path("b/frame_01.png")), turned, -1);
+    cv::imwrite(folder.path("turned.png"), turned);
+    const std::string bad = folder.path("small.png ") + folder.path("none.png ") + folder.path("turned.png ") +
+                            folder.path("blank.png ") + folder.write("text.jpg", "no picture") + ' ';
     const nlohmann::json some = merge(frames + bad + out);
     EXPECT_EQ(some["frames"], "6 of 11");
     for (int i = kFrames; i < kFrames + 5; ++i) EXPECT_TRUE(some["members"][i]["leftOut"].is_string()) << i;
 
-    const nlohmann::json alone = merge(folder.file("b/frame_00.png ") + bad + out);
+    const nlohmann::json alone = merge(folder.path("b/frame_00.png ") + bad + out);
     EXPECT_EQ(alone["frames"], "1 of 6");
     EXPECT_GT(alone["truth"]["denoised"]["psnrYOutsideMover"], alone["truth"]["reference"]["psnrYOutsideMover"]);
 }
@@ -87,14 +87,14 @@ TEST_F(MergeCommand, LeavesOutWhatItCannotUse) {
 TEST_F(MergeCommand, TakesClipsAndRawPicturesAsItTakesFiles) {
     std::vector<Picture> pictures;
     for (int i = 0; i < kFrames; ++i) {
-        pictures.push_back(loadPicture(folder.file("b/frame_0" + std::to_string(i) + ".png")));
+        pictures.push_back(loadPicture(folder.path("b/frame_0" + std::to_string(i) + ".png")));
     }
-    savePictures(folder.file("clip.y4m"), pictures);
-    savePictures(folder.file("dump.nv12"), pictures);
-    const std::string inputs[] = {frames, folder.file("clip.y4m "), folder.file("dump.nv12 --raw-size 640x480 ")};
+    savePictures(folder.path("clip.y4m"), pictures);
+    savePictures(folder.path("dump.nv12"), pictures);
+    const std::string inputs[] = {frames, folder.path("clip.y4m "), folder.path("dump.nv12 --raw-size 640x480 ")};
     std::string first;
     for (const std::string& input : inputs) {
-        const CliResult result = runCli("merge " + input + "--out " + folder.file("out.y4m"));
+        const CliResult result = runCli("merge " + input + "--out " + folder.path("out.y4m"));
         EXPECT_EQ(result.exitCode, kExitOk) << result.err;
         if (first.empty()) first = folder.read("out.y4m");
         EXPECT_TRUE(folder.read("out.y4m") == first) << input;

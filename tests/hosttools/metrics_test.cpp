@@ -76,6 +76,8 @@ TEST(Metrics, AlignedWholePixelsAreCopiesAndHalvesAverages) {
     const cv::Rect chroma(8, 8, 48, 32);
     EXPECT_EQ(cv::norm(even.mat(2)(chroma), frame.mat(2)(chroma + cv::Point(3, -2)), cv::NORM_INF), 0);
     EXPECT_EQ(cv::countNonZero(even.mat(0)), area.area()) << "nothing outside the area";
+    const Picture odd = alignByHomography(frame, shift(5, -3), area);
+    EXPECT_EQ(cv::norm(odd.mat(2)(chroma), frame.mat(2)(chroma + cv::Point(3, -1)), cv::NORM_INF), 0);
 
     const Picture half = alignByHomography(frame, shift(0.5, 0), area);
     cv::Mat sum;

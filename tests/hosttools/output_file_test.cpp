@@ -5,12 +5,15 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <filesystem>
 #include <span>
 
 #include "host/program/exit_codes.h"
-#include "tests/hosttools/scratch_folder.h"
+#include "tests/harness/files.h"
 
 namespace eishost {
+
+using eis::test::TempFolder;
 namespace {
 
 void writeAndEnd(const std::string& path, bool clip, bool full) {
@@ -33,8 +36,8 @@ TEST(OutputFile, IsWholeOrAsItWasHoweverTheProgramEnds) {
     } cases[] = {{false, false, true, "old"},   {false, false, false, ""}, {true, false, true, "old"},
                  {true, false, false, "newer"}, {true, true, true, "old"}, {true, true, false, ""}};
     for (const auto& [clip, full, replaces, remains] : cases) {
-        const ScratchFolder folder;
-        const std::string path = replaces ? folder.write("out", "old") : folder.file("out");
+        const TempFolder folder;
+        const std::string path = replaces ? folder.write("out", "old") : folder.path("out");
         EXPECT_EXIT(
             {
                 try {

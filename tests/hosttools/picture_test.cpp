@@ -6,9 +6,11 @@
 #include <opencv2/imgcodecs.hpp>
 
 #include "host/program/exit_codes.h"
-#include "tests/hosttools/scratch_folder.h"
+#include "tests/harness/files.h"
 
 namespace eishost {
+
+using eis::test::TempFolder;
 
 namespace {
 
@@ -39,7 +41,7 @@ ExitCode codeOf(const std::string& path, const RawOptions& raw = {}) {
 }  // namespace
 
 TEST(PictureFile, ComesBackWithinItsFormatsRounding) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     for (const ColorRange range : {ColorRange::kFull, ColorRange::kLimited}) {
         Picture picture = gradient(64, 48);
         picture.range = range;
@@ -47,8 +49,8 @@ TEST(PictureFile, ComesBackWithinItsFormatsRounding) {
              {std::pair{"a.y4m", 0}, {"a.yuv", 0}, {"a.nv12", 0}, {"a.nv21", 0}, {"a.png", 2}, {"a.jpg", 8}}) {
             const bool isImage = error > 0;
             if (isImage && range == ColorRange::kLimited) continue;
-            savePicture(folder.file(name), picture);
-            const Picture back = loadPicture(folder.file(name), PictureSize{64, 48});
+            savePicture(folder.path(name), picture);
+            const Picture back = loadPicture(folder.path(name), PictureSize{64, 48});
             for (int plane = 0; plane < 3; ++plane) {
                 EXPECT_LE(cv::norm(back.mat(plane), picture.mat(plane), cv::NORM_INF), error) << name << plane;
             }
@@ -66,7 +68,7 @@ TEST(PictureFile, ComesBackWithinItsFormatsRounding) {
 }
 
 TEST(PictureFile, Y4mHeaderFieldsAreUnderstood) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     const std::string planes(4 * 2 * 3 / 2, 'x');
     const struct {
         const char* fields;
@@ -93,7 +95,7 @@ TEST(PictureFile, Y4mHeaderFieldsAreUnderstood) {
 // Luma "abcdefgh", U "uU", V "vV".
 TEST(PictureFile, RawFormatsAreToldOrAskedFor) {
     using namespace std::string_literals;
-    const ScratchFolder folder;
+    const TempFolder folder;
     const auto described = [](std::optional<RawFormat> format, std::optional<int> stride) {
         RawOptions raw{PictureSize{4, 2}};
         raw.format = format;
@@ -141,30 +143,30 @@ TEST(PictureFile, RawFormatsAreToldOrAskedFor) {
     }
     RawOptions spaced;
     spaced.outputStride = 6;
-    savePicture(folder.file("b.nv21"), loadPicture(folder.write("a.y4m", "YUV4MPEG2 W4 H2\nFRAME\nabcdefghuUvV")),
+    savePicture(folder.path("b.nv21"), loadPicture(folder.write("a.y4m", "YUV4MPEG2 W4 H2\nFRAME\nabcdefghuUvV")),
                 spaced);
     EXPECT_EQ(folder.read("b.nv21"), "abcd\0\0efgh\0\0vuVU\0\0"s);
 }
 
 TEST(PictureFile, EveryTruncationIsReported) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     const Picture picture = gradient(32, 16);
     for (const char* const name : {"a.png", "a.jpg", "a.y4m"}) {
-        savePicture(folder.file(name), picture);
+        savePicture(folder.path(name), picture);
         const std::string whole = folder.read(name);
         const std::size_t step = std::max<std::size_t>(1, whole.size() / 97);
         for (std::size_t length = 0; length + 1 < whole.size(); length += step)
             EXPECT_EQ(codeOf(folder.write("cut", whole.substr(0, length))), kExitUnreadable)
                 << name << " cut to " << length << " of " << whole.size();
     }
-    savePicture(folder.file("a.yuv"), picture);
+    savePicture(folder.path("a.yuv"), picture);
     const std::string raw = folder.read("a.yuv");
     for (const std::size_t length : {std::size_t{0}, std::size_t{1}, raw.size() - 1})
         EXPECT_EQ(codeOf(folder.write("cut.yuv", raw.substr(0, length)), PictureSize{32, 16}), kExitUnreadable);
-    EXPECT_EQ(codeOf(folder.file("a.yuv"), PictureSize{30, 16}), kExitUnreadable);
-    EXPECT_EQ(codeOf(folder.file("a.yuv")), kExitUnreadable);
-    EXPECT_EQ(codeOf(folder.file("nothing.png")), kExitUnreadable);
-    EXPECT_EQ(codeOf(folder.file("")), kExitUnreadable);
+    EXPECT_EQ(codeOf(folder.path("a.yuv"), PictureSize{30, 16}), kExitUnreadable);
+    EXPECT_EQ(codeOf(folder.path("a.yuv")), kExitUnreadable);
+    EXPECT_EQ(codeOf(folder.path("nothing.png")), kExitUnreadable);
+    EXPECT_EQ(codeOf(folder.path("")), kExitUnreadable);
 }
 
 }  // namespace eishost

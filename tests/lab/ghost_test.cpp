@@ -8,8 +8,8 @@
 #include "host/picture/picture.h"
 #include "host/program/exit_codes.h"
 #include "host/synth/synth_truth.h"
-#include "tests/hostcli/cli.h"
-#include "tests/hosttools/scratch_folder.h"
+#include "tests/harness/files.h"
+#include "tests/harness/tools/cli.h"
 
 namespace {
 
@@ -54,8 +54,8 @@ class LabGhost : public testing::Test {
 
     static constexpr int kSide = 60;
     const cv::Rect kBox{100, 120, kSide, kSide};
-    const eishost::ScratchFolder scratch_;
-    const std::string folder_ = scratch_.file("");
+    const eis::test::TempFolder scratch_;
+    const std::string folder_ = scratch_.path("");
 };
 
 TEST_F(LabGhost, MasksWhatMovedAndScoresIt) {
@@ -97,24 +97,11 @@ TEST_F(LabGhost, TakesPicturesOfAnyWidth) {
     }
 }
 
-TEST_F(LabGhost, SaysWhatIsWrong) {
-    const struct {
-        const char* rest;
-        int code;
-        const char* text;
-    } cases[] = {{"lumaThLow=3", eishost::kExitUsage, "did you mean lumaTH_Low?"},
-                 {"lumaTH_Low=x", eishost::kExitUsage, "want lumaTH_Low=a whole number"},
-                 {"--iso-row 9", eishost::kExitUsage, "--iso-row"},
-                 {"--tuning missing.xml", 2, "missing.xml"},
-                 {"--out mask.gif", eishost::kExitUsage, "unknown extension"}};
-    for (const auto& c : cases) {
-        const auto result = run(c.rest);
-        EXPECT_EQ(result.exitCode, c.code) << c.rest;
-        EXPECT_NE(result.err.find(c.text), std::string::npos) << result.err;
-    }
+TEST_F(LabGhost, AndTheOtherCommandsSayWhatIsWrong) {
+    const std::string session = eis::test::readFile(EIS_TEST_FOLDER "/refusals.txt");
+    EXPECT_EQ(eishost::replay(session, scratch_), session);
     std::ofstream(folder_ + "aligned/result.json") << "{\"frames\":[{}]}";
     EXPECT_EQ(run("").exitCode, 2);
-    EXPECT_EQ(runCli("ghost " + folder_ + "frame_00.png " + folder_ + "none.png").exitCode, 2);
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 
 #include "host/picture/picture.h"
 #include "opencl/cl_platform.h"
-#include "tests/hostcli/cli.h"
-#include "tests/hosttools/scratch_folder.h"
+#include "tests/harness/files.h"
+#include "tests/harness/tools/cli.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ using eishost::Picture;
 TEST(LabGpu, FiltersAFrame) {
     cl_uint platforms = 0;
     if (clGetPlatformIDs(0, nullptr, &platforms) != CL_SUCCESS || platforms == 0) GTEST_SKIP() << "no OpenCL device";
-    const eishost::ScratchFolder folder;
+    const eis::test::TempFolder folder;
     Picture frame(68, 32);
     Picture reference(68, 32);
     Picture mask(68, 32);
@@ -24,7 +24,7 @@ TEST(LabGpu, FiltersAFrame) {
         reference.planes[0][i] = 200;
         mask.planes[0][i] = i % 68 < 32 ? 255 : 0;
     }
-    const auto file = [&](const char* name) { return folder.file(std::string(name) + ".y4m"); };
+    const auto file = [&](const char* name) { return folder.path(std::string(name) + ".y4m"); };
     eishost::savePicture(file("frame"), frame);
     eishost::savePicture(file("reference"), reference);
     eishost::savePicture(file("mask"), mask);

@@ -9,8 +9,8 @@
 #include "host/lab/lint.h"
 #include "host/lab/setting_words.h"
 #include "host/program/exit_codes.h"
-#include "tests/hostcli/cli.h"
-#include "tests/hosttools/scratch_folder.h"
+#include "tests/harness/files.h"
+#include "tests/harness/tools/cli.h"
 
 namespace eislab {
 namespace {
@@ -27,14 +27,14 @@ std::string_view bytesOf(const ST_CONFIG_XML& record) {
 }
 
 TEST(Template, LoadsCleanAndYieldsTheRecordOfDefaults) {
-    const ScratchFolder folder;
-    const CliResult written = runCli("tuning template --out '" + folder.file("multiframe.xml") + "'");
+    const TempFolder folder;
+    const CliResult written = runCli("tuning template --out '" + folder.path("multiframe.xml") + "'");
     ASSERT_EQ(written.exitCode, kExitOk) << written.err;
-    const std::string name = " '" + folder.file("multiframe.xml") + "'";
+    const std::string name = " '" + folder.path("multiframe.xml") + "'";
     for (const std::string& command : {std::string("template"), "lint" + name, "explain --json" + name}) {
-        EXPECT_EQ(runCli("tuning " + command, "/dev/full").exitCode, kExitUnwritable) << command;
+        EXPECT_EQ(runCli("tuning " + command + " >/dev/full").exitCode, kExitUnwritable) << command;
     }
-    const TuningFile file = loadTuningFile(folder.file("multiframe.xml"));
+    const TuningFile file = loadTuningFile(folder.path("multiframe.xml"));
     ASSERT_FALSE(file.refused());
     EXPECT_TRUE(lintTuning(file).empty());
     for (const KeyReading& reading : readKeys(file)) {
@@ -46,11 +46,10 @@ TEST(Template, LoadsCleanAndYieldsTheRecordOfDefaults) {
     EXPECT_EQ(runCli("tuning template").out, folder.read("multiframe.xml"));
     std::ifstream page(EIS_TEST_FOLDER "/../../docs/tuning-keys.md");
     EXPECT_EQ(keyPage(), std::string(std::istreambuf_iterator<char>(page), {})) << "eis-lab tuning keys writes it";
-    EXPECT_EQ(runCli("tuning template --out /nowhere/file.xml").exitCode, kExitUnwritable);
 }
 
 TEST(Explain, TellsValueAndOrigin) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     const std::string file = folder.write(
         "multiframe.xml", fileOf("<Global><ExposureFusionFlag>1</ExposureFusionFlag></Global>\n"
                                  "<SFNoiseReduction><ISO2><luma>-300</luma><shading>dim</shading>\n"
@@ -73,11 +72,10 @@ TEST(Explain, TellsValueAndOrigin) {
     EXPECT_EQ(of("NoiseReduction/ISO8/isovalue"), "4950, default");
     const CliResult given = runCli("tuning explain --given '" + file + "'");
     EXPECT_EQ(std::count(given.out.begin(), given.out.end(), '\n'), 5) << given.out;
-    EXPECT_EQ(runCli("tuning explain /nowhere").exitCode, kExitUnreadable);
 }
 
 TEST(Diff, ComparesEffectiveValues) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     // A spelled-out default, a clamped value and another case of letters make no difference.
     const std::string a = folder.write(
         "a.xml", fileOf("<NoiseReduction><ISO1><chromaS>-90</chromaS><lumaLF>-20</lumaLF></ISO1></NoiseReduction>"
@@ -99,11 +97,10 @@ TEST(Diff, ComparesEffectiveValues) {
     EXPECT_EQ(json[1]["key"], "NoiseReduction/ISO1/chromaNrLUT");
     // Nothing of one file shows in the other, which a load in one process would leave in a short table.
     EXPECT_EQ(nlohmann::json::parse(runCli("tuning diff --json '" + c + "' '" + a + "'").out)[1]["b"][0], 0);
-    EXPECT_EQ(runCli("tuning diff '" + a + "' /nowhere").exitCode, kExitUnreadable);
 }
 
 TEST(Plot, TakesStrengthsFromWordsAndFiles) {
-    const ScratchFolder folder;
+    const TempFolder folder;
     const std::string file = folder.write(
         "multiframe.xml",
         fileOf("<SFNoiseReduction><ISO3><isovalue>400</isovalue><luma>-30</luma><chroma>-20</chroma>"
@@ -117,19 +114,10 @@ TEST(Plot, TakesStrengthsFromWordsAndFiles) {
     const NamedSettings shrink = settingsFromWords(TableKind::kShrink, {"iso=3", file});
     EXPECT_EQ(describeSettings(shrink.settings),
               "lumaRatio -10, shrinkRatio0 0, shrinkRatio1 -64, shrinkRatio2 0, lumaDetail -128");
-    const std::string png = folder.file("both.png");
+    const std::string png = folder.path("both.png");
     const CliResult drawn = runCli("tables plot '" + file + "' iso=3 --against nrTH=90 --out '" + png + "'");
     ASSERT_EQ(drawn.exitCode, kExitOk) << drawn.err;
     EXPECT_FALSE(cv::imread(png).empty());
-    for (const auto& [arguments, exitCode] : {std::pair{"iso=9 --out x.png", kExitUsage},
-                                              {"nrTH=3 --against lumaRatio=5 --out x.png", kExitUsage},
-                                              {"nrTH=3 --out x.gif", kExitUsage},
-                                              {"/nowhere --out x.png", kExitUnreadable},
-                                              {"nrTH=3 --out /nowhere/x.png", kExitUnwritable}}) {
-        const CliResult result = runCli(std::string("tables plot ") + arguments);
-        EXPECT_EQ(result.exitCode, exitCode) << arguments;
-        EXPECT_EQ(result.errorLines(), 1) << result.err;
-    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tests/hostcli/test_pictures.h"
+#include "tests/harness/tools/test_pictures.h"
 
 #include <opencv2/imgproc.hpp>
 
