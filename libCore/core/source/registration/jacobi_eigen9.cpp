@@ -1,6 +1,7 @@
-// Classical Jacobi rotations with a row in a vector or two, for several matrices at a time. What a rotation of one
-// matrix has to wait for, roots and quotients above all, is found for all of them before any is turned: that is twice
-// as fast as one matrix after the other.
+// Classical Jacobi eigenvalue method (Jacobi 1846), vectorised: a row of the matrix takes one or two vectors, and
+// several matrices are solved together. A rotation's angle is a chain of two square roots and three divisions, each of
+// which needs the result before it; the angles of all matrices are computed before any matrix is rotated, so that
+// these chains overlap. That takes half the time of one matrix after the other.
 #include "libCore/core/source/registration/jacobi_eigen9.h"
 
 #include <algorithm>
@@ -27,8 +28,9 @@ using Keys = hn::RebindToSigned<Floats>;
 constexpr int kLanes = static_cast<int>(hn::MaxLanes(Floats()));
 constexpr int kPitch = (kN + kLanes - 1) / kLanes * kLanes;
 
-// hypot of the widened values, cut to single precision. Neither overflow nor the error of the plain formula shows in
-// the result, unless the root lies at the middle between two floats or below the normal ones: these are left to hypot.
+// hypot in double precision, rounded to single. The square root of the sum of squares is within a few units of the last
+// place of a double, which changes the rounded result only near the middle between two floats or below the normal
+// range: there the C library's hypot decides.
 HWY_INLINE float HypotSingle(float a, float b) {
     const double x = a;
     const double y = b;
@@ -40,22 +42,22 @@ HWY_INLINE float HypotSingle(float a, float b) {
     return static_cast<float>(root);
 }
 
-// The largest magnitude of a row, or of a column, when it was looked for, and where it stood. Magnitudes are compared
-// by their bits, which rise with them.
+// The largest magnitude of a row or column at the time of its last search, and its index. Bit patterns of
+// non-negative floats order as their values do, so integers are compared.
 struct Largest {
     int32_t key;
     int32_t at;
 };
 
-// Of the eight that begin at `largest`, the first with the largest key.
+// Index of the largest of eight keys, the first one of equals: the index is packed, inverted, below the key.
 HWY_INLINE int FirstLargest(const Largest* largest) {
     int64_t best = 0;
     for (int i = 0; i < 8; ++i) best = std::max(best, int64_t{largest[i].key} << 3 | (7 - i));
     return 7 - static_cast<int>(best & 7);
 }
 
-// One matrix on its way. It is kept whole: a row holds what stands right of its diagonal element and, in front of it,
-// what stands above it. The diagonal is in `values`.
+// The state of one matrix. Both triangles are stored, so that a rotation works on whole rows: row k holds row k of the
+// upper triangle from column k + 1 on and column k of it before that. The diagonal is in `values_`.
 class Solver {
   public:
     void start(const float* matrix) {
@@ -96,7 +98,7 @@ class Solver {
         // A rotation touches other rows and columns, too: their entries go stale, by design.
         findMaxima(k_);
         findMaxima(l_);
-        // Last, for vector loads right behind stores of single elements have to wait for them.
+        // Last: the vector loads above would stall if single elements of their rows had just been stored.
         for (int m = 0; m < kN; ++m) {
             rows_[m][k_] = rows_[k_][m];
             rows_[m][l_] = rows_[l_][m];
@@ -109,7 +111,8 @@ class Solver {
     }
 
   private:
-    // In the matrix the element that is rotated away becomes 0 (as does the diagonal, which is not looked at).
+    // Rotates two rows. In those of the matrix the element that is annihilated is set to exactly 0, and so are the
+    // diagonal elements, which are unused.
     template <bool ofMatrix>
     HWY_INLINE void turn(float* HWY_RESTRICT a, float* HWY_RESTRICT b) const {
         const Floats d;
@@ -132,7 +135,7 @@ class Solver {
         }
     }
 
-    // Row 8 has nothing to its right, column 0 nothing above it: what is found there is not looked at.
+    // The maxima of row and column k. Row 8 and column 0 have no elements; their entries are never read.
     HWY_INLINE void findMaxima(int k) {
         const Floats d;
         const Keys dKeys;

@@ -18,7 +18,7 @@ inline constexpr size_t kJacobiWorkspaceBytes = 36 * 4 + 3;
 int JacobiEigen9(float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor, void* workspace);
 int JacobiEigen9_plain(float* matrix, float* eigenvalues, float* eigenvectors, int iterFactor, void* workspace);
 
-// Several at a time, with the same results in half of the time: the rotations of one matrix wait for each other.
+// Several problems together, with the same results in half of the time.
 //   problems  count of them, at most kJacobiBatch; their members are as above
 struct EigenProblem {
     float* matrix;

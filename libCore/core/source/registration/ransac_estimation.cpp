@@ -135,7 +135,8 @@ bool drawUsableSample(const Workspace& work, Generator& generator, Sample& sampl
     return false;
 }
 
-// Samples drawn ahead, for draws do not depend on models, and the models fitted to them.
+// Samples and the models fitted to them. The draws do not depend on the models' scores, so several samples are drawn
+// ahead and fitted together, which is faster.
 struct Batch {
     Sample samples[kFitBatch];
     HomographyFit fits[kFitBatch];
@@ -153,8 +154,8 @@ struct Batch {
         CalcHomographies(fits, count, kSampleSize, kSampleIterFactor, work.eigen);
     }
 
-    // How many to draw at iteration i of so many. The first few may show that hardly more are needed; the rest is
-    // shared out evenly, since a small batch takes nearly as long as a large one.
+    // The batch size at iteration i. The first batch is small, since its models often cut the number of iterations; the
+    // remaining iterations are divided evenly, since a small batch takes nearly as long as a large one.
     static int wanted(int32_t i, int32_t iterations) {
         const int32_t left = iterations - i;
         if (i == 0) return std::min(left, kFirstSamples);
@@ -179,8 +180,8 @@ float sumOfErrors(const Workspace& work, const uint8_t* mask) {
     return sum;
 }
 
-// `best` may count for nothing yet: the mask of a sample that does not beat it may be what is kept. The sum is taken
-// only where it can decide.
+// Inliers of a model, with their mask. While no model is accepted the mask of the last one scored is the result, so all
+// pairs are counted; afterwards counting stops where the model can no longer win. The error sum only breaks ties.
 Score scoreModel(const Workspace& work, const float* model, float threshold, const Score& best, bool accepted,
                  uint8_t* mask) {
     const int32_t inliers = ReprojectionInliers_neon(work.pairColumns(), model, threshold, accepted ? best.inliers : 0,

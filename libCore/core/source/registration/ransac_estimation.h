@@ -23,7 +23,8 @@ inline constexpr int64_t kRansacScratchPerPair = 80;
 //   scratch        kRansacScratchPerPair * pointNum bytes
 // 0 when the loop ran its course, else -1: 100 draws in a row were rejected (or there are no pairs), and the pairs are
 // as they were. When no model was accepted pointNum becomes 4, and the first four pairs mean nothing.
-// `_plain`, its definition, draws a sample when it is its turn; else samples are drawn and fitted some ahead.
+// `_plain` is the definition: one sample is drawn, fitted and scored after the other. The other form draws and fits
+// several ahead, with the same result.
 int RansacEstimation(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const RansacParams* params, void* scratch);
 int RansacEstimation_plain(ST_MATCH_PAIRS* matchPairs, float* homographyOut, const RansacParams* params, void* scratch);
 
