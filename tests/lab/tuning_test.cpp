@@ -44,8 +44,8 @@ TEST(Template, LoadsCleanAndYieldsTheRecordOfDefaults) {
     EXPECT_EQ(bytesOf(file.record), bytesOf(empty.record));
     EXPECT_EQ(file.record.astIso[7].isovalue, 4950);
     EXPECT_EQ(runCli("tuning template").out, folder.read("multiframe.xml"));
-    std::ifstream page(EIS_TEST_FOLDER "/../../docs/tuning-keys.md");
-    EXPECT_EQ(keyPage(), std::string(std::istreambuf_iterator<char>(page), {})) << "eis-lab tuning keys writes it";
+    EXPECT_EQ(keyPage(), eis::test::readFile(EIS_TEST_FOLDER "/../../docs/tuning-keys.md"))
+        << "eis-lab tuning keys writes it";
 }
 
 TEST(Explain, TellsValueAndOrigin) {
