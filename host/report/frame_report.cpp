@@ -16,7 +16,6 @@ namespace {
 
 constexpr std::size_t kLeastKeypoints = 8;
 constexpr double kCornersHeldFrom = 0.5;
-constexpr int kMoverRim = 4;  // pixels around an object that resampling mixes with it
 
 class StopWatch {
   public:

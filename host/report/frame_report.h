@@ -15,6 +15,8 @@
 
 namespace eishost {
 
+inline constexpr int kMoverRim = 4;  // pixels around an object that resampling mixes with it
+
 // Luma against the clean reference inside the filled rectangle, in dB. An object that moves by itself is left out,
 // where it is in the reference and where it is in the frame: no registration can lay it onto itself.
 struct TruthScores {

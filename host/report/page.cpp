@@ -10,6 +10,7 @@
 #include "host/program/exit_codes.h"
 #include "host/program/input_file.h"
 #include "host/program/output_file.h"
+#include "host/report/frame_report.h"
 #include "host/report/machine.h"
 #include "host/report/page_text.h"
 #include "host/report/page_view.h"
@@ -30,7 +31,6 @@ constexpr int kFrameColumns = 960;
 constexpr std::size_t kFrameBytes = 70'000;
 constexpr int kSmallFrameColumns = 320;  // of the frames behind those
 constexpr std::size_t kSmallFrameBytes = 10'000;
-constexpr int kMoverRim = 4;  // pixels around an object that resampling mixes with it
 
 nlohmann::json finite(double value) {
     return std::isfinite(value) ? nlohmann::json(value) : nlohmann::json();
