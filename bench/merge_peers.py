@@ -3,10 +3,10 @@
 
     bench/merge_peers.py build/release/bin/eis-host FOLDER...
 
-Peers, each left out where it is not installed: align_image_stack of Debian's hugin-tools and the mean, and with
-Debian's python3-opencv registration by ORB or by ECC (homographies, bilinear) and the mean, and non-local means over
-the frames that ORB aligned. Non-local means gets, plane by plane, the strength that scores best of three: it is told
-the truth, which no user could tell it.
+Peers: registration by ORB or by ECC (homographies, bilinear) and the mean; over the frames that ORB aligned, non-local
+means and, where Debian's ffmpeg is installed, its atadenoise; align_image_stack of Debian's hugin-tools and the mean, if
+that is there. Those with a strength get, plane by plane, the one of several that scores best: they are told the truth,
+which no user could tell them. Needs Debian's python3-opencv.
 Scores as `eis-host merge --truth` makes them: PSNR in dB of Y where the mover never was, of Y where it was, of U, of V.
 """
 
@@ -21,6 +21,8 @@ import cv2
 import numpy as np
 
 NLM_STRENGTHS = (0.6, 0.9, 1.3)  # of the noise
+# A frame's difference, and that of all up to it, where it ceases to count; the first ones are the filter's own.
+ATADENOISE_THRESHOLDS = ((0.02, 0.04), (0.05, 0.1), (0.05, 0.3), (0.1, 0.3), (0.2, 0.6))
 
 
 def planes_of(bgr):
@@ -100,21 +102,45 @@ def by_ecc(burst):
     return burst.score(masked_mean(*zip(*aligned)))
 
 
-def by_nlm(burst):
+def around_reference(burst):
+    """Planes of the frames that ORB aligned, an odd number with the reference in the middle, and where that is."""
     pictures = [planes_of(picture) for picture, _ in orb_aligned(burst)]
     middle = (len(pictures) - 1) // 2
-    pictures = pictures[1 : middle + 1] + pictures[:1] + pictures[middle + 1 :]
-    window = min(2 * middle + 1, 2 * (len(pictures) - 1 - middle) + 1)
-    best = []
-    for plane in range(3):
-        frames = [np.ascontiguousarray(picture[plane]) for picture in pictures]
-        sigma = (frames[middle].astype(float) - burst.clean[plane]).std()
-        runs = [
-            cv2.fastNlMeansDenoisingMulti(frames, middle, window, None, share * sigma, 5, 15)
-            for share in NLM_STRENGTHS
-        ]
-        best.append(max(runs, key=lambda result, plane=plane: psnr(result, burst.clean[plane])))
-    return burst.score_planes(best)
+    return pictures[1 : middle + 1] + pictures[:1] + pictures[middle + 1 : 2 * middle + 1], middle
+
+
+def best_planes(burst, runs):
+    """Score of the planes that come nearest to the truth, each from the run that does it best."""
+    planes = [max((run[plane] for run in runs), key=lambda p, k=plane: psnr(p, burst.clean[k])) for plane in range(3)]
+    return burst.score_planes(planes)
+
+
+def by_nlm(burst):
+    pictures, middle = around_reference(burst)
+    frames = [[np.ascontiguousarray(picture[plane]) for picture in pictures] for plane in range(3)]
+    sigmas = [(frames[plane][middle].astype(float) - burst.clean[plane]).std() for plane in range(3)]
+    run = lambda planes, h: cv2.fastNlMeansDenoisingMulti(planes, middle, len(planes), None, h, 5, 15)
+    return best_planes(
+        burst, [[run(frames[plane], share * sigmas[plane]) for plane in range(3)] for share in NLM_STRENGTHS]
+    )
+
+
+def by_atadenoise(burst):
+    pictures, middle = around_reference(burst)
+    height, width = pictures[0][0].shape
+    raw = b"".join(plane.tobytes() for picture in pictures for plane in picture)
+    size = ["-f", "rawvideo", "-pix_fmt", "yuv420p", "-s", f"{width}x{height}"]
+    runs = []
+    for one, all_frames in ATADENOISE_THRESHOLDS:
+        limits = ":".join(f"{plane}a={one}:{plane}b={all_frames}" for plane in range(3))
+        filters = ["-vf", f"atadenoise={limits}:s={len(pictures)}"]
+        command = ["ffmpeg", "-v", "error", *size, "-i", "-", *filters, *size, "-"]
+        out = subprocess.run(command, input=raw, check=True, capture_output=True).stdout
+        frame = np.frombuffer(out, np.uint8).reshape(len(pictures), -1)[middle]
+        luma, u, v = np.split(frame, [width * height, width * height * 5 // 4])
+        half = (height // 2, width // 2)
+        runs.append([luma.reshape(height, width), u.reshape(half), v.reshape(half)])
+    return best_planes(burst, runs)
 
 
 def by_align_image_stack(burst):
@@ -160,10 +186,14 @@ def main(program, folders):
         show("ORB + mean", by_orb(burst))
         show("ECC + mean", by_ecc(burst))
         show("non-local means", by_nlm(burst))
-        if shutil.which("align_image_stack"):
-            show("align_image_stack + mean", by_align_image_stack(burst))
-        else:
-            print("  align_image_stack is not installed")
+        for program_name, name, peer in (
+            ("ffmpeg", "atadenoise", by_atadenoise),
+            ("align_image_stack", "align_image_stack + mean", by_align_image_stack),
+        ):
+            if shutil.which(program_name):
+                show(name, peer(burst))
+            else:
+                print(f"  {program_name} is not installed")
 
 
 if __name__ == "__main__":
