@@ -92,6 +92,7 @@ void runMerge(const MergeArguments& arguments) {
     if (!arguments.noDenoise) {
         report.tuningFile = arguments.tuning.empty() ? shippedTuningFile() : arguments.tuning;
         tuning = loadTuningRecord(report.tuningFile, options.denoise.trace, options.denoise.log);
+        noteRowOrder(*tuning, report.tuningFile);
         options.tuning = &*tuning;
     }
 
@@ -115,8 +116,10 @@ void runMerge(const MergeArguments& arguments) {
                            {.aligned = measure, .reading = reading});
     progress.hide();
     if (input.source().cutRows() > 0) note(input.source().note());
+    if (input.mergeable() == 0) note("nothing to merge with the reference, which is all that the result holds");
     const std::optional<MergeTruth> truth = openTruth(arguments, input);
     const MergeResult result = mergeBurst(input, tolerance, options);
+    if (result.row) noteSettings(result.settings);
     const std::vector<StagePicture> stages = stagePictures(input, result);
     if (truth) {
         for (const auto& [name, picture] : stages) report.scores.emplace_back(name, truth->score(picture));
@@ -145,7 +148,8 @@ void addMergeCommand(CLI::App& app) {
                      "Reference, then frames of the same size: PNG, JPEG, Y4M, raw with --raw-size.\n"
                      "A Y4M or raw file may hold several. All are read twice")
         ->required();
-    command->add_option("--out", arguments->output, "Result: .png, .jpg, .y4m, .yuv; - for Y4M to a pipe")->required();
+    command->add_option("--out", arguments->output, "Result: .png, .jpg, .y4m, .yuv, .nv12, .nv21; - for Y4M to a pipe")
+        ->required();
     command
         ->add_option("--weights", arguments->weights,
                      "robust: what moved comes from the reference alone; mean: every frame alike")

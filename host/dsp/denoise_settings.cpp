@@ -83,13 +83,16 @@ void assignSetting(DenoiseSettings& settings, const std::string& assignment) {
     settings.*key.value = word.wholeNumber(key.name, key.lowest, key.highest);
 }
 
+void noteRowOrder(const ST_CONFIG_XML& record, const std::string& file) {
+    const std::vector<int> disordered = rowsOutOfOrder(record, "NoiseReduction");
+    if (disordered.empty()) return;
+    note(file + ": the isovalue of ISO" + std::to_string(disordered.front()) +
+         " is not above that of the row before it");
+}
+
 void takeRow(DenoiseSettings& settings, const std::string& file, int row, std::ostream* trace, std::ostream* log) {
     const ST_CONFIG_XML record = loadTuningRecord(file, trace, log);
-    const std::vector<int> disordered = rowsOutOfOrder(record, "NoiseReduction");
-    if (!disordered.empty()) {
-        note(file + ": the isovalue of ISO" + std::to_string(disordered.front()) +
-             " is not above that of the row before it");
-    }
+    noteRowOrder(record, file);
     assignRow(settings, record, row);
 }
 

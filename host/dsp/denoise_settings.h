@@ -48,7 +48,10 @@ std::span<const DenoiseKey> denoiseKeys();
 // Takes what row `row` (1 to 8) of a tuning record holds; the other keys stay.
 void assignRow(DenoiseSettings& settings, const ST_CONFIG_XML& record, int row);
 
-// The same of a tuning file, by loadTuningRecord; notes rows that are out of order.
+// Notes rows of a file's record that are out of order.
+void noteRowOrder(const ST_CONFIG_XML& record, const std::string& file);
+
+// Takes a row of a tuning file, by loadTuningRecord and noteRowOrder.
 void takeRow(DenoiseSettings& settings, const std::string& file, int row, std::ostream* trace, std::ostream* log);
 
 // Takes "KEY=VALUE", and "chromaNrLUT=N,N,..." with up to 40 numbers, the rest 0. HostError(kExitUsage) for an unknown

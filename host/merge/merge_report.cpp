@@ -71,8 +71,8 @@ ordered_json filtersJson(const Combined& combined) {
 }
 
 std::string rowOrigin(const MergeReport& report, const MergeResult& result) {
-    if (report.rowGiven) return "--iso-row";
-    return result.combined ? "the noise measured" : "the usual one, nothing to measure noise on";
+    if (report.rowGiven) return "as given";
+    return result.combined ? "by the noise measured" : "the usual one, for a frame alone tells no noise";
 }
 
 ordered_json denoiseJson(const MergeReport& report, const MergeResult& result) {
@@ -145,13 +145,12 @@ void printMerge(std::FILE* to, const MergeReport& report, const BurstInput& inpu
     const Picture& reference = input.reference();
     std::fprintf(to, "%dx%d, frames %s, %.2f held a pixel\n", reference.width, reference.height,
                  mergedOf(input).c_str(), cv::mean(result.held)[0]);
-    if (input.mergeable() == 0) std::fprintf(to, "note: nothing to merge with, this is the reference alone\n");
     if (result.combined) {
         const auto sigma = [&](int plane) { return std::sqrt(result.combined->planes[plane].meanNoise); };
         std::fprintf(to, "noise of one frame: Y %.2f U %.2f V %.2f levels\n", sigma(0), sigma(1), sigma(2));
     }
     if (result.row) {
-        std::fprintf(to, "denoised with row %.2f of %s, by %s\n", *result.row, report.tuningFile.c_str(),
+        std::fprintf(to, "denoised with row %.2f of %s, %s\n", *result.row, report.tuningFile.c_str(),
                      rowOrigin(report, result).c_str());
     }
     if (report.scores.empty()) return;
