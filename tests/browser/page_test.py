@@ -107,7 +107,7 @@ class Browser:
 
     def save(self, name):
         size = self.driver.execute_cdp_cmd("Page.getLayoutMetrics", {})["cssContentSize"]
-        clip = {"x": 0, "y": 0, "width": size["width"], "height": size["height"], "scale": 1}
+        clip = {"x": 0, "y": 0, "width": size["width"], "height": min(size["height"], 7000), "scale": 1}
         shot = self.driver.execute_cdp_cmd("Page.captureScreenshot", {"captureBeyondViewport": True, "clip": clip})
         (OUT / name).write_bytes(base64.b64decode(shot["data"]))
 
