@@ -152,6 +152,8 @@ TEST_F(Lifecycle, BuildsAProgramOrSaysWhyNot) {
         std::free(algo);
     }
     cleanOpencl(foundation);
+    // Memory that is not zero, so that a missing terminator shows.
+    std::vector<std::string>(16, std::string(32, 'x')).clear();
     char* text = ReadProgramText("broken.cl");
     EXPECT_STREQ(text, "__kernel void temporalfilter( {");
     std::free(text);

@@ -63,7 +63,9 @@ TEST_F(Registration, AlignsAFrame) {
     EXPECT_TRUE(report["cornersHeld"]);
     EXPECT_EQ(report["rectangle"]["width"].get<int>() % 8, 0);
     EXPECT_GE(report["rectangle"]["width"], 640 - 60);
-    EXPECT_EQ(report["milliseconds"].size(), 3u);
+    for (const char* stage : {"ransac", "registration", "flush"}) {
+        EXPECT_TRUE(report["milliseconds"][stage].is_number()) << stage;
+    }
     EXPECT_LT(report["truth"]["cornerError"]["largest"], 0.5);
     const json psnr = report["truth"]["psnrY"];
     EXPECT_GT(psnr["aligned"], psnr["trueHomography"].get<double>() - 0.5);
@@ -80,7 +82,9 @@ TEST_F(Registration, DeliversWhatIsRefusedUnalignedAndSaysWhy) {
     const auto reason = report["refusal"]["reason"].get<std::string>();
     EXPECT_NE(reason.find("over 300 pixels"), std::string::npos) << reason;
     EXPECT_NE(reason.find("moved by 310, 0"), std::string::npos) << reason;
-    EXPECT_EQ(loadPicture(folder.path("aligned.y4m")).planes, loadPicture(folder.path("frame_01.png")).planes);
+    const Picture frame = loadPicture(folder.path("frame_01.png"));
+    const Picture delivered = loadPicture(folder.path("aligned.y4m"));
+    for (int plane = 0; plane < 3; ++plane) EXPECT_EQ(delivered.planes[plane], frame.planes[plane]) << plane;
 }
 
 // The host syncs what the entry leaves to its caller; every plane and list is converted, the frames are invalidated and
