@@ -1,5 +1,6 @@
 #include "opencl/event_profile.h"
 
+#include "libCore/core/source/frame/export.h"
 #include "libCore/core/source/frame/log.h"
 #include "opencl/info_buf.h"
 
@@ -34,7 +35,7 @@ void logTimes(cl_event event) {
 
 }  // namespace
 
-void ReportEventProfile(cl_event event, const char* title) {
+EIS_KEEP void ReportEventProfile(cl_event event, const char* title) {
     MFNR_LOG_INFO("/=====\nTune system performance: %s\n", title);
     const cl_int status = clWaitForEvents(1, &event);
     if (status != CL_SUCCESS) {

@@ -68,7 +68,7 @@ OpenCLAlgoContext* GetHandleAlgoOpenCL() {
     return g_handleAlgoOpenCL;
 }
 
-ret_status SetUpOpenclMFNR(void* /*unused*/) {
+EIS_KEEP ret_status SetUpOpenclMFNR(void* /*unused*/) {
     if (g_handleAlgoOpenCL != nullptr) (void)releaseContext(kSetUpSite);
     const char* program = chooseProgram();
     OpenCLFoundation* foundation = nullptr;
@@ -89,7 +89,7 @@ ret_status CleanOpenclMFNR() {
     return releaseContext(kCleanSite) ? retStsOK : retStsThreadError;
 }
 
-int createGPUThread(void* (*routine)(void*), void* param, int size) {
+EIS_KEEP int createGPUThread(void* (*routine)(void*), void* param, int size) {
     if (g_gpuThread.exists) {
         joinWorkerOnce(kCreateSite);
         return -1;
@@ -114,7 +114,7 @@ int createGPUThread(void* (*routine)(void*), void* param, int size) {
     return 0;
 }
 
-int joinGPUThread() {
+EIS_KEEP int joinGPUThread() {
     if (!g_gpuThread.exists) return 0;
     joinWorkerOnce(kJoinSite);
     g_gpuThread.exists = false;

@@ -2,6 +2,7 @@
 
 #include "bounded/bounded_memory.h"
 #include "libCore/core/source/frame/clock.h"
+#include "libCore/core/source/frame/export.h"
 #include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/frame/slots.h"
 #include "libCore/core/source/frame/wire.h"
@@ -149,7 +150,7 @@ cl_int copyBack(cl_command_queue queue, cl_mem buffer, int32_t shift, const Plan
 
 }  // namespace
 
-int kernel_temporalfilter(ST_TEMPORALFILTER_PARAMS* params) {
+EIS_KEEP int kernel_temporalfilter(ST_TEMPORALFILTER_PARAMS* params) {
     const OpenCLAlgoContext* algo = GetHandleAlgoOpenCL();
     if (algo == nullptr) return kNoContext;
     EIS_LOG_INFO("[GPU]: stride=%d, strideUV=%d, width=%d, height=%d, alpha=%d, ", params->stride, params->strideUV,
