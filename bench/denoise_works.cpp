@@ -8,14 +8,12 @@
 #include "bench/frame.h"
 #include "bench/works.h"
 #include "highLevel/src/luma/gradient_planes.h"
-#include "highLevel/src/luma/lifting53.h"
 #include "highLevel/src/luma/recursive_filter.h"
 #include "highLevel/src/luma/remix_detail.h"
 #include "highLevel/src/luma/shrink_band.h"
 #include "include/acore_api.h"
 #include "libCore/core/source/control/shrink_lut.h"
 #include "libCore/core/source/neon/mask/mask_morphology.h"
-#include "libCore/core/source/neon/wavelet/wavelet_smooth.h"
 
 namespace eisbench {
 
@@ -123,14 +121,6 @@ struct DenoiseWork {
         eis::RemixDetail(&args);
     }
 
-    void waveletLevel(int step) {
-        const int width = frame.width() / 4;
-        eis::ST_WAVELET_LEVEL_PARAMS params{
-            wide.data(), width, wideTmp.data(),     width, wideTmp.data() + int64_t{width} * (frame.height() / 4),
-            width,       width, frame.height() / 4, step};
-        eis::WaveletSmooth_neon(&params);
-    }
-
     Frame frame;
     std::vector<uint8_t> copy;
     std::vector<uint8_t> mask;
@@ -199,16 +189,11 @@ void addPieces(int width, int height) {
             benchmark::ClobberMemory();
         });
     };
-    addPiece("lifting split and inverse", [=] {
-        eis::Lifting53Forward(work->wide.data(), width, height, width, work->wideTmp.data());
-        eis::Lifting53Inverse(work->wide.data(), width, height, width, work->wideTmp.data());
-    });
     addPiece("low-band recursion, both passes", [=] { work->recursion(); });
     addPiece("gradient planes",
              [=] { eis::GradientPlanes(work->wide.data(), work->planes.data(), width / 2, height / 2, width, 10); });
     addPiece("shrink of a detail band", [=] { work->shrinkBand(); });
     addPiece("detail re-mix", [=] { work->remix(); });
-    addPiece("wavelet level, step 4", [=] { work->waveletLevel(4); });
     const auto dilation = std::make_shared<DilationWork>(width / 4, height / 4);
     addRow("threshold and 7x7 dilation, quarter size", "eis", [=] { dilation->ours(); });
     addRow("threshold and 7x7 dilation, quarter size", "OpenCV threshold and dilate", [=] { dilation->openCv(); });

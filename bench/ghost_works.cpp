@@ -69,7 +69,7 @@ void registerGhostWorks() {
         });
     }
     const std::string filter = "ghost filter, quarter size";
-    addRow(filter, "eis", [=] { work->filter(eis::GhostFilter_neon); });
+    addRow(filter, "eis", [=] { work->filter(eis::GhostFilter); });
     addRow(filter, "plain", [=] { work->filter(eis::GhostFilter_plain); });
 }
 

@@ -1,10 +1,11 @@
 #include "opencl/egl_display.h"
 
+#include "libCore/core/source/frame/export.h"
 #include "libCore/core/source/frame/log.h"
 
 namespace eis {
 
-int InitEglDisplay(EGLDisplay* outDisplay, EGLContext* outContext) {
+EIS_KEEP int InitEglDisplay(EGLDisplay* outDisplay, EGLContext* outContext) {
     const EGLDisplay display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
     if (display == EGL_NO_DISPLAY) {
         MFNR_LOG_ERROR("eglGetDisplay FAILED.\n");

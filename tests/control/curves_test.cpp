@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "libCore/core/source/control/control_curves.h"
+#include "libCore/core/source/control/curve_powers.h"
 #include "libCore/core/source/control/shrink_lut.h"
 #include "tests/harness/content.h"
 #include "tests/harness/targets.h"
@@ -110,6 +111,22 @@ TEST(Curves, OneUlpChangesNothing) {
                 EXPECT_EQ(plain, curve.valid) << curve.name << ", " << sign;
                 EXPECT_EQ(ours, curve.valid) << curve.name << ", " << sign;
             }
+        }
+    }
+}
+
+// Of bases from 1 downward, as the curves have them.
+TEST(Curves, PowersAreWithinTheirError) {
+    for (const int count : {8, 9, 128, 241}) {
+        std::vector<double> logs(count);
+        for (int k = 0; k < count; ++k) logs[k] = std::log1p(-k / 256.0);
+        for (const double exponent : {1e-3, 0.7, 4.0, 123.4, 2000.0}) {
+            std::vector<double> expected(count), actual(count);
+            CurvePowers_plain(logs.data(), count, exponent, expected.data());
+            forEachTarget([&] {
+                CurvePowers(logs.data(), count, exponent, actual.data());
+                for (int k = 0; k < count; ++k) EXPECT_NEAR(actual[k], expected[k], 1e-11 * expected[k] + 1e-28);
+            });
         }
     }
 }

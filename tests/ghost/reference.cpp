@@ -36,7 +36,7 @@ ReferenceGhosts referenceGhosts(const ST_GHOSTDETECTION_PARAMS_IN& in) {
     }
     Bytes spare(size);
     Binomial3x3_plain(united.data(), united.data(), spare.data(), w, h, w, w, w);
-    UpScaleX16_plain(united.data(), h, w, out.mask.data());
+    for (int y = 0; y < 4 * h; ++y) UpScaleX16Row_plain(united.data(), h, w, y, &out.mask[int64_t{4} * w * y]);
     return out;
 }
 

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <string>
+#include <tuple>
 
 #include "tests/harness/content.h"
 #include "tests/harness/planes.h"
@@ -99,5 +101,34 @@ class CaseDigest {
     uint64_t value_ = 0;
     uint64_t previous_ = 0;
 };
+
+// The two forms of a kernel over all cases. form(case, plain) gives the plane, or a tuple of the planes, that the plain
+// or the vector form makes of the case: both must agree, and all of them come to a known digest.
+template <class Form>
+void expectFormsAgree(uint64_t expected, Form form) {
+    const auto check = [](CaseDigest& all, const KernelCase& c, const auto& plain, const auto& vectors) {
+        EXPECT_TRUE(agree(plain, vectors));
+        all.add(c, plain);
+    };
+    CaseDigest all;
+    forEachCase([&](const KernelCase& c) {
+        const auto plain = form(c, true);
+        const auto vectors = form(c, false);
+        if constexpr (requires { plain.data(); }) {
+            check(all, c, plain, vectors);
+        } else {
+            std::apply(
+                [&](const auto&... p) { std::apply([&](const auto&... v) { (check(all, c, p, v), ...); }, vectors); },
+                plain);
+        }
+    });
+    EXPECT_EQ(all.value(), expected);
+}
+
+// Copies samples, not padding, which tells planes apart.
+template <class T>
+void copySamples(const Plane<T>& from, const Plane<T>& to) {
+    for (int y = 0; y < from.height(); ++y) std::memcpy(to.row(y), from.row(y), from.width() * sizeof(T));
+}
 
 }  // namespace eis::test

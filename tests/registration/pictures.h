@@ -4,6 +4,7 @@
 #include "include/st_picture.h"
 #include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/neon/warp/mirror_fill.h"
+#include "libCore/core/source/neon/warp/warp_geometry.h"
 #include "tests/harness/content.h"
 #include "tests/harness/planes.h"
 

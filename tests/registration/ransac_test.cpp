@@ -215,10 +215,11 @@ TEST(Reprojection, FormsAgree) {
         const PairColumns pairs{columns[0].data(), columns[1].data(), columns[2].data(), columns[3].data(), n};
         for (const auto& h : homographies) {
             const Plane<float> expected(n, 1);
-            ReprojectionErrors_plain(pairs, h, expected.data());
+            std::vector<uint8_t> mask(n);
+            ReprojectionInliers_plain(pairs, h, 1, 0, expected.data(), mask.data());
             forEachTarget([&] {
                 const Plane<float> actual(n, 1, n, {Placement::kAtStart});
-                ReprojectionErrors_neon(pairs, h, actual.data());
+                ReprojectionInliers(pairs, h, 1, 0, actual.data(), mask.data());
                 EXPECT_TRUE(actual.paddingIntact());
                 for (int i = 0; i < n; ++i) {
                     const float a = actual.at(i, 0);

@@ -1,4 +1,4 @@
-// The warp's row kernel: values worked out by hand, and both forms against each other on every target.
+// The warp's row kernel, both forms against each other on every target, and the fill around it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "libCore/core/source/neon/warp/affine_transform.h"
+#include "libCore/core/source/neon/warp/mirror_fill.h"
 #include "libCore/core/source/neon/warp/warp_rows.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/targets.h"
@@ -27,129 +28,6 @@ std::vector<float> columnTable(int x, int groups) {
     return table;
 }
 
-// Where a column or row of the output is read from, with the weight of the next one in 1/128.
-struct From {
-    int position;
-    int weight = 0;
-};
-
-std::vector<From> run(int first, int count, int weight = 0) {
-    std::vector<From> all(count);
-    for (int i = 0; i < count; ++i) all[i] = {first + i, weight};
-    return all;
-}
-std::vector<From> operator+(std::vector<From> a, const std::vector<From>& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-// Rows 4 and 5, columns 0 to 15: two groups.
-const struct {
-    Motion motion;
-    std::vector<From> columns;
-    std::vector<From> rows;
-    std::vector<int> chromaColumns;
-    int chromaRow;
-    bool contiguous;
-} kByHand[] = {
-    {{"identity", {1, 0, 0, 0, 1, 0}}, run(0, 16), run(4, 2), {0, 1, 2, 3, 4, 5, 6, 7}, 2, true},
-    {{"half a pixel right", {1, 0, 0.5F, 0, 1, 0}}, run(0, 16, 64), run(4, 2), {0, 1, 2, 3, 4, 5, 6, 7}, 2, true},
-    {{"half a pixel down", {1, 0, 0, 0, 1, 0.5F}}, run(0, 16), run(4, 2, 64), {0, 1, 2, 3, 4, 5, 6, 7}, 2, true},
-    {{"half a pixel both", {1, 0, 0.5F, 0, 1, 0.5F}}, run(0, 16, 64), run(4, 2, 64), {0, 1, 2, 3, 4, 5, 6, 7}, 2, true},
-    // A negative coordinate truncates to 0, and has no fraction.
-    {{"half a pixel left", {1, 0, -0.5F, 0, 1, 0}},
-     run(0, 2) + run(1, 14, 64),
-     run(4, 2),
-     {0, 1, 2, 3, 4, 5, 6, 7},
-     2,
-     true},
-    // Only even columns of even rows are projected; their neighbours follow.
-    {{"half as wide", {2, 0, 0, 0, 1, 0}},
-     run(0, 2) + run(4, 2) + run(8, 2) + run(12, 2) + run(16, 2) + run(20, 2) + run(24, 2) + run(28, 2),
-     run(4, 2),
-     {0, 2, 4, 6, 8, 10, 12, 14},
-     2,
-     false},
-    {{"half as high", {1, 0, 0, 0, 2, 0}}, run(0, 16), run(8, 2), {0, 1, 2, 3, 4, 5, 6, 7}, 4, true},
-    // The second group's denominator is 2 for all its columns.
-    {{"one reciprocal a group", {1, 0, 0, 0, 0, 0, 0.125F, 0}},
-     run(0, 8) + run(4, 2) + run(5, 2) + run(6, 2) + run(7, 2),
-     run(0, 2),
-     {0, 1, 2, 3, 2, 3, 3, 4},
-     0,
-     false},
-    // The first group's steps of 1, 4 and 7 add up like 2, 4 and 6, so it is read as contiguous, from column -1 on.
-    {{"unequal steps", {1.35F, 0, -1.9F, 0, 1, 0}},
-     run(-1, 2, 0) + run(1, 2, 102) + run(3, 2, 64) + run(5, 2, 25) + run(8, 2, 115) + run(11, 2, 76) + run(14, 2, 38) +
-         run(17, 2, 0),
-     run(4, 2),
-     {0, 1, 2, 3, 4, 6, 7, 9},
-     2,
-     false},
-};
-
-using RowPair = bool (*)(const WarpRecord& record, int row, bool lumaOnly);
-
-template <class Check>
-void forEachForm(Check check) {
-    check(WarpRowPair_plain);
-    forEachTarget([&] { check(WarpRowPair_neon); });
-}
-
-TEST(WarpKernels, ByHand) {
-    const YuvPicture source(128, 16);
-    source.fillAll(Content::kRandom, 3);
-    const std::vector<float> table = columnTable(0, 2);
-    for (const auto& c : kByHand) {
-        SCOPED_TRACE(c.motion.name);
-        forEachForm([&](RowPair kernel) {
-            const YuvPicture out(128, 16);
-            const WarpRecord record{source.picture(), out.picture(), 0, 0, 16, 16, c.motion.h.data(), table.data()};
-            EXPECT_EQ(kernel(record, 4, false), c.contiguous);
-            for (int y = 0; y < 2; ++y) {
-                for (int x = 0; x < 16; ++x) {
-                    const From across = c.columns[x];
-                    const From down = c.rows[y];
-                    const auto blend = [&](int r) {
-                        const uint8_t* pair = source.planes[0].row(r) + across.position;
-                        return (pair[0] * (128 - across.weight) + pair[1] * across.weight + 32) / 64;
-                    };
-                    const int sum = blend(down.position) * (128 - down.weight) + blend(down.position + 1) * down.weight;
-                    EXPECT_EQ(out.planes[0].at(x, 4 + y), (sum + 128) / 256) << x << ", " << y;
-                }
-            }
-            for (int plane = 1; plane < 3; ++plane) {
-                for (int x = 0; x < 8; ++x) {
-                    EXPECT_EQ(out.planes[plane].at(x, 2), source.planes[plane].at(c.chromaColumns[x], c.chromaRow))
-                        << x;
-                }
-            }
-        });
-    }
-}
-
-// Nothing outside the planes can be read: their first or last sample stands for it.
-TEST(WarpKernels, OutsideTheSource) {
-    const YuvPicture source(128, 16);
-    source.fillAll(Content::kRandom, 4);
-    const std::vector<float> table = columnTable(0, 2);
-    for (const bool below : {false, true}) {
-        const float h[9] = {1, 0, 0, 0, 1, below ? 1000.0F : -1000.0F, 0, 0, 1};
-        forEachForm([&](RowPair kernel) {
-            const YuvPicture out(128, 16);
-            const WarpRecord record{source.picture(), out.picture(), 0, 0, 16, 16, h, table.data()};
-            kernel(record, 4, false);
-            for (int plane = 0; plane < 3; ++plane) {
-                const Plane<uint8_t>& from = source.planes[plane];
-                const uint8_t expected = below ? from.data()[from.size() - 1] : from.data()[0];
-                for (int x = 0; x < (plane == 0 ? 16 : 8); ++x) {
-                    EXPECT_EQ(out.planes[plane].at(x, plane == 0 ? 4 : 2), expected) << plane << ", " << x;
-                }
-            }
-        });
-    }
-}
-
 std::vector<Motion> allMotions() {
     std::vector<Motion> motions = {
         {"small rotation", {0.99996F, -0.0087F, 1.3F, 0.0087F, 0.99996F, -0.7F, 0, 0, 1}},
@@ -166,9 +44,19 @@ std::vector<Motion> allMotions() {
         {"offset wraps", {1, 0, 0, 0, 1, 1.6777216e7F, 0, 0, 1}},
         {"beyond 32 bits", {1, 0, 3e9F, 0, 1, -3e9F, 0, 0, 1}},
         {"fractions saturate", {-3e7F, 0, -5, 0, -4e7F, -5, 0, 0, 1}},
+        {"identity", {1, 0, 0, 0, 1, 0}},
+        {"half a pixel right", {1, 0, 0.5F, 0, 1, 0}},
+        {"half a pixel both", {1, 0, 0.5F, 0, 1, 0.5F}},
+        {"half a pixel left", {1, 0, -0.5F, 0, 1, 0}},
+        {"half as wide", {2, 0, 0, 0, 1, 0}},
+        {"half as high", {1, 0, 0, 0, 2, 0}},
+        {"one reciprocal a group", {1, 0, 0, 0, 0, 0, 0.125F, 0}},
+        // The first group's steps of 1, 4 and 7 add up like 2, 4 and 6, so it is read as contiguous.
+        {"unequal steps", {1.35F, 0, -1.9F, 0, 1, 0}},
+        {"far above", {1, 0, 0, 0, 1, -1000}},
+        {"far below", {1, 0, 0, 0, 1, 1000}},
         {"nothing", {0, 0, 0, 0, 0, 0, 0, 0, 0}},
     };
-    for (const auto& c : kByHand) motions.push_back(c.motion);
     for (const float wild : {std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
                              std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::max()}) {
         for (int i = 0; i < 8; ++i) {
@@ -198,6 +86,7 @@ TEST(WarpKernels, FormsAgree) {
     for (int w = 0; w <= 2 * 64 + 8; w += 8) widths.push_back(w);
     for (const int w : {1016, 1024, 1032, 2056}) widths.push_back(w);
     size_t turn = 0;
+    uint64_t all = 0;
     for (const int w : widths) {
         ++turn;
         const int x = static_cast<int>(turn % 3) * 2;
@@ -224,18 +113,20 @@ TEST(WarpKernels, FormsAgree) {
                     EXPECT_TRUE(sameOutside(before.planes[plane], expected.planes[plane], x / 2, row / 2,
                                             lumaOnly ? 0 : w / 2, 1));
                 }
+                all = all * 0x100000001B3u ^ expected.digestAll() ^ (contiguous ? 1 : 0);
                 forEachTarget([&] {
                     actual.copyFrom(before);
-                    EXPECT_EQ(WarpRowPair_neon(
-                                  {source.picture(), actual.picture(), x, 0, w, 16, motion.h.data(), table.data()}, row,
-                                  lumaOnly),
-                              contiguous);
+                    EXPECT_EQ(
+                        WarpRowPair({source.picture(), actual.picture(), x, 0, w, 16, motion.h.data(), table.data()},
+                                    row, lumaOnly),
+                        contiguous);
                     EXPECT_TRUE(samePictures(actual, expected));
                 });
                 if (HasFailure()) return;
             }
         }
     }
+    EXPECT_EQ(all, 17921880152854134562u);
 }
 
 // The driver on four threads gives what the plain form gives row by row, mirrored; whatever strides the records hold,

@@ -2,12 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 #include <vector>
 
 #include "libCore/core/source/neon/scale/bilinear_position.h"
 #include "libCore/core/source/neon/scale/bilinear_scale.h"
-#include "libCore/core/source/neon/scale/mirror_border.h"
 #include "tests/harness/content.h"
 #include "tests/harness/planes.h"
 #include "tests/harness/targets.h"
@@ -57,65 +55,53 @@ Plane<uint8_t> paddedSource(const Sizes& s, int planes, size_t turn) {
     return source;
 }
 
-TEST(ScaleKernels, LumaFormsAgree) {
+// scale(plain, out) lets the plain or the vector form fill a destination of such sizes.
+template <class Scale>
+void expectFormsAgree(const Sizes& s, int planes, size_t turn, Scale scale) {
+    SCOPED_TRACE(nameOf(s));
+    const int pitch = s.dstW + static_cast<int>(turn % 5);
+    const Plane<uint8_t> expected(s.dstW, planes * s.dstH, pitch, placementOf(turn + 2), true);
+    const Plane<uint8_t> before(s.dstW, planes * s.dstH, pitch, {}, true);
+    before.copyFrom(expected);
+    scale(true, expected);
+    EXPECT_TRUE(expected.paddingIntact());
+    forEachTarget([&] {
+        const Plane<uint8_t> actual(s.dstW, planes * s.dstH, pitch, placementOf(turn + 3), true);
+        actual.copyFrom(before);
+        scale(false, actual);
+        EXPECT_TRUE(samePlanes(actual, expected));
+    });
+}
+
+TEST(ScaleKernels, PaddedFormsAgree) {
     size_t turn = 0;
     for (const Sizes& s : allSizes()) {
-        SCOPED_TRACE(nameOf(s));
         const Plane<uint8_t> source = paddedSource(s, 1, ++turn);
-        const int pitch = s.dstW + static_cast<int>(turn % 5);
         // Column numbers need not ascend.
-        const GuardedMemory table(4 * static_cast<size_t>(pitch), placementOf(turn + 1));
-        for (int x = 0; x < pitch; ++x) storeUnaligned(table.data() + 4 * x, turn % 3 == 0 ? s.dstW - 1 - x : x);
+        const int entries = s.dstW + static_cast<int>(turn % 5);
+        const GuardedMemory table(4 * static_cast<size_t>(entries), placementOf(turn + 1));
+        for (int x = 0; x < entries; ++x) storeUnaligned(table.data() + 4 * x, turn % 3 == 0 ? s.dstW - 1 - x : x);
         // All rows, or some, or none.
         const int rowFirst = turn % 4 == 0 ? s.dstH / 3 : 0;
         const int rowEnd = turn % 7 == 0 ? s.dstH / 2 : s.dstH;
-        const Plane<uint8_t> expected(s.dstW, s.dstH, pitch, placementOf(turn + 2), true);
-        const Plane<uint8_t> before(s.dstW, s.dstH, pitch, {}, true);
-        before.copyFrom(expected);
-        EXPECT_EQ(y_bilinear_scale_crop_fixed_plain(source.data(), s.srcW, s.srcH, 0, expected.data(), s.dstW, s.dstH,
-                                                    pitch, rowFirst, rowEnd, table.data()),
-                  0);
-        EXPECT_TRUE(expected.paddingIntact());
-        for (int y = 0; y < s.dstH; ++y) {
-            if (y >= rowFirst && y < rowEnd) continue;
-            EXPECT_EQ(std::memcmp(expected.row(y), before.row(y), s.dstW), 0) << "row " << y << " is not to be written";
-        }
-        forEachTarget([&] {
-            const Plane<uint8_t> actual(s.dstW, s.dstH, pitch, placementOf(turn + 3), true);
-            actual.copyFrom(before);
-            EXPECT_EQ(y_bilinear_scale_crop_fixed_neon(source.data(), s.srcW, s.srcH, 0, actual.data(), s.dstW, s.dstH,
-                                                       pitch, rowFirst, rowEnd, table.data()),
+        expectFormsAgree(s, 1, turn, [&](bool plain, const Plane<uint8_t>& out) {
+            EXPECT_EQ((plain ? y_bilinear_scale_crop_fixed_plain : y_bilinear_scale_crop_fixed_neon)(
+                          source.data(), s.srcW, s.srcH, 0, out.data(), s.dstW, s.dstH, out.pitch(), rowFirst, rowEnd,
+                          table.data()),
                       0);
-            EXPECT_TRUE(samePlanes(actual, expected));
         });
-        if (HasFailure()) return;
-    }
-}
-
-TEST(ScaleKernels, ChromaFormsAgree) {
-    size_t turn = 0;
-    for (const Sizes& s : allSizes()) {
-        SCOPED_TRACE(nameOf(s));
-        const Plane<uint8_t> source = paddedSource(s, 2, ++turn);
-        const int pitch = s.dstW + static_cast<int>(turn % 5);
         // The second plane stands right behind the first.
-        const Plane<uint8_t> expected(s.dstW, 2 * s.dstH, pitch, placementOf(turn + 2), true);
-        const Plane<uint8_t> before(s.dstW, 2 * s.dstH, pitch, {}, true);
-        before.copyFrom(expected);
-        uv_bilinear_scale_crop_fixed_plain(source.data(), s.srcW, s.srcH, expected.data(), s.dstW, s.dstH, pitch);
-        EXPECT_TRUE(expected.paddingIntact());
-        forEachTarget([&] {
-            const Plane<uint8_t> actual(s.dstW, 2 * s.dstH, pitch, placementOf(turn + 3), true);
-            actual.copyFrom(before);
-            uv_bilinear_scale_crop_fixed_neon(source.data(), s.srcW, s.srcH, actual.data(), s.dstW, s.dstH, pitch);
-            EXPECT_TRUE(samePlanes(actual, expected));
+        const Plane<uint8_t> chroma = paddedSource(s, 2, turn);
+        expectFormsAgree(s, 2, turn, [&](bool plain, const Plane<uint8_t>& out) {
+            (plain ? uv_bilinear_scale_crop_fixed_plain : uv_bilinear_scale_crop_fixed)(
+                chroma.data(), s.srcW, s.srcH, out.data(), s.dstW, s.dstH, out.pitch());
         });
         if (HasFailure()) return;
     }
 }
 
-// Planes as they stand, against a padded copy: the ratios that have forms of their own, too.
-TEST(ScaleKernels, UnpaddedFormAgrees) {
+// The ratios that have forms of their own, too.
+TEST(ScaleKernels, UnpaddedFormsAgree) {
     std::vector<Sizes> sizes = allSizes();
     for (int w = 1; w <= 2 * 64 + 3; ++w) {
         for (const int h : {1, 2, 5}) sizes.insert(sizes.end(), {{w, h, 2 * w, 2 * h}, {2 * w, 2 * h, w, h}});
@@ -125,25 +111,12 @@ TEST(ScaleKernels, UnpaddedFormAgrees) {
         {{2000, 3, 4000, 6}, {16384, 2, 32768, 4}, {32768, 2, 16384, 1}, {20000, 4, 10000, 2}, {40000, 1, 40000, 1}});
     size_t turn = 0;
     for (const Sizes& s : sizes) {
-        SCOPED_TRACE(nameOf(s));
         ++turn;
         const Plane<uint8_t> source(s.srcW, s.srcH, s.srcW + static_cast<int>(turn % 3), placementOf(turn), true);
         fill(source, kAllContents[turn % std::size(kAllContents)], turn);
-        const Plane<uint8_t> padded(s.srcW + 2 * kScaleBorder, s.srcH + 2 * kScaleBorder);
-        MirrorBorderCopy(source.data(), s.srcW, s.srcH, source.pitch(), padded.data(), kScaleBorder);
-        const int pitch = s.dstW + static_cast<int>(turn % 5);
-        const Plane<uint8_t> expected(s.dstW, s.dstH, pitch, {}, true);
-        const Plane<uint8_t> before(s.dstW, s.dstH, pitch, {}, true);
-        before.copyFrom(expected);
-        std::vector<int32_t> table(pitch);
-        std::iota(table.begin(), table.end(), 0);
-        y_bilinear_scale_crop_fixed_plain(padded.data(), s.srcW, s.srcH, 0, expected.data(), s.dstW, s.dstH, pitch, 0,
-                                          s.dstH, table.data());
-        forEachTarget([&] {
-            const Plane<uint8_t> actual(s.dstW, s.dstH, pitch, placementOf(turn + 3), true);
-            actual.copyFrom(before);
-            ScaleUnpadded_neon(source.data(), s.srcW, s.srcH, source.pitch(), actual.data(), s.dstW, s.dstH, pitch);
-            EXPECT_TRUE(samePlanes(actual, expected));
+        expectFormsAgree(s, 1, turn, [&](bool plain, const Plane<uint8_t>& out) {
+            (plain ? ScaleUnpadded_plain : ScaleUnpadded)(source.data(), s.srcW, s.srcH, source.pitch(), out.data(),
+                                                          s.dstW, s.dstH, out.pitch());
         });
         if (HasFailure()) return;
     }

@@ -46,67 +46,6 @@ TEST(ScaleValues, BorderMirrorsAboutTheEdge) {
     }
 }
 
-// A weighted source sample.
-struct Term {
-    int sample;
-    int quarters;
-};
-
-// Which source samples make each destination sample, in both directions alike.
-const struct Blend {
-    const char* name;
-    int source;
-    int destination;
-    std::vector<std::vector<Term>> samples;
-} kBlends[] = {
-    {"equal", 5, 5, {{{0, 4}}, {{1, 4}}, {{2, 4}}, {{3, 4}}, {{4, 4}}}},
-    // The first position lies before the first sample and folds to the other side of it.
-    {"twice",
-     3,
-     6,
-     {{{0, 3}, {1, 1}},
-      {{0, 3}, {1, 1}},
-      {{0, 1}, {1, 3}},
-      {{1, 3}, {2, 1}},
-      {{1, 1}, {2, 3}},
-      // Past the last sample stands the mirrored one.
-      {{2, 3}, {1, 1}}}},
-    {"half", 6, 3, {{{0, 2}, {1, 2}}, {{2, 2}, {3, 2}}, {{4, 2}, {5, 2}}}},
-    {"third", 9, 3, {{{1, 4}}, {{4, 4}}, {{7, 4}}}},
-    {"two thirds", 6, 4, {{{0, 3}, {1, 1}}, {{1, 1}, {2, 3}}, {{3, 3}, {4, 1}}, {{4, 1}, {5, 3}}}},
-    {"one to many", 1, 4, {{{0, 4}}, {{0, 4}}, {{0, 4}}, {{0, 4}}}},
-    {"two to four", 2, 4, {{{0, 3}, {1, 1}}, {{0, 3}, {1, 1}}, {{0, 1}, {1, 3}}, {{1, 3}, {0, 1}}}},
-};
-
-int blended(const Plane<uint8_t>& source, const std::vector<Term>& columns, const std::vector<Term>& rows) {
-    int sum = 0;
-    for (const Term& row : rows) {
-        for (const Term& column : columns) {
-            sum += row.quarters * column.quarters * source.at(column.sample, row.sample);
-        }
-    }
-    return sum / 16;  // truncated
-}
-
-TEST(ScaleValues, ThroughTheEntry) {
-    for (const Blend& across : kBlends) {
-        for (const Blend& down : kBlends) {
-            SCOPED_TRACE(std::string(across.name) + " by " + down.name);
-            ScaleCall call(across.source, down.source, across.destination, down.destination);
-            EXPECT_EQ(call.run(), retStsOK);
-            const Plane<uint8_t>& luma = call.destination.luma;
-            EXPECT_TRUE(luma.paddingIntact());
-            EXPECT_TRUE(call.destination.chroma.paddingIntact());
-            for (size_t y = 0; y < down.samples.size(); ++y) {
-                for (size_t x = 0; x < across.samples.size(); ++x) {
-                    EXPECT_EQ(luma.at(x, y), blended(call.source.luma, across.samples[x], down.samples[y]))
-                        << x << ", " << y;
-                }
-            }
-        }
-    }
-}
-
 // Halves and pitches of chroma, both planes, odd sizes included: equal sizes copy.
 TEST(ScaleValues, EqualSizesCopy) {
     for (const auto& [width, height] : {std::pair{64, 48}, {33, 17}, {2, 2}, {1, 9}, {301, 3}, {3, 2}}) {

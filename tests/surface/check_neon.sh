@@ -22,7 +22,6 @@ check() { # OBJECT INSTRUCTION...
 check recursive_filter tbl tbx
 check bilinear_scale tbl smlal2
 check warp_rows tbl umlal
-check wavelet_smooth urhadd
 check wavelet_sweep tbl sqrdmulh urhadd
 check shrink_band sqrdmulh
 exit $status

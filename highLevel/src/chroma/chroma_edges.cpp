@@ -3,14 +3,10 @@
 #include "bounded/bounded_memory.h"
 #include "libCore/core/source/frame/second_sweep.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "highLevel/src/chroma/chroma_edges.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 // The larger one first, so that nothing leaves 8 bits.
 HWY_INLINE uint8_t Distance(uint8_t a, uint8_t b) {
@@ -67,9 +63,7 @@ void SatAdd(uint8_t* dst, const uint8_t* add, int width, int height) {
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

@@ -2,14 +2,10 @@
 
 #include "libCore/core/source/frame/second_sweep.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "highLevel/src/chroma/chroma_gain.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 // Columns whose gains are looked up in one go, so that they stay on the stack.
 constexpr int kStrip = 1024;
@@ -86,9 +82,7 @@ void Gain(uint8_t* u, uint8_t* v, int width, int height, const int16_t* table) {
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

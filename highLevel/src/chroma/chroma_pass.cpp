@@ -11,8 +11,8 @@
 
 namespace eis {
 
-const ChromaFamily kChromaHighLevel{2048, WaveletMaskMap_neon, false};
-const ChromaFamily kChromaLowLevel{1228, WaveletMotionMap_neon, true};
+const ChromaFamily kChromaHighLevel{2048, WaveletMaskMap, false};
+const ChromaFamily kChromaLowLevel{1228, WaveletMotionMap, true};
 
 namespace {
 
@@ -132,7 +132,7 @@ ret_status RunChromaPass(const ChromaPassParams& params) {
     params.family.buildMap(wavelet);
     const WaveletWork rings{s.pSamples, int64_t{kWideSamplePlanes} * width * height};
     for (int i = 0; i < 2; ++i) {
-        WaveletDenoiseBytes_neon(wavelet, i + 1, {quarter[i], denoised[i], rowFirst, rowEnd}, rings);
+        WaveletDenoiseBytes(wavelet, i + 1, {quarter[i], denoised[i], rowFirst, rowEnd}, rings);
     }
 
     const ret_status status = MaskBinarizeDilate_r3(s.edgeMap, width, height, kEdgeThreshold, s.smoothing);

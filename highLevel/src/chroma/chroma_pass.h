@@ -5,6 +5,7 @@
 
 #include "highLevel/src/band/nr_bands.h"
 #include "include/acore_types.h"
+#include "libCore/core/source/neon/wavelet/threshold_map.h"
 #include "libCore/core/source/neon/wavelet/wavelet_sweep.h"
 
 namespace eis {
@@ -12,7 +13,7 @@ namespace eis {
 // What the high level and the low level differ in.
 struct ChromaFamily {
     int32_t chromaBase;
-    decltype(&WaveletMaskMap_neon) buildMap;
+    decltype(&WaveletMaskMap) buildMap;
     bool usesMask;
 };
 extern const ChromaFamily kChromaHighLevel;

@@ -5,14 +5,10 @@
 #include "highLevel/src/luma/median_of_three.h"
 #include "libCore/core/source/frame/second_sweep.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "highLevel/src/luma/detail_map.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 // Medians of three samples that stand `step` apart, for `count` samples.
 void MedianRun(const uint8_t* HWY_RESTRICT src, int64_t step, int count, uint8_t* HWY_RESTRICT dst) {
@@ -42,9 +38,7 @@ void ScalePlane(uint8_t* plane, const uint8_t* luma, int width, int height, uint
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

@@ -3,16 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "highLevel/src/luma/gradient_planes.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+#include "libCore/core/source/frame/vector_ops-inl.h"
 
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 using D16 = HWY_CAPPED(int16_t, 16);
 using D8 = hn::Repartition<uint8_t, D16>;
@@ -28,19 +24,6 @@ HWY_INLINE V16 WeightedSum(V16 a, V16 twice, V16 b) {
 // Saturating at 16 bits is far beyond the 255 that a gradient ends at.
 HWY_INLINE V16 Difference(V16 a, V16 b) {
     return hn::Max(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
-}
-
-// Two vectors in a row, cut to bytes.
-HWY_INLINE V8 Bytes(V16 a, V16 b) {
-#if HWY_ARCH_ARM
-    const hn::Half<D8> dHalf;
-    return hn::Combine(D8(), hn::DemoteTo(dHalf, b), hn::DemoteTo(dHalf, a));
-#elif !HWY_CAP_GE256
-    return V8{_mm_packus_epi16(a.raw, b.raw)};
-#else
-    // Packing works in halves of a vector.
-    return V8{_mm256_permute4x64_epi64(_mm256_packus_epi16(a.raw, b.raw), 0xD8)};
-#endif
 }
 
 HWY_INLINE V8 ZeroBelow(V8 gradient, V8 threshold) {
@@ -65,8 +48,8 @@ HWY_INLINE void GradientRun(const int16_t* r0, const int16_t* r1, const int16_t*
         gy[half] = Difference(WeightedSum(topLeft, hn::LoadU(d, r0 + x), topRight),
                               WeightedSum(bottomLeft, hn::LoadU(d, r2 + x), bottomRight));
     }
-    const V8 cutX = ZeroBelow(Bytes(gx[0], gx[1]), threshold);
-    const V8 cutY = ZeroBelow(Bytes(gy[0], gy[1]), threshold);
+    const V8 cutX = ZeroBelow(PackBytes(gx[0], gx[1]), threshold);
+    const V8 cutY = ZeroBelow(PackBytes(gy[0], gy[1]), threshold);
     hn::StoreU(cutX, d8, gradX);
     hn::StoreU(cutY, d8, gradY);
     hn::StoreU(hn::AverageRound(cutX, cutY), d8, gradMean);
@@ -92,9 +75,7 @@ void GradientsOfRow(const int16_t* r0, const int16_t* r1, const int16_t* r2, int
     for (int i = 0; i < 3; ++i) memcpy(out[i] + x, gradients[i], left);
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

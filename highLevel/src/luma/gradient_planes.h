@@ -9,10 +9,11 @@ namespace eis {
 // 3x3 Sobel operator, and their mean, rounded up. Sums wrap at 16 bits; gradients end at 255 and are 0 below the
 // threshold. The outermost rows and columns are 0. Rows of pLow are `stride` samples apart.
 void GradientPlanes(const int16_t* pLow, uint8_t* pPlanes, int width, int height, int stride, int threshold);
-void GradientPlanes_plain(const int16_t* pLow, uint8_t* pPlanes, int width, int height, int stride, int threshold);
 
 // One row of them, inside the planes.
 void GradientRow(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
                  uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean);
+void GradientRow_plain(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
+                       uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean);
 
 }  // namespace eis

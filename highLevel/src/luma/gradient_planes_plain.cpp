@@ -18,24 +18,21 @@ int gradient(int a, int b, int threshold) {
 
 }  // namespace
 
-void GradientPlanes_plain(const int16_t* pLow, uint8_t* pPlanes, int width, int height, int stride, int threshold) {
-    const int64_t planeSize = int64_t{width} * height;
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            int gx = 0;
-            int gy = 0;
-            if (x > 0 && x < width - 1 && y > 0 && y < height - 1) {
-                const int16_t* r1 = pLow + int64_t{y} * stride + x;
-                const int16_t* r0 = r1 - stride;
-                const int16_t* r2 = r1 + stride;
-                gx = gradient(weightedSum(r0[-1], r1[-1], r2[-1]), weightedSum(r0[1], r1[1], r2[1]), threshold);
-                gy = gradient(weightedSum(r0[-1], r0[0], r0[1]), weightedSum(r2[-1], r2[0], r2[1]), threshold);
-            }
-            uint8_t* out = pPlanes + int64_t{y} * width + x;
-            out[0] = static_cast<uint8_t>(gx);
-            out[planeSize] = static_cast<uint8_t>(gy);
-            out[2 * planeSize] = static_cast<uint8_t>((gx + gy + 1) >> 1);
+void GradientRow_plain(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
+                       uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean) {
+    for (int x = 0; x < width; ++x) {
+        int gx = 0;
+        int gy = 0;
+        if (x > 0 && x < width - 1) {
+            const int16_t* r0 = above + x;
+            const int16_t* r1 = row + x;
+            const int16_t* r2 = below + x;
+            gx = gradient(weightedSum(r0[-1], r1[-1], r2[-1]), weightedSum(r0[1], r1[1], r2[1]), threshold);
+            gy = gradient(weightedSum(r0[-1], r0[0], r0[1]), weightedSum(r2[-1], r2[0], r2[1]), threshold);
         }
+        gradX[x] = static_cast<uint8_t>(gx);
+        gradY[x] = static_cast<uint8_t>(gy);
+        gradMean[x] = static_cast<uint8_t>((gx + gy + 1) >> 1);
     }
 }
 

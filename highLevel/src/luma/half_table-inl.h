@@ -9,13 +9,9 @@
 #include <cstdint>
 
 #include "highLevel/src/luma/half_table.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_ops-inl.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
-
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 // Look-ups take vectors in pairs.
 using D16 = hn::CappedTag<int16_t, 32>;
@@ -37,7 +33,7 @@ HWY_INLINE void SetHalfTable(HalfTable& table) {
         table.high[k] = static_cast<uint8_t>((table.words[k] >> 8) & 0xFF);
     }
 #if HWY_TARGET != HWY_AVX3 && HWY_TARGET != HWY_NEON
-    // Each sixteenth but the first as its difference from the one before.
+    // Each sixteenth but the first as its exclusive-or with the one before.
     for (int k = kHalfTableEntries - 1; k >= 16; --k) {
         table.low[k] ^= table.low[k - 16];
         table.high[k] ^= table.high[k - 16];
@@ -70,8 +66,10 @@ HWY_INLINE V8 LookUpHalf(const uint8_t* table, V8 index) {
     return V8(vqtbx4q_u8(lower, vld1q_u8_x4(table + 64), vsubq_u8(index.raw, vdupq_n_u8(64))));
 }
 #else
-// A shuffle gives 0 for an index that is negative by then, else an entry of the sixteenth that it has come to: the
-// differences up to the right sixteenth add up to the entry.
+// A shuffle reads a sixteenth of the table at the lowest four bits of an index, or gives 0 where the index is negative.
+// With the index lowered by 16 from one shuffle to the next, all sixteenths up to the index's own are read, at the same
+// place: as each is stored as its exclusive-or with the one before, the exclusive-or of what was read is the entry. To
+// read the one sixteenth alone would take an operation more a shuffle.
 HWY_INLINE V8 LookUpHalf(const uint8_t* table, V8 index) {
     const D8 d8;
     V8 sums[2] = {hn::TableLookupBytes(hn::LoadDup128(d8, table), index), hn::Zero(d8)};
@@ -105,18 +103,6 @@ HWY_INLINE VectorPair LookUpBytes(const HalfTable& table, const VectorPair& inde
 }
 #endif
 
-// The magnitude with the sign of another value; 0 has none, and comes with a magnitude of 0.
-HWY_INLINE V16 WithSignOf(V16 sign, V16 magnitude) {
-#if HWY_TARGET == HWY_AVX2
-    return V16{_mm256_sign_epi16(magnitude.raw, sign.raw)};
-#else
-    const V16 mask = hn::BroadcastSignBit(sign);
-    return hn::Sub(hn::Xor(magnitude, mask), mask);
-#endif
-}
-
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #endif

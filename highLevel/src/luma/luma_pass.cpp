@@ -30,7 +30,7 @@ const uint8_t* mapRow(const LumaPassParams& params, int row) {
     const int mapHeight = params.band.height / 4;
     if (!mapRowsFit(params)) return s.detailMap + int64_t{row} * params.band.width;
     if (row < 4 * mapHeight) {
-        UpScaleX16Row_neon(s.mapQuarter, mapHeight, params.band.width / 4, row, s.detailMap);
+        UpScaleX16Row(s.mapQuarter, mapHeight, params.band.width / 4, row, s.detailMap);
     } else {
         std::memset(s.detailMap, 0, params.band.width);
     }

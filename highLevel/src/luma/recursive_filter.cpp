@@ -7,16 +7,12 @@
 
 #include "libCore/core/source/control/control_curves.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "highLevel/src/luma/recursive_filter.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
 #include "highLevel/src/luma/half_table-inl.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 // A row's pull along itself is one long chain of look-ups, but depends on no other row; the pull down a column depends
 // on no other column. So a block of rows is filtered strip by strip: along with a lane for each row, then down with a
@@ -26,15 +22,16 @@ constexpr int kBlockRows = 2 * kLanes * kPairs;
 constexpr int kStrip = 64;  // columns
 constexpr int kTile = 8;    // columns that change places with rows in one go
 
-// Samples around 128 are what 16 bits hold in Q7. Inside this window, with a table that leads no further beyond what it
-// pulls to than the room left at both ends, no sum can wrap. The low band of 8-bit luma reaches -160 to 415, in
-// patterns that pictures hardly have; strips with such samples take 32 bits.
+// In 16 bits, values are Q7 differences from level 128, which reach from -128 to 383. While samples lie inside this
+// window, and no table moves a value beyond its target by more than half the room on either side, no sum can wrap. The
+// low band of 8-bit luma reaches -160 to 415, in patterns that pictures hardly have: strips with such samples take 32
+// bits.
 constexpr int kCentre = 128 * 128;
 constexpr int kWindowLow = -120;
 constexpr int kWindowHigh = 375;
 constexpr int kRoom = 1000;  // Q7; one half of it along the row, one half down the column
-// A pull to a difference of k steps ends beyond it only where the entry comes within half a step of k, and then by k
-// steps at most.
+// Differences within one step share an entry, so that a pull may overshoot where the entry for k steps comes within
+// half a step of them; it then does so by k steps at most.
 constexpr int kMaxOvershootSteps = kRoom / 2 / 32;
 
 constexpr int kMiddle = kRecursiveLutEntries / 2;
@@ -59,8 +56,8 @@ bool SetTable(const int16_t* all, PullTable& table) {
     return fit;
 }
 
-// Each base, moved by the table's entry for the difference from - to. The difference saturates far outside the table.
-// The table is odd in the index, but the index is not odd in the difference.
+// Each base plus the table's entry for the difference from - to, which saturates far outside the table. The index
+// rounds the difference (half a step upward) before its sign is taken off: the table is odd, the rounding is not.
 HWY_INLINE VectorPair Pulled(const PullTable& table, const VectorPair& base, const VectorPair& from,
                              const VectorPair& to) {
     const D16 d;
@@ -262,7 +259,8 @@ HWY_INLINE void CopySamples(const int16_t* from, int count, int16_t* to) {
     }
 }
 
-// A row's first sample follows itself, which is no pull; so do the repeated ones that fill up a strip.
+// A row starts as if its first sample had come before, which pulls nothing; the repeated samples that fill up a strip
+// pull nothing for the same reason.
 void FilterBlock(const PullTables& tables, const RecursiveFilterArgs& args, RowBlock& block, int64_t row) {
     const int64_t down = block.backward ? -1 : 1;
     const int strips = (args.width + kStrip - 1) / kStrip;
@@ -278,7 +276,7 @@ void FilterBlock(const PullTables& tables, const RecursiveFilterArgs& args, RowB
                 std::fill(block.samples[r] + count, block.samples[r] + kStrip, block.samples[r][count - 1]);
             if (i == 0) block.state[r] = 128 * block.samples[r][block.backward ? count - 1 : 0];
         }
-        // Rows lie apart, so that no processor foresees the next strip.
+        // A strip is a short piece of many rows, a pattern that no hardware prefetcher follows.
         const int next = column + (block.backward ? -kStrip : kStrip);
         const bool fetches = next >= 0 && next + kStrip <= args.width;
         block.nextStrip = fetches ? src - column + next : block.samples[0];
@@ -312,9 +310,7 @@ int BlockRows() {
     return kBlockRows;
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

@@ -33,14 +33,14 @@ struct RecursiveFilterArgs {
 // One pass from the first sample to the last, or from the last to the first. No state is taken over: pLineState is
 // written first. The sample that a pass starts with is not written. Outputs are cut to 16 bits.
 void RecursiveLLForward(const RecursiveFilterArgs* args);
-void RecursiveLLForward_plain(const RecursiveFilterArgs* args);
 void RecursiveLLBackward(const RecursiveFilterArgs* args);
-void RecursiveLLBackward_plain(const RecursiveFilterArgs* args);
 
 // The same a part of the rows at a time, in the pass's order: a part that does not open its pass goes on from the line
 // state that the one before has left. Parts of RecursiveBlockRows() rows, the last one aside, are filtered fastest.
 void RecursiveLLForwardPart(const RecursiveFilterArgs* args, bool opensPass);
+void RecursiveLLForwardPart_plain(const RecursiveFilterArgs* args, bool opensPass);
 void RecursiveLLBackwardPart(const RecursiveFilterArgs* args, bool opensPass);
+void RecursiveLLBackwardPart_plain(const RecursiveFilterArgs* args, bool opensPass);
 int RecursiveBlockRows();
 
 }  // namespace eis

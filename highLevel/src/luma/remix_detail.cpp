@@ -4,16 +4,10 @@
 
 #include "libCore/core/source/frame/second_sweep.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "highLevel/src/luma/remix_detail.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
-
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 using D8 = hn::CappedTag<uint8_t, 64>;
 using V8 = hn::Vec<D8>;
@@ -36,7 +30,7 @@ struct Share {
     int16_t gain;  // in 1/32768; negative for all of the weight
 };
 
-// What is denoised, and the input's share of the difference: one rounding multiplication.
+// The denoised sample plus the input's share of the difference, as one rounding multiplication.
 HWY_INLINE V16 Mixed(const Share& share, V16 denoised, V16 luma, V16 near) {
     const D16 d;
     V16 part = hn::Mul(near, hn::Set(d, share.scale));
@@ -69,7 +63,7 @@ void RemixRun(const Share& share, const uint8_t* denoised, const uint8_t* map, i
     memcpy(luma + whole, last[2], count - whole);
 }
 
-// Shares of less than 1 in 16 bits: what pictures are mixed with.
+// For settings whose shares stay below 1 in Q15, as all of the passes' do.
 void RemixPlane(const RemixDetailArgs& args) {
     const int scale = 32768 / args.centre;
     const Share share{static_cast<uint8_t>(args.centre), static_cast<int16_t>(scale),
@@ -83,9 +77,7 @@ void RemixPlane(const RemixDetailArgs& args) {
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

@@ -5,16 +5,12 @@
 
 #include "libCore/core/source/frame/second_sweep.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "highLevel/src/luma/shrink_band.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
 #include "highLevel/src/luma/half_table-inl.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 constexpr int kRun = 2 * kLanes;
 constexpr int kMiddle = 512;
@@ -43,7 +39,7 @@ void ShrinkWide(const ShrinkSettings& settings, const uint8_t* guard, int count,
     }
 }
 
-// Both mixes are one rounding multiplication: what is left, and a share of what was taken, which has as many bits.
+// shrunk * (1024 - own) + c * own, rounded, is shrunk + (c - shrunk) * own: one rounding multiplication.
 HWY_INLINE V16 Mixed(const ShrinkSettings& settings, V16 c, V16 shrunk, V16 guard) {
     const D16 d;
     const V16 weight = hn::Mul(guard, hn::Set(d, static_cast<int16_t>(32 * settings.step)));
@@ -52,7 +48,8 @@ HWY_INLINE V16 Mixed(const ShrinkSettings& settings, V16 c, V16 shrunk, V16 guar
     return hn::IfThenElse(hn::Lt(guard, hn::Set(d, settings.limit)), mixed, c);
 }
 
-// Two vectors. Those of which the half table holds a coefficient's magnitude in a byte are most.
+// Two vectors. Most hold noise alone, whose magnitudes the half table takes; a pair with any larger coefficient takes
+// the wide form.
 HWY_INLINE void ShrinkPair(const ShrinkSettings& settings, const uint8_t* guard, int16_t* band) {
     const D16 d;
     const hn::Rebind<uint8_t, D16> d8;
@@ -90,9 +87,7 @@ void ShrinkRow(const ShrinkSettings& settings, const uint8_t* guard, int width, 
     sweepRow<8>(width, [&](int first, int count) { ShrinkRun(settings, guard + first, count, band + first); });
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

@@ -31,11 +31,11 @@ struct ShrinkSettings {
 };
 ShrinkSettings PrepareShrink(const ShrinkBandArgs& args);
 void ShrinkDetailRow(const ShrinkSettings& settings, const uint8_t* guard, int width, int16_t* band);
+void ShrinkDetailRow_plain(const ShrinkSettings& settings, const uint8_t* guard, int width, int16_t* band);
 
 // The part that a coefficient keeps of itself grows by 1024 / guardLimit with each step of the guard, up to topMix. A
 // row of whole groups of eight is shrunk once; in any other row of more than eight, the last eight coefficients are a
 // second sweep, with the same guards: those that the groups had reached are shrunk twice.
 void ShrinkDetailBand(const ShrinkBandArgs* args);
-void ShrinkDetailBand_plain(const ShrinkBandArgs* args);
 
 }  // namespace eis

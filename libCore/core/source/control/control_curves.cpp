@@ -51,7 +51,7 @@ class Powers {
   public:
     Powers(const std::array<double, entries>& logs, double (*base)(int), double exponent)
         : base_(base), exponent_(exponent), areNear_(exponent > 0 && exponent < 1e6) {
-        if (areNear_) CurvePowers_neon(logs.data(), entries, exponent, near_.data());
+        if (areNear_) CurvePowers(logs.data(), entries, exponent, near_.data());
     }
 
     // What value, which rises or falls with its argument, makes of the k-th base's power.

@@ -1,19 +1,14 @@
 #include "libCore/core/source/control/curve_powers.h"
 
 #include <algorithm>
+#include <cmath>
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/control/curve_powers.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-void CurvePowers(const double* HWY_RESTRICT logs, int count, double exponent, double* HWY_RESTRICT powers) {
+void Powers(const double* HWY_RESTRICT logs, int count, double exponent, double* HWY_RESTRICT powers) {
     const hn::ScalableTag<double> d;
     const hn::RebindToUnsigned<decltype(d)> dU;
     const auto one = hn::Set(d, 1.0);
@@ -33,17 +28,19 @@ void CurvePowers(const double* HWY_RESTRICT logs, int count, double exponent, do
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {
 
-HWY_EXPORT(CurvePowers);
+HWY_EXPORT(Powers);
 
-void CurvePowers_neon(const double* logs, int count, double exponent, double* powers) {
-    HWY_DYNAMIC_DISPATCH(CurvePowers)(logs, count, exponent, powers);
+void CurvePowers(const double* logs, int count, double exponent, double* powers) {
+    HWY_DYNAMIC_DISPATCH(Powers)(logs, count, exponent, powers);
+}
+
+void CurvePowers_plain(const double* logs, int count, double exponent, double* powers) {
+    for (int k = 0; k < count; ++k) powers[k] = std::exp(exponent * logs[k]);
 }
 
 }  // namespace eis

@@ -7,6 +7,7 @@ namespace eis {
 // exponent * logs[k], by reduction to half a binary logarithm and a Taylor polynomial. The exponent is above 0, the
 // count at least 8. Its relative error is below 1e-11 where the power is above 1e-17; below, both are too small for any
 // table.
-void CurvePowers_neon(const double* logs, int count, double exponent, double* powers);
+void CurvePowers(const double* logs, int count, double exponent, double* powers);
+void CurvePowers_plain(const double* logs, int count, double exponent, double* powers);
 
 }  // namespace eis

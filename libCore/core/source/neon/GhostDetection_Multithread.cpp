@@ -110,7 +110,8 @@ void layOut(const ST_GHOSTDETECTION_PARAMS_IN& in, const ST_GHOSTDETECTION_PARAM
 
 }  // namespace
 
-EIS_KEEP ret_status GhostDetection_Multithread_Maincall(ST_GHOSTDETECTION_PARAMS_IN* in, ST_GHOSTDETECTION_PARAMS_OUT* out) {
+EIS_KEEP ret_status GhostDetection_Multithread_Maincall(ST_GHOSTDETECTION_PARAMS_IN* in,
+                                                        ST_GHOSTDETECTION_PARAMS_OUT* out) {
     EIS_LOG_INFO("GhostDetection IMG WIDTH:%d, HEIGHT:%d \n", in->img.width, in->img.height);
     if (in->img.height < kMinSize || in->img.width < kMinSize) {
         return in->ghostEnable == 1 ? GhostDetectionMFNRPrivate_UpScaleX16_neon(in, out) : retStsOK;

@@ -184,8 +184,8 @@ float sumOfErrors(const Workspace& work, const uint8_t* mask) {
 // pairs are counted; afterwards counting stops where the model can no longer win. The error sum only breaks ties.
 Score scoreModel(const Workspace& work, const float* model, float threshold, const Score& best, bool accepted,
                  uint8_t* mask) {
-    const int32_t inliers = ReprojectionInliers_neon(work.pairColumns(), model, threshold, accepted ? best.inliers : 0,
-                                                     work.errors(), mask);
+    const int32_t inliers =
+        ReprojectionInliers(work.pairColumns(), model, threshold, accepted ? best.inliers : 0, work.errors(), mask);
     return {inliers, inliers < best.inliers ? 0.0F : sumOfErrors(work, mask)};
 }
 

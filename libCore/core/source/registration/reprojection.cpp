@@ -3,14 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/registration/reprojection.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 void ReprojectionErrors(const PairColumns& pairs, const float* homography, float* HWY_RESTRICT errors) {
     const float* HWY_RESTRICT refX = pairs.refX;
@@ -39,8 +35,8 @@ int CountInliers(const float* HWY_RESTRICT errors, float threshold, int count, u
     return inliers;
 }
 
-int ReprojectionInliers(const PairColumns& pairs, const float* homography, float threshold, int needed, float* errors,
-                        uint8_t* mask) {
+int InliersOfBlocks(const PairColumns& pairs, const float* homography, float threshold, int needed, float* errors,
+                    uint8_t* mask) {
     constexpr int kBlock = 128;
     int inliers = 0;
     for (int i = 0; i < pairs.count && inliers + pairs.count - i >= needed; i += kBlock) {
@@ -52,37 +48,32 @@ int ReprojectionInliers(const PairColumns& pairs, const float* homography, float
     return inliers;
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {
 
-HWY_EXPORT(ReprojectionErrors);
-HWY_EXPORT(ReprojectionInliers);
+HWY_EXPORT(InliersOfBlocks);
 
-void ReprojectionErrors_neon(const PairColumns& pairs, const float* homography, float* errors) {
-    HWY_DYNAMIC_DISPATCH(ReprojectionErrors)(pairs, homography, errors);
+int ReprojectionInliers(const PairColumns& pairs, const float* homography, float threshold, int needed, float* errors,
+                        uint8_t* mask) {
+    return HWY_DYNAMIC_DISPATCH(InliersOfBlocks)(pairs, homography, threshold, needed, errors, mask);
 }
 
-int ReprojectionInliers_neon(const PairColumns& pairs, const float* homography, float threshold, int needed,
-                             float* errors, uint8_t* mask) {
-    return HWY_DYNAMIC_DISPATCH(ReprojectionInliers)(pairs, homography, threshold, needed, errors, mask);
-}
-
-void ReprojectionErrors_plain(const PairColumns& pairs, const float* h, float* errors) {
-    for (int i = 0; i < pairs.count; ++i) {
+int ReprojectionInliers_plain(const PairColumns& pairs, const float* h, float threshold, int needed, float* errors,
+                              uint8_t* mask) {
+    int inliers = 0;
+    for (int i = 0; i < pairs.count && inliers + pairs.count - i >= needed; ++i) {
         const float x = pairs.refX[i];
         const float y = pairs.refY[i];
-        const float w = std::fma(y, h[7], std::fma(x, h[6], 1.0F));
-        const float den = 1.0F / w;
-        const float numX = std::fma(y, h[1], std::fma(x, h[0], h[2]));
-        const float numY = std::fma(y, h[4], std::fma(x, h[3], h[5]));
-        const float ex = std::fma(den, numX, -pairs.curX[i]);
-        const float ey = std::fma(den, numY, -pairs.curY[i]);
+        const float den = 1.0F / std::fma(y, h[7], std::fma(x, h[6], 1.0F));
+        const float ex = std::fma(den, std::fma(y, h[1], std::fma(x, h[0], h[2])), -pairs.curX[i]);
+        const float ey = std::fma(den, std::fma(y, h[4], std::fma(x, h[3], h[5])), -pairs.curY[i]);
         errors[i] = std::fma(ey, ey, ex * ex);
+        mask[i] = errors[i] <= threshold ? 1 : 0;
+        inliers += mask[i];
     }
+    return inliers;
 }
 
 }  // namespace eis

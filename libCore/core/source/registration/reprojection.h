@@ -15,13 +15,12 @@ struct PairColumns {
 };
 
 // errors[i] becomes the squared distance, in pixels squared, between the projection of reference point i and its
-// current-frame point. The homography's last element counts as 1. Fused, in one order on every target.
-void ReprojectionErrors_neon(const PairColumns& pairs, const float* homography, float* errors);
-void ReprojectionErrors_plain(const PairColumns& pairs, const float* homography, float* errors);
-
-// Errors as above, a mask of those that are at most the threshold (1, others 0), and their number. Gives up, with what
-// it has counted so far, where the number can no longer reach `needed`.
-int ReprojectionInliers_neon(const PairColumns& pairs, const float* homography, float threshold, int needed,
-                             float* errors, uint8_t* mask);
+// current-frame point, in one order of fused operations on every target; the homography's last element counts as 1.
+// mask[i] becomes 1 where that is at most the threshold, else 0. Returns how many those are; gives up, with what it has
+// counted so far, once the number can no longer reach `needed`, the vector form after whole blocks of pairs.
+int ReprojectionInliers(const PairColumns& pairs, const float* homography, float threshold, int needed, float* errors,
+                        uint8_t* mask);
+int ReprojectionInliers_plain(const PairColumns& pairs, const float* homography, float threshold, int needed,
+                              float* errors, uint8_t* mask);
 
 }  // namespace eis

@@ -82,7 +82,7 @@ void enlargeOwnRows(const ST_GHOST_BAND_PARAMS& band, const uint8_t* mask, uint8
         const int64_t base = firstLine * lineBytes;
         uint8_t* to = spare;
         for (int64_t line = firstLine; line < lines && to - spare < end * width - base; ++line, to += lineBytes) {
-            UpScaleX16Row_neon(mask, maskHeight, maskWidth, static_cast<int>(line), to);
+            UpScaleX16Row(mask, maskHeight, maskWidth, static_cast<int>(line), to);
         }
         const int64_t missing = end * width - base - (to - spare);
         if (missing > 0) std::memset(to, 0, missing);

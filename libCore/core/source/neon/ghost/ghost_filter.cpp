@@ -2,14 +2,10 @@
 
 #include <algorithm>
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/ghost/ghost_filter.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 // Differences are at most 255 in size and the weights add up to 64 or 74: all sums stay inside 16 bits.
 
@@ -121,17 +117,15 @@ void Filter(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask,
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {
 
 HWY_EXPORT(Filter);
 
-void GhostFilter_neon(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
-                      const GhostThresholds& thresholds) {
+void GhostFilter(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
+                 const GhostThresholds& thresholds) {
     HWY_DYNAMIC_DISPATCH(Filter)(a, b, scratch, mask, width, height, thresholds);
 }
 

@@ -20,8 +20,8 @@ struct GhostThresholds {
 // shows as a difference there that is up to 15 per cent too large. In widths of 6 + 8n the last three columns hold
 // what they would in a row one sample longer, that ends with the next row's first difference; after the last row
 // with 0.
-void GhostFilter_neon(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
-                      const GhostThresholds& thresholds);
+void GhostFilter(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
+                 const GhostThresholds& thresholds);
 void GhostFilter_plain(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
                        const GhostThresholds& thresholds);
 

@@ -25,7 +25,7 @@ ret_status filterDifference(const char* name, const uint8_t* a, const uint8_t* b
     }
     const Scratch<int16_t> rows(size * int64_t{sizeof(int16_t)}, name);
     if (!rows) return retStsNoMemory;
-    GhostFilter_neon(a, b, rows.get(), mask, width, height, thresholds);
+    GhostFilter(a, b, rows.get(), mask, width, height, thresholds);
     return retStsOK;
 }
 

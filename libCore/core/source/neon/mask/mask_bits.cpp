@@ -5,16 +5,10 @@
 #include <iterator>
 #include <type_traits>
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/mask/mask_bits.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
-
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 using Pixels = HWY_CAPPED(uint8_t, 32);
 constexpr int kPixels = static_cast<int>(hn::MaxLanes(Pixels()));
@@ -87,8 +81,8 @@ void UnpackRows(uint8_t* mask, const uint32_t* words, int width, int height) {
     }
 }
 
-// Words' pixels with kRadius more on either side, in two words each of which the lower begins with the leftmost; then
-// each bit united with the 2 * kRadius above it: 2, 4, (8) bits in turn, and the rest by an overlapping step.
+// Dilation along the row. The pixels of each word and kRadius more on either side are laid out in two words, low and
+// high; then each bit is united with the 2 * kRadius bits above it, by doubling the distance and one overlapping step.
 template <int kRadius, class V>
 HWY_INLINE V Spread(V previous, V words, V next) {
     static_assert(kRadius == 3 || kRadius == 7);
@@ -205,7 +199,8 @@ void BinarizeDilateBy3(uint8_t* mask, uint8_t threshold, int width, int height, 
     for (int y = -kRadius; y < height; ++y) {
         const int entering = y + kRadius;
         if (entering < height) SpreadGuardedRow<kRadius>(packed, wordsPerRow, spreadRow(entering));
-        // A row earlier than it is needed: loads of vectors wait until stores of single words are done.
+        // A row earlier than it is needed: a vector load right behind stores of its single words would stall, for
+        // stores are not forwarded to a wider load.
         if (entering + 1 < height) PackRowAtLeast(mask + int64_t{entering + 1} * width, threshold, packed, width);
         std::copy(std::begin(rows) + 1, std::end(rows), std::begin(rows));
         rows[2 * kRadius] = spreadRow(std::min(entering, height - 1));
@@ -215,9 +210,7 @@ void BinarizeDilateBy3(uint8_t* mask, uint8_t threshold, int width, int height, 
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

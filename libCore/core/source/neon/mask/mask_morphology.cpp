@@ -7,27 +7,7 @@
 #include "libCore/core/source/frame/memory.h"
 #include "libCore/core/source/neon/mask/mask_bits.h"
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "libCore/core/source/neon/mask/mask_morphology.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
-
-HWY_BEFORE_NAMESPACE();
 namespace eis {
-namespace HWY_NAMESPACE {
-
-void Binarize(uint8_t* HWY_RESTRICT mask, int64_t count, uint8_t threshold) {
-    for (int64_t i = 0; i < count; ++i) mask[i] = mask[i] >= threshold ? 255 : 0;
-}
-
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
-
-#if HWY_ONCE
-namespace eis {
-
-HWY_EXPORT(Binarize);
 
 namespace {
 
@@ -89,7 +69,9 @@ ret_status spreadValue(const char* name, uint8_t* mask, int width, int height, i
 ret_status MaskBinarizeDilate_r3(uint8_t* mask, int width, int height, uint8_t threshold, uint8_t* scratch) {
     // A narrow plane's words would be mostly padding.
     if (width <= 32) return MaskBinarizeDilate_r3_plain(mask, width, height, threshold, scratch);
-    const auto binarize = [=] { HWY_DYNAMIC_DISPATCH(Binarize)(mask, int64_t{width} * height, threshold); };
+    const auto binarize = [=] {
+        for (int64_t i = 0; i < int64_t{width} * height; ++i) mask[i] = mask[i] >= threshold ? 255 : 0;
+    };
     // Words of few rows have no room for the clear ones that the single sweep wants around them.
     if (height < 3) {
         binarize();
@@ -133,4 +115,3 @@ ret_status Erosion(uint8_t* mask, int width, int height, int radiusX, int radius
 }
 
 }  // namespace eis
-#endif

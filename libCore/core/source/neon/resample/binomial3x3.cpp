@@ -1,13 +1,9 @@
 #include "libCore/core/source/neon/resample/binomial3x3.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/binomial3x3.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 HWY_INLINE uint8_t Halve(uint8_t a, uint8_t b) {
     return static_cast<uint8_t>((a + b + 1) >> 1);
@@ -36,9 +32,7 @@ void Binomial(const uint8_t* src, uint8_t* dst, uint8_t* tmp, int width, int hei
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

@@ -4,14 +4,10 @@
 
 #include "libCore/core/source/frame/alignment.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/resample_down.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 // A block's samples of a row are read as one word and added inside it: no lane ever changes places. The sums do not
 // depend on the order of bytes.
@@ -62,7 +58,7 @@ void Box4x4(const uint8_t* src, int64_t pitch, int width, int height, uint8_t* d
     }
 }
 
-// One row after the other: the processor fetches better along one than along two in turns.
+// One row after the other: hardware prefetching follows one stream better than two that take turns.
 void Box2x2(const uint8_t* src, int64_t pitch, int width, int height, uint8_t* dst) {
     constexpr int kStrip = 8192;
     uint8_t upperMeans[kStrip];
@@ -78,9 +74,7 @@ void Box2x2(const uint8_t* src, int64_t pitch, int width, int height, uint8_t* d
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

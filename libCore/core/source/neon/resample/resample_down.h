@@ -18,7 +18,6 @@ void DownScaleBox4x4_plain(const uint8_t* src, int height, int width, uint8_t* d
 void DownScaleBox2x2_Stride_neon(const uint8_t* src, int height, int width, uint8_t* dst);
 void DownScaleBox2x2_Stride_plain(const uint8_t* src, int height, int width, uint8_t* dst);
 void DownScaleBox2x2_Tight_neon(const uint8_t* src, int height, int width, uint8_t* dst);
-void DownScaleBox2x2_Tight_plain(const uint8_t* src, int height, int width, uint8_t* dst);
 void DownScaleBox2x2_neon(const uint8_t* src, int srcStride, uint8_t* dst, int width, int height);
 void DownScaleBox2x2_plain(const uint8_t* src, int srcStride, uint8_t* dst, int width, int height);
 

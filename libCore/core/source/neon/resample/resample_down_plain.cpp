@@ -18,10 +18,6 @@ void DownScaleBox2x2_Stride_plain(const uint8_t* src, int height, int width, uin
     DownScaleBox2x2_plain(src, stride128(width), dst, width, height);
 }
 
-void DownScaleBox2x2_Tight_plain(const uint8_t* src, int height, int width, uint8_t* dst) {
-    DownScaleBox2x2_plain(src, width, dst, width, height);
-}
-
 void DownScaleBox2x2_plain(const uint8_t* src, int srcStride, uint8_t* dst, int width, int height) {
     for (int y = 0; y < height / 2; ++y) {
         for (int x = 0; x < width / 2; ++x) {

@@ -2,16 +2,12 @@
 
 #include <cstring>
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/resample_up.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+#include "libCore/core/source/frame/vector_ops-inl.h"
 
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 // One row of twice the width. Every sum stays below 4096.
 void DoubleRow(const uint8_t* HWY_RESTRICT near, const uint8_t* HWY_RESTRICT far, int width,
@@ -75,16 +71,8 @@ HWY_INLINE void QuadrupleSamples(const uint8_t* upper, const uint8_t* lower, con
                                 HWY_ATTR { return hn::Or(hn::ShiftRight<8>(even), hn::And(odd, hn::Set(d, 0xFF00))); };
     const ColumnsV front = upperBytes(first, second);
     const ColumnsV back = upperBytes(third, fourth);
-    const ColumnsV low = hn::InterleaveLower(d, front, back);
-    const ColumnsV high = hn::InterleaveUpper(d, front, back);
-#if HWY_CAP_GE256
-    // Interleaving works in halves of a vector.
-    hn::StoreU(hn::BitCast(d8, hn::ConcatLowerLower(d, high, low)), d8, dst);
-    hn::StoreU(hn::BitCast(d8, hn::ConcatUpperUpper(d, high, low)), d8, dst + hn::MaxLanes(d8));
-#else
-    hn::StoreU(hn::BitCast(d8, low), d8, dst);
-    hn::StoreU(hn::BitCast(d8, high), d8, dst + hn::MaxLanes(d8));
-#endif
+    StoreInterleaved(hn::BitCast(d8, hn::InterleaveLower(d, front, back)),
+                     hn::BitCast(d8, hn::InterleaveUpper(d, front, back)), dst);
 }
 
 void QuadrupleRow(const uint8_t* HWY_RESTRICT upper, const uint8_t* HWY_RESTRICT lower, uint16_t weight, int width,
@@ -129,9 +117,7 @@ void QuadrupleRowOf(const uint8_t* src, int height, int width, int y, uint8_t* d
     end[-2] = end[-1] = EdgeColumn(src + width - 1, width, height, y);
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {
@@ -168,10 +154,10 @@ void UpScaleX4_BottomBand_neon(const uint8_t* src, int height, int width, int ds
 
 void UpScaleX16_neon(const uint8_t* src, int height, int width, uint8_t* dst) {
     if (width < 1) return;
-    for (int y = 0; y < 4 * height; ++y) UpScaleX16Row_neon(src, height, width, y, dst + y * 4 * int64_t{width});
+    for (int y = 0; y < 4 * height; ++y) UpScaleX16Row(src, height, width, y, dst + y * 4 * int64_t{width});
 }
 
-void UpScaleX16Row_neon(const uint8_t* src, int height, int width, int row, uint8_t* dst) {
+void UpScaleX16Row(const uint8_t* src, int height, int width, int row, uint8_t* dst) {
     HWY_DYNAMIC_DISPATCH(QuadrupleRowOf)(src, height, width, row, dst);
 }
 

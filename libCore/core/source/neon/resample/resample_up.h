@@ -25,8 +25,8 @@ void UpScaleX4_BottomBand_plain(const uint8_t* src, int height, int width, int d
 // Four times per direction, destination rows without gaps. Between the outermost sample centres rounded; the two rows
 // and columns at each edge lie on a grid of their own, two samples further out, and truncate.
 void UpScaleX16_neon(const uint8_t* src, int height, int width, uint8_t* dst);
-void UpScaleX16_plain(const uint8_t* src, int height, int width, uint8_t* dst);
 // Destination row `row` alone.
-void UpScaleX16Row_neon(const uint8_t* src, int height, int width, int row, uint8_t* dst);
+void UpScaleX16Row(const uint8_t* src, int height, int width, int row, uint8_t* dst);
+void UpScaleX16Row_plain(const uint8_t* src, int height, int width, int row, uint8_t* dst);
 
 }  // namespace eis

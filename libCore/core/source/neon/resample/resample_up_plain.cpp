@@ -24,25 +24,9 @@ void upScaleX4(const uint8_t* src, int height, int width, int dstStride, uint8_t
     }
 }
 
-int step(int a, int b, int k) {
-    return ((4 - k) * a + k * b) >> 2;
-}
-
-// A line of count samples, 4 * count long in the destination; what is behind 4 * (count - 1) repeats that place, for
-// `repeats` places.
-void edgeLine(const uint8_t* src, int64_t srcStep, int count, uint8_t* dst, int64_t dstStep, int repeats) {
-    for (int i = 0; i < count; ++i) dst[4 * i * dstStep] = src[i * srcStep];
-    for (int i = 0; i + 1 < count; ++i) {
-        for (int k = 1; k < 4; ++k) {
-            dst[(4 * i + k) * dstStep] = static_cast<uint8_t>(step(src[i * srcStep], src[(i + 1) * srcStep], k));
-        }
-    }
-    const int last = 4 * (count - 1);
-    for (int k = 1; k <= repeats; ++k) dst[(last + k) * dstStep] = dst[last * dstStep];
-}
-
-void copyLine(const uint8_t* src, uint8_t* dst, int64_t dstStep, int count) {
-    for (int i = 0; i < count; ++i) dst[i * dstStep] = src[i * dstStep];
+// Sample k, 0 to 3, of the four that follow a; they truncate.
+uint8_t step(int a, int b, int k) {
+    return static_cast<uint8_t>(((4 - k) * a + k * b) >> 2);
 }
 
 }  // namespace
@@ -63,32 +47,26 @@ void UpScaleX4_BottomBand_plain(const uint8_t* src, int height, int width, int d
     upScaleX4(src, height, width, dstStride, dst, -1, height - 1);
 }
 
-void UpScaleX16_plain(const uint8_t* src, int height, int width, uint8_t* dst) {
-    if (height < 1 || width < 1) return;
-    const int64_t pitch = 4 * int64_t{width};
-    const int rows = 4 * height;
-    const int columns = 4 * width;
-    const uint8_t* lastRow = src + int64_t{height - 1} * width;
-    // Each strip overwrites the ones before it where they cross.
-    edgeLine(src, width, height, dst, pitch, 1);
-    copyLine(dst, dst + 1, pitch, rows);
-    edgeLine(src, 1, width, dst, 1, 1);
-    copyLine(dst, dst + pitch, 1, columns);
-    edgeLine(lastRow, 1, width, dst + (rows - 2) * pitch, 1, 1);
-    copyLine(dst + (rows - 2) * pitch, dst + (rows - 1) * pitch, 1, columns);
-    edgeLine(src + width - 1, width, height, dst + columns - 2, pitch, 3);
-    copyLine(dst + columns - 2, dst + columns - 1, pitch, rows);
-
-    for (int y = 2; y < rows - 2; ++y) {
-        const uint8_t* upper = src + int64_t{(y - 2) / 4} * width;
-        const uint8_t* lower = upper + width;
-        const int py = 7 - 2 * ((y - 2) % 4);
-        for (int x = 2; x < columns - 2; ++x) {
+void UpScaleX16Row_plain(const uint8_t* src, int height, int width, int row, uint8_t* dst) {
+    const auto sample = [&](int y, int x) { return int{src[int64_t{std::min(y, height - 1)} * width + x]}; };
+    const bool outermost = row < 2 || row >= 4 * height - 2;
+    const int line = row < 2 ? 0 : height - 1;
+    const int py = 7 - 2 * ((row - 2) % 4);
+    for (int x = 0; x < 4 * width; ++x) {
+        const int column = x / 4;
+        if (x >= 4 * width - 2) {
+            dst[x] = step(sample(row / 4, width - 1), sample(row / 4 + 1, width - 1), row % 4);
+        } else if (outermost) {
+            dst[x] = step(sample(line, column), sample(line, std::min(column + 1, width - 1)), x % 4);
+        } else if (x < 2) {
+            dst[x] = step(sample(row / 4, 0), sample(row / 4 + 1, 0), row % 4);
+        } else {
+            const int y = (row - 2) / 4;
             const int j = (x - 2) / 4;
             const int px = 7 - 2 * ((x - 2) % 4);
-            const int sum = py * px * upper[j] + py * (8 - px) * upper[j + 1] + (8 - py) * px * lower[j] +
-                            (8 - py) * (8 - px) * lower[j + 1];
-            dst[y * pitch + x] = static_cast<uint8_t>((sum + 32) >> 6);
+            const int sum = py * px * sample(y, j) + py * (8 - px) * sample(y, j + 1) +
+                            (8 - py) * px * sample(y + 1, j) + (8 - py) * (8 - px) * sample(y + 1, j + 1);
+            dst[x] = static_cast<uint8_t>((sum + 32) >> 6);
         }
     }
 }

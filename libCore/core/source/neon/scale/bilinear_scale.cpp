@@ -8,16 +8,12 @@
 #include "libCore/core/source/neon/scale/bilinear_position.h"
 #include "libCore/core/source/neon/scale/bilinear_whole.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/scale/bilinear_scale.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+#include "libCore/core/source/frame/vector_ops-inl.h"
 
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 // Columns handled in one go, whose tables stay on the stack. Rows are read in runs as long as can be: the processor
 // fetches ahead along a row only.
@@ -26,7 +22,7 @@ constexpr int kScatteredStrip = 1024;
 // Columns whose neighbours come from one load of 16 bytes.
 constexpr int kBlock = 4;
 constexpr int kLoad = 16;
-// Rows below that are fetched.
+// How many rows ahead source samples are prefetched.
 constexpr int kRowsAhead = 4;
 
 using Sums = HWY_CAPPED(int32_t, 8);
@@ -152,16 +148,13 @@ HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> PackSums(SumsV a, SumsV b, Su
     const hn::Repartition<int16_t, Sums> d16;
     const auto ab = hn::ReorderDemote2To(d16, a, b);
     const auto cd = hn::ReorderDemote2To(d16, c, d);
-#if HWY_ARCH_ARM
-    return hn::Combine(hn::Repartition<uint8_t, Sums>(), hn::DemoteTo(hn::CappedTag<uint8_t, 8>(), cd),
-                       hn::DemoteTo(hn::CappedTag<uint8_t, 8>(), ab));
-#elif !HWY_CAP_GE256
-    return hn::Vec<hn::Repartition<uint8_t, Sums>>{_mm_packus_epi16(ab.raw, cd.raw)};
-#else
+    const auto bytes = PackBlocks(ab, cd);
+#if HWY_CAP_GE256
     // Both packings work in halves of a vector.
     const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    return hn::Vec<hn::Repartition<uint8_t, Sums>>{
-        _mm256_permutevar8x32_epi32(_mm256_packus_epi16(ab.raw, cd.raw), order)};
+    return hn::Vec<hn::Repartition<uint8_t, Sums>>{_mm256_permutevar8x32_epi32(bytes.raw, order)};
+#else
+    return bytes;
 #endif
 }
 
@@ -275,9 +268,7 @@ void ScaleDirect(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8
     ScaleSource({src, srcPitch, srcW, srcH, 0}, {dst, dstPitch, 0, dstH}, dstW, dstH, nullptr, 0);
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {
@@ -292,8 +283,8 @@ int y_bilinear_scale_crop_fixed_neon(const uint8_t* src, int srcW, int srcH, int
     return 0;
 }
 
-void uv_bilinear_scale_crop_fixed_neon(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
-                                       int dstPitch) {
+void uv_bilinear_scale_crop_fixed(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
+                                  int dstPitch) {
     for (int plane = 0; plane < 2; ++plane) {
         HWY_DYNAMIC_DISPATCH(ScalePadded)
         (src + plane * scalePaddedSize(srcW, srcH), srcW, srcH, dst + int64_t{plane} * dstPitch * dstH, dstW, dstH,
@@ -301,8 +292,8 @@ void uv_bilinear_scale_crop_fixed_neon(const uint8_t* src, int srcW, int srcH, u
     }
 }
 
-void ScaleUnpadded_neon(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
-                        int dstPitch) {
+void ScaleUnpadded(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
+                   int dstPitch) {
     if (ScaleWholeRatio(src, srcW, srcH, srcPitch, dst, dstW, dstH, dstPitch)) return;
     HWY_DYNAMIC_DISPATCH(ScaleDirect)(src, srcW, srcH, srcPitch, dst, dstW, dstH, dstPitch);
 }

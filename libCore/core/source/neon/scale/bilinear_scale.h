@@ -19,14 +19,16 @@ int y_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, in
 
 // Scales both chroma planes of a picture in one sweep. The second padded plane stands right behind the first; the
 // second destination plane dstPitch * dstH bytes behind the first.
-void uv_bilinear_scale_crop_fixed_neon(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
-                                       int dstPitch);
+void uv_bilinear_scale_crop_fixed(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
+                                  int dstPitch);
 void uv_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
                                         int dstPitch);
 
 // Scales an unpadded plane: what MirrorBorderCopy with a border of two samples and one of the forms above give, without
 // the copy. Source and destination may not overlap.
-void ScaleUnpadded_neon(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
-                        int dstPitch);
+void ScaleUnpadded(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
+                   int dstPitch);
+void ScaleUnpadded_plain(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
+                         int dstPitch);
 
 }  // namespace eis

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "libCore/core/source/neon/scale/bilinear_position.h"
 #include "libCore/core/source/neon/scale/bilinear_scale.h"
 
@@ -5,44 +7,54 @@ namespace eis {
 
 namespace {
 
-uint8_t bilinearSample(const uint8_t* padded, int width, ScalePosition x, ScalePosition y) {
-    const int64_t pitch = scalePaddedPitch(width);
-    const uint8_t* row0 = padded + (y.index + kScaleBorder) * pitch + x.index + kScaleBorder;
-    const uint8_t* row1 = row0 + pitch;
-    const uint32_t fx = x.fraction;
-    const uint32_t fy = y.fraction;
-    return static_cast<uint8_t>((row0[0] * (4096 - fx) * (4096 - fy) + row0[1] * fx * (4096 - fy) +
-                                 row1[0] * (4096 - fx) * fy + row1[1] * fx * fy) >>
-                                24);
-}
-
-// Without a table every column stands for itself.
-void bilinearPlane(const uint8_t* padded, int srcW, int srcH, uint8_t* dst, int dstW, int dstH, int dstPitch,
-                   int rowFirst, int rowEnd, const void* colTable, int entries) {
+// A plane of which sample(row, column) can be had one beyond its last row and column.
+template <class Sample>
+void bilinearPlane(Sample sample, int srcW, int srcH, uint8_t* dst, int dstW, int dstH, int dstPitch, int rowFirst,
+                   int rowEnd, const void* colTable, int entries) {
     if (srcW < 1 || srcH < 1) return;
-    for (int y = rowFirst; y < rowEnd; ++y) {
-        const ScalePosition positionY = scalePosition(scaleStep(srcH, dstH), y);
-        for (int x = 0; x < dstW; ++x) {
-            const ScalePosition positionX = scalePosition(scaleStep(srcW, dstW), scaleColumn(colTable, entries, x));
-            dst[int64_t{y} * dstPitch + x] = bilinearSample(padded, srcW, positionX, positionY);
+    for (int row = rowFirst; row < rowEnd; ++row) {
+        const ScalePosition y = scalePosition(scaleStep(srcH, dstH), row);
+        for (int column = 0; column < dstW; ++column) {
+            const ScalePosition x = scalePosition(scaleStep(srcW, dstW), scaleColumn(colTable, entries, column));
+            const uint32_t upper = sample(y.index, x.index) * (4096 - x.fraction) * (4096 - y.fraction) +
+                                   sample(y.index, x.index + 1) * x.fraction * (4096 - y.fraction);
+            const uint32_t lower = sample(y.index + 1, x.index) * (4096 - x.fraction) * y.fraction +
+                                   sample(y.index + 1, x.index + 1) * x.fraction * y.fraction;
+            dst[int64_t{row} * dstPitch + column] = static_cast<uint8_t>((upper + lower) >> 24);
         }
     }
+}
+
+auto paddedSamples(const uint8_t* src, int srcW) {
+    return [src, pitch = scalePaddedPitch(srcW)](int64_t row, int64_t column) {
+        return uint32_t{src[(row + kScaleBorder) * pitch + column + kScaleBorder]};
+    };
 }
 
 }  // namespace
 
 int y_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, int /*srcStride*/, uint8_t* dst, int dstW,
                                       int dstH, int dstStride, int rowFirst, int rowEnd, const void* colTable) {
-    bilinearPlane(src, srcW, srcH, dst, dstW, dstH, dstStride, rowFirst, rowEnd, colTable, dstStride);
+    bilinearPlane(paddedSamples(src, srcW), srcW, srcH, dst, dstW, dstH, dstStride, rowFirst, rowEnd, colTable,
+                  dstStride);
     return 0;
 }
 
 void uv_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
                                         int dstPitch) {
     for (int plane = 0; plane < 2; ++plane) {
-        bilinearPlane(src + plane * scalePaddedSize(srcW, srcH), srcW, srcH, dst + int64_t{plane} * dstPitch * dstH,
-                      dstW, dstH, dstPitch, 0, dstH, nullptr, 0);
+        bilinearPlane(paddedSamples(src + plane * scalePaddedSize(srcW, srcH), srcW), srcW, srcH,
+                      dst + int64_t{plane} * dstPitch * dstH, dstW, dstH, dstPitch, 0, dstH, nullptr, 0);
     }
+}
+
+void ScaleUnpadded_plain(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
+                         int dstPitch) {
+    const auto mirrored = [](int64_t i, int size) { return i < size ? i : std::max<int64_t>(2 * (size - 1) - i, 0); };
+    const auto sample = [&](int64_t row, int64_t column) {
+        return uint32_t{src[mirrored(row, srcH) * srcPitch + mirrored(column, srcW)]};
+    };
+    bilinearPlane(sample, srcW, srcH, dst, dstW, dstH, dstPitch, 0, dstH, nullptr, 0);
 }
 
 }  // namespace eis

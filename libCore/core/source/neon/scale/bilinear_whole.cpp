@@ -3,16 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/scale/bilinear_whole.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+#include "libCore/core/source/frame/vector_ops-inl.h"
 
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 using Words = HWY_CAPPED(uint16_t, 16);
 using Bytes = hn::Repartition<uint8_t, Words>;
@@ -20,9 +16,9 @@ using WordsV = hn::Vec<Words>;
 using BytesV = hn::Vec<Bytes>;
 constexpr int kBytes = static_cast<int>(hn::MaxLanes(Bytes()));
 
-// Outputs of a strip of the halved or columns of the doubled plane, whose row waits on the stack. Rows are read and
-// written one after the other, for the processor fetches far better along one row than along two that take turns, and
-// so it is with stores: such strips hold a whole row of all but the widest planes.
+// Samples of a strip, one row of which waits on the stack: rows are read and written one after the other, because
+// hardware prefetching and write combining follow one stream far better than two that take turns. A strip is a whole
+// row of all but the widest planes.
 constexpr int kStrip = 8192;
 constexpr int kAlignment = 64;
 
@@ -73,12 +69,7 @@ void ScaleHalf(const uint8_t* src, int64_t srcPitch, uint8_t* dst, int dstW, int
 HWY_INLINE WordsV Quarters(BytesV pairs) {
     const Words d;
 #if HWY_ARCH_X86
-    const auto weights = hn::Set(d, 0x0103);
-#if HWY_CAP_GE256
-    return WordsV{_mm256_maddubs_epi16(pairs.raw, weights.raw)};
-#else
-    return WordsV{_mm_maddubs_epi16(pairs.raw, weights.raw)};
-#endif
+    return PairwiseProducts(pairs, hn::BitCast(Bytes(), hn::Set(d, 0x0103)));
 #else
     const WordsV words = hn::BitCast(d, pairs);
     const WordsV first = hn::And(words, hn::Set(d, 0xFF));
@@ -114,19 +105,6 @@ HWY_INLINE BytesV BetweenRows(const Neighbours& near, const Neighbours& far, int
     return hn::BitCast(Bytes(), hn::Or(even, hn::ShiftLeft<8>(odd)));
 }
 
-HWY_INLINE void StoreBetweenRows(const Neighbours& near, const Neighbours& far, uint8_t* to) {
-    const Bytes d;
-    const BytesV low = BetweenRows(near, far, 0);
-    const BytesV high = BetweenRows(near, far, 1);
-#if HWY_CAP_GE256
-    hn::StoreU(hn::ConcatLowerLower(d, high, low), d, to);
-    hn::StoreU(hn::ConcatUpperUpper(d, high, low), d, to + kBytes);
-#else
-    hn::StoreU(low, d, to);
-    hn::StoreU(high, d, to + kBytes);
-#endif
-}
-
 // The two rows between two source rows: columns 2x and 2x + 1 lie on either side of column x.
 struct RowsBetween {
     const uint8_t* upper;
@@ -147,8 +125,8 @@ struct RowsBetween {
     HWY_INLINE void vector(int x) const {
         const Neighbours above(upper + x);
         const Neighbours below(lower + x);
-        StoreBetweenRows(above, below, nearUpper + 2 * x);
-        StoreBetweenRows(below, above, nearLower + 2 * x);
+        StoreInterleaved(BetweenRows(above, below, 0), BetweenRows(above, below, 1), nearUpper + 2 * x);
+        StoreInterleaved(BetweenRows(below, above, 0), BetweenRows(below, above, 1), nearLower + 2 * x);
     }
 
     // Columns that have neighbours on both sides.
@@ -164,7 +142,7 @@ struct RowsBetween {
 
 // The outermost columns are as their inner neighbours.
 void DoubleRows(const uint8_t* upper, const uint8_t* lower, int width, uint8_t* nearUpper, uint8_t* nearLower) {
-    // The lower row, aligned as it will be: its copy takes far longer otherwise.
+    // The lower row, at the alignment of its destination: copying between different ones takes far longer.
     alignas(kAlignment) uint8_t memory[2 * kStrip + kAlignment];
     for (int x = 1; x + 1 < width; x += kStrip) {
         const int count = std::min(kStrip, width - 1 - x);
@@ -189,9 +167,7 @@ void ScaleDouble(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8
     std::memcpy(dst + (2 * srcH - 1) * pitch, dst + (2 * srcH - 2) * pitch, 2 * static_cast<size_t>(srcW));
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

@@ -5,7 +5,7 @@
 
 namespace eis {
 
-// Scales an unpadded plane as ScaleUnpadded_neon does, if its sizes stand in such a ratio. Returns whether they do.
+// Scales an unpadded plane as ScaleUnpadded does, if its sizes stand in such a ratio. Returns whether they do.
 bool ScaleWholeRatio(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
                      int dstPitch);
 

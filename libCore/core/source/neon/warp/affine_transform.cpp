@@ -20,7 +20,7 @@ bool warpBand(const WarpRecord& record, int threadIndex, int threadCount, bool l
     const int rows = record.h / threadCount;
     const int start = record.y + threadIndex * rows;
     bool contiguous = false;
-    for (int row = start; row < start + rows; row += 2) contiguous = WarpRowPair_neon(record, row, lumaOnly);
+    for (int row = start; row < start + rows; row += 2) contiguous = WarpRowPair(record, row, lumaOnly);
     return contiguous;
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "libCore/core/source/frame/alignment.h"
+#include "libCore/core/source/neon/warp/warp_geometry.h"
 
 namespace eis {
 
@@ -45,10 +46,6 @@ void fillRows(const Plane& plane, int y, int h) {
 }
 
 }  // namespace
-
-int32_t warpChromaPitch(int32_t stride) {
-    return stride128(stride / 2);
-}
 
 void MirrorFillColumns(const ST_PICTURE& picture, int x, int w, int first, int end) {
     fillColumns(lumaOf(picture), x, w, first, end);

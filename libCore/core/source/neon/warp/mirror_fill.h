@@ -5,9 +5,6 @@
 
 namespace eis {
 
-// Chroma pitch of a picture whose luma pitch is `stride`.
-int32_t warpChromaPitch(int32_t stride);
-
 // The rectangle: x and y even, w and h multiples of 8, above half of the picture. Columns left of it mirror about
 // column x, which is not repeated; columns right of it, up to the pitch, mirror about its edge, so that the last column
 // repeats; then rows above and below likewise. `_Y` does luma alone.

@@ -1,4 +1,4 @@
-// What both forms of the warp's row kernel share: offsets, weights and the test for contiguous groups.
+// Of the planes that a warp reads: their pitch, offsets and weights in them, and the test for contiguous groups.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,11 @@
 #include "libCore/core/source/frame/arithmetic.h"
 
 namespace eis {
+
+// Chroma pitch of a picture whose luma pitch is `stride`.
+inline int32_t warpChromaPitch(int32_t stride) {
+    return stride128(stride / 2);
+}
 
 inline constexpr int kWarpGroupColumns = 8;
 inline constexpr int kWarpGroupPositions = 4;

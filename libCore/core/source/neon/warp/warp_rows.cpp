@@ -7,27 +7,23 @@
 #include <cstring>
 
 #include "libCore/core/source/neon/warp/affine_transform.h"
-#include "libCore/core/source/neon/warp/mirror_fill.h"
 #include "libCore/core/source/neon/warp/warp_geometry.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/warp/warp_rows.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+#include "libCore/core/source/frame/vector_ops-inl.h"
 
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 // Groups handled in one go, so that their state leaves the first cache to the rows.
 constexpr int kGroups = 64;
 constexpr int kPositions = kGroups * kWarpGroupPositions;
-// Rows below that are fetched. Rotated reads cross a page or a row too often for the processor to do it.
+// How many rows ahead source samples are prefetched: along a rotated line the hardware prefetcher loses its stream at
+// every page and row.
 constexpr int kRowsAhead = 8;
 
-// A lane for each column of kGroupsTogether groups, or of one.
+// Vectors with a lane for each column of kGroupsTogether groups, and of one.
 using Columns = HWY_CAPPED(uint16_t, 16);
 using GroupColumns = hn::CappedTag<uint16_t, kWarpGroupColumns>;
 constexpr int kGroupsTogether = static_cast<int>(hn::MaxLanes(Columns())) / kWarpGroupColumns;
@@ -58,7 +54,8 @@ struct Source {
     int32_t chromaPitch;
 };
 
-// Of a row pair's groups. The rounding at each step is part of the result.
+// The projections' denominators, one a group, each the one before plus a step: the rounding of each addition is part of
+// the result, so that they cannot be computed apart.
 struct Denominator {
     float value;
     float step;
@@ -92,7 +89,8 @@ void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, floa
     std::fill(Y + positions, Y + end, 0.0F);
 }
 
-// Truncated, of values that a signed word holds.
+// Float to integer, truncated. The values fit 32 bits, so that the instruction alone does, without the library's care
+// for those that do not.
 #if HWY_ARCH_X86
 HWY_INLINE hn::Vec128<int32_t> Truncated(hn::Vec128<float> v) {
     return hn::Vec128<int32_t>{_mm_cvttps_epi32(v.raw)};
@@ -114,7 +112,8 @@ HWY_INLINE auto Truncated(V v) {
 }
 #endif
 
-// Of coordinates from 0 to 32767, which have 22 bits in units of 1/128; others are uncommon.
+// Offsets and weights of all positions. Coordinates from 0 to 32767 have 22 bits in units of 1/128, which floats and
+// words hold exactly; a position with any other is marked as uncommon and left to the plain form.
 void Locate(const float* HWY_RESTRICT X, const float* HWY_RESTRICT Y, const Source& from, int positions,
             Positions& HWY_RESTRICT at) {
     const hn::ScalableTag<float> d;
@@ -175,19 +174,7 @@ HWY_INLINE bool NoneTogether(const uint32_t* words) {
     return hn::AllTrue(d, hn::Eq(hn::LoadU(d, words), hn::Zero(d)));
 }
 
-#if HWY_ARCH_X86
-HWY_INLINE hn::Vec<GroupColumns> PairwiseProducts(hn::Vec<Samples<GroupColumns>> weights,
-                                                  hn::Vec<Samples<GroupColumns>> samples) {
-    return hn::Vec<GroupColumns>{_mm_maddubs_epi16(weights.raw, samples.raw)};
-}
-#if HWY_CAP_GE256
-HWY_INLINE hn::Vec<Columns> PairwiseProducts(hn::Vec<Samples<Columns>> weights, hn::Vec<Samples<Columns>> samples) {
-    return hn::Vec<Columns>{_mm256_maddubs_epi16(weights.raw, samples.raw)};
-}
-#endif
-#endif
-
-// Twice the samples between the neighbours of each column, which stand side by side: at most 510.
+// Each column between its two neighbours, which stand side by side: twice the sample, at most 510.
 template <class D>
 HWY_INLINE hn::Vec<D> BlendColumns(D d, hn::Vec<Samples<D>> pairs, hn::Vec<Samples<D>> weights) {
 #if HWY_ARCH_ARM
@@ -237,7 +224,7 @@ HWY_INLINE hn::Vec<Samples<GroupColumns>> ScatteredPairs(const uint8_t* plane, c
     return hn::TableLookupBytes(hn::BitCast(d, loaded), hn::Load(d, kPairs));
 }
 
-// Of three rows of pairs, the groups' columns in two rows.
+// Makes two destination rows of the groups' columns from three source rows, given as pairs of neighbours.
 template <class D, class Pairs>
 HWY_INLINE void BlendLuma(D d, Pairs pairs, const Positions& at, int position, uint8_t* out, int64_t outStride) {
     const hn::Repartition<uint32_t, D> d32;
@@ -374,7 +361,8 @@ bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
                     contiguous = WarpGroup_plain(record, row, first + g, at.inverse[p], lumaOnly);
                 }
             }
-            // Those of the next run: here their additions' wait for one another does not show.
+            // The next run's denominators are a chain of additions that wait for one another: spread over the groups,
+            // that latency is hidden.
             denominator.next(denominators + g, together);
         }
         to.luma += kWarpGroupColumns * groups;
@@ -383,16 +371,14 @@ bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
     return contiguous;
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {
 
 HWY_EXPORT(WarpRowPair);
 
-bool WarpRowPair_neon(const WarpRecord& record, int row, bool lumaOnly) {
+bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
     return HWY_DYNAMIC_DISPATCH(WarpRowPair)(record, row, lumaOnly);
 }
 

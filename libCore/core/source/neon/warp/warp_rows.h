@@ -11,7 +11,7 @@ struct WarpRecord;
 // the source plane are taken from its first or last byte. Returns whether the last group was contiguous: its four steps
 // add up to those of an unscaled row, so that its columns are read from eight bytes in a row; false when there is no
 // group.
-bool WarpRowPair_neon(const WarpRecord& record, int row, bool lumaOnly);
+bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly);
 bool WarpRowPair_plain(const WarpRecord& record, int row, bool lumaOnly);
 
 // One group of a row pair, `inverse` being the reciprocal of its denominator. Returns whether it is contiguous. The

@@ -2,7 +2,6 @@
 #include <cmath>
 
 #include "libCore/core/source/neon/warp/affine_transform.h"
-#include "libCore/core/source/neon/warp/mirror_fill.h"
 #include "libCore/core/source/neon/warp/warp_geometry.h"
 #include "libCore/core/source/neon/warp/warp_rows.h"
 

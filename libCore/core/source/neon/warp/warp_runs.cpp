@@ -24,7 +24,7 @@ void WarpRuns::workIn(int band) {
     std::atomic<int32_t>& next = next_[band];
     for (int32_t start = next.fetch_add(kRunRows); start < bandRows_; start = next.fetch_add(kRunRows)) {
         const int32_t end = std::min(start + kRunRows, bandRows_);
-        for (int32_t row = start; row < end; row += 2) WarpRowPair_neon(record_, first + row, false);
+        for (int32_t row = start; row < end; row += 2) WarpRowPair(record_, first + row, false);
         MirrorFillColumns(record_.destination, record_.x, record_.w, first + start, first + end);
     }
 }

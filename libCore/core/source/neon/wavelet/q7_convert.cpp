@@ -1,14 +1,9 @@
 #include "libCore/core/source/neon/wavelet/q7_convert.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/wavelet/q7_convert.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 void WidenSamples(const uint8_t* HWY_RESTRICT src, int16_t* HWY_RESTRICT dst, int64_t samples) {
     for (int64_t i = 0; i < samples; ++i) dst[i] = static_cast<int16_t>(src[i] << 7);
@@ -27,9 +22,7 @@ void NarrowSamples(const int16_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, i
     for (; i < samples; ++i) narrow(hn::CappedTag<int16_t, 1>(), i);
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {

@@ -10,8 +10,4 @@ inline int mirrorIndex(int i, int n) {
     return i;
 }
 
-inline bool isWaveletStep(int step) {
-    return step == 1 || step == 2 || step == 4 || step == 8 || step == 16;
-}
-
 }  // namespace eis

@@ -6,6 +6,7 @@
 
 #include "libCore/core/source/frame/alignment.h"
 #include "libCore/core/source/neon/wavelet/wavelet_sweep.h"
+#include "libCore/core/source/neon/wavelet/wavelet_transform.h"
 
 namespace eis {
 

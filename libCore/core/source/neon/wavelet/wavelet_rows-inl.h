@@ -1,4 +1,5 @@
-// The rows of one low-pass level of the wavelet, for each vector target: WaveletSmooth_plain is their definition.
+// The rows of one low-pass level of the wavelet, of Q7 samples, for each vector target: WaveletSmooth_neon is their
+// definition.
 #if defined(EIS_WAVELET_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef EIS_WAVELET_ROWS_INL_H
 #undef EIS_WAVELET_ROWS_INL_H
@@ -8,39 +9,31 @@
 
 #include <cstdint>
 
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_ops-inl.h"
 #include "libCore/core/source/neon/wavelet/wavelet_mirror.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
-// (a + b + 1) >> 1. The vector units halve unsigned lanes: Q7 samples are their own unsigned values, others are mapped
-// onto them by their sign bits.
-template <bool kQ7, class V>
+// (a + b + 1) >> 1. The vector units halve unsigned lanes, which Q7 samples are as well.
+template <class V>
 HWY_INLINE V Halve(V a, V b) {
     const hn::DFromV<V> d;
     const hn::RebindToUnsigned<decltype(d)> du;
-    const auto flip = hn::Set(du, kQ7 ? 0 : 0x8000);
-    const auto half = hn::AverageRound(hn::Xor(hn::BitCast(du, a), flip), hn::Xor(hn::BitCast(du, b), flip));
-    return hn::BitCast(d, hn::Xor(half, flip));
+    return hn::BitCast(d, hn::AverageRound(hn::BitCast(du, a), hn::BitCast(du, b)));
 }
 
-template <bool kQ7>
 struct Paired {
     template <class V>
     HWY_INLINE V operator()(V a, V b, V c) const {
-        return Halve<kQ7>(Halve<kQ7>(a, c), b);
+        return Halve(Halve(a, c), b);
     }
 };
 
 // (a + 2 * b + c + 2) >> 2: the bit that the truncated half of a + c loses never reaches the result.
-template <bool kQ7>
 struct Single {
     template <class V>
     HWY_INLINE V operator()(V a, V b, V c) const {
-        return Halve<kQ7>(hn::Add(hn::And(a, c), hn::ShiftRight<1>(hn::Xor(a, c))), b);
+        return Halve(FloorHalf(a, c), b);
     }
 };
 
@@ -48,7 +41,7 @@ struct Single {
 struct Truncated {
     template <class V>
     HWY_INLINE V operator()(V a, V b, V /*c*/) const {
-        return hn::Add(hn::And(a, b), hn::ShiftRight<1>(hn::Xor(a, b)));
+        return FloorHalf(a, b);
     }
 };
 
@@ -74,8 +67,8 @@ HWY_INLINE int16_t SingleSample(int32_t a, int32_t b, int32_t c) {
     return static_cast<int16_t>((a + 2 * b + c + 2) >> 2);
 }
 
-template <bool kQ7>
-void HorizontalRow(const int16_t* HWY_RESTRICT in, int16_t* HWY_RESTRICT out, int width, int step, bool lastRow) {
+inline void HorizontalRow(const int16_t* HWY_RESTRICT in, int16_t* HWY_RESTRICT out, int width, int step,
+                          bool lastRow) {
     const int inner = width - 2 * step;
     if (inner <= 0) {
         for (int x = 0; x < width; ++x) {
@@ -84,9 +77,9 @@ void HorizontalRow(const int16_t* HWY_RESTRICT in, int16_t* HWY_RESTRICT out, in
     } else {
         for (int x = 0; x < step; ++x) out[x] = SingleSample(in[step - x], in[x], in[step + x]);
         if (lastRow && step <= 2) {
-            FilterRow(in, in + step, in + 2 * step, out + step, inner, Single<kQ7>());
+            FilterRow(in, in + step, in + 2 * step, out + step, inner, Single());
         } else {
-            FilterRow(in, in + step, in + 2 * step, out + step, inner, Paired<kQ7>());
+            FilterRow(in, in + step, in + 2 * step, out + step, inner, Paired());
         }
         const int last = width - 1;
         for (int x = 0; x < step; ++x) {
@@ -97,7 +90,7 @@ void HorizontalRow(const int16_t* HWY_RESTRICT in, int16_t* HWY_RESTRICT out, in
 }
 
 // Row y of `height`, from what rows(i) gives as row i after the horizontal pass.
-template <bool kQ7, class Rows>
+template <class Rows>
 HWY_INLINE void VerticalRow(Rows rows, int16_t* out, int width, int y, int height, int step) {
     const int16_t* above = rows(mirrorIndex(y - step, height));
     const int16_t* here = rows(y);
@@ -105,14 +98,12 @@ HWY_INLINE void VerticalRow(Rows rows, int16_t* out, int width, int y, int heigh
     if (step == 2 && y == height - 1) {
         FilterRow(above, here, below, out, width, Truncated());
     } else if (y >= step && y < height - step) {
-        FilterRow(above, here, below, out, width, Paired<kQ7>());
+        FilterRow(above, here, below, out, width, Paired());
     } else {
-        FilterRow(above, here, below, out, width, Single<kQ7>());
+        FilterRow(above, here, below, out, width, Single());
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #endif

@@ -1,4 +1,4 @@
-// The shrinkage of a row's details, for each vector target: WaveletShrinkLevel_plain is its definition. Block columns
+// The shrinkage of a row's details, for each vector target: WaveletShrinkLevel is its definition. Block columns
 // alone; counts are multiples of eight.
 #if defined(EIS_WAVELET_SHRINK_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef EIS_WAVELET_SHRINK_INL_H
@@ -9,13 +9,10 @@
 
 #include <cstdint>
 
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_ops-inl.h"
 #include "libCore/core/source/neon/wavelet/shrink_curve.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
-namespace hn = hwy::HWY_NAMESPACE;
+EIS_BEFORE_TARGET();
 
 // The four-entry table of gains as three selections.
 HWY_INLINE uint32_t Gain(const ShrinkCurve& curve, int32_t low) {
@@ -82,19 +79,6 @@ inline NarrowCurve NarrowCurveOf(const ShrinkCurve& curve) {
     return narrow;
 }
 
-// Takes `amount`, not negative, off the size of a detail that is larger.
-template <class D, class V>
-HWY_INLINE V TowardsZero(D d, V detail, V amount) {
-#if HWY_TARGET == HWY_AVX2
-    if constexpr (hn::MaxLanes(D()) == 16) {
-        return hn::Sub(detail, V{_mm256_sign_epi16(amount.raw, detail.raw)});
-    }
-#endif
-    (void)d;
-    const auto sign = hn::BroadcastSignBit(detail);
-    return hn::Sub(detail, hn::Sub(hn::Xor(amount, sign), sign));
-}
-
 // One vector, for Q7 samples, and curves and maps that fit.
 template <bool first, class D>
 HWY_INLINE void ShrinkNarrow(D d, const int16_t* high, const int16_t* low, const uint16_t* map, int16_t* sum,
@@ -114,7 +98,8 @@ HWY_INLINE void ShrinkNarrow(D d, const int16_t* high, const int16_t* low, const
 
     const auto detail = hn::Sub(hn::LoadU(d, high), level);
     const auto size = hn::Abs(detail);
-    const auto outer = TowardsZero(d, detail, hn::MulFixedPoint15(threshold, hn::Set(d, curve.slope)));
+    const auto taken = hn::MulFixedPoint15(threshold, hn::Set(d, curve.slope));
+    const auto outer = hn::Sub(detail, WithSignOf(detail, taken));
     const auto noise = hn::MulFixedPoint15(detail, hn::Set(d, curve.keep));
     const auto shrunk = hn::IfThenElse(hn::Gt(size, threshold), outer, noise);
     if constexpr (first) {
@@ -138,8 +123,6 @@ void ShrinkRowNarrow(const int16_t* HWY_RESTRICT high, const int16_t* HWY_RESTRI
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #endif

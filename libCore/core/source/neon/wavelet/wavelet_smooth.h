@@ -24,6 +24,5 @@ struct ST_WAVELET_LEVEL_PARAMS {
 // the horizontal pass of steps 1 and 2; column width - 3 mixes two samples at step 4; the last row truncates in the
 // vertical pass of step 2.
 void WaveletSmooth_neon(ST_WAVELET_LEVEL_PARAMS* params);
-void WaveletSmooth_plain(ST_WAVELET_LEVEL_PARAMS* params);
 
 }  // namespace eis

@@ -1,21 +1,15 @@
 #include "libCore/core/source/neon/wavelet/wavelet_sweep.h"
 
-#include <algorithm>
-#include <cstring>
-
 #include "libCore/core/source/neon/wavelet/q7_convert.h"
+#include "libCore/core/source/neon/wavelet/threshold_map.h"
 #include "libCore/core/source/neon/wavelet/wavelet_rings.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/wavelet/wavelet_sweep.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "libCore/core/source/frame/vector_unit.h"
 #include "libCore/core/source/neon/wavelet/wavelet_rows-inl.h"
 #include "libCore/core/source/neon/wavelet/wavelet_shrink-inl.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 uint16_t MapMax(const ST_WAVELET_DN_PARAMS& params) {
     const int block = waveletBlockColumns(params.width);
@@ -27,7 +21,7 @@ uint16_t MapMax(const ST_WAVELET_DN_PARAMS& params) {
     return most;
 }
 
-// One pass. bytes.pSrc null: pSamples in place.
+// One pass.
 class Sweep {
   public:
     Sweep(const ST_WAVELET_DN_PARAMS& params, int pass, const WaveletBytes& bytes, const WaveletRings& rings)
@@ -43,12 +37,7 @@ class Sweep {
 
     void run() {
         for (int y = 0; y < p_.height; ++y) {
-            int16_t* row = rings_.low(0, y);
-            if (bytes_.pSrc != nullptr) {
-                WidenQ7(bytes_.pSrc + int64_t{y} * p_.width, row, p_.width, 1);
-            } else {
-                std::memcpy(row, p_.pSamples + int64_t{y} * p_.sampleStride, sizeof(int16_t) * p_.width);
-            }
+            WidenQ7(bytes_.pSrc + int64_t{y} * p_.width, rings_.low(0, y), p_.width, 1);
             take(1, y);
         }
     }
@@ -65,7 +54,7 @@ class Sweep {
     void take(int level, int y) {
         const int step = 1 << (level - 1);
         const bool lastRow = y == p_.height - 1;
-        HorizontalRow<true>(rings_.low(level - 1, y), rings_.horizontal(level, y), p_.width, step, lastRow);
+        HorizontalRow(rings_.low(level - 1, y), rings_.horizontal(level, y), p_.width, step, lastRow);
         int& next = levels_[level - 1].next;
         const int end = lastRow ? p_.height : y - step + 1;
         while (next < end) finish(level, next++);
@@ -75,7 +64,7 @@ class Sweep {
         const bool wanted = y >= bytes_.rowFirst && y < bytes_.rowEnd;
         if (!wanted && level == kWaveletLevels) return;
         const auto rows = [&](int row) { return rings_.horizontal(level, row); };
-        VerticalRow<true>(rows, rings_.low(level, y), p_.width, y, p_.height, 1 << (level - 1));
+        VerticalRow(rows, rings_.low(level, y), p_.width, y, p_.height, 1 << (level - 1));
         if (wanted) {
             shrink(level, y);
             const int64_t plane = int64_t{p_.width} * p_.height;
@@ -112,11 +101,7 @@ class Sweep {
     void deliver(int y) {
         int16_t* sum = rings_.sum(y);
         AddRow(rings_.low(kWaveletLevels, y), sum, p_.width);
-        if (bytes_.pSrc != nullptr) {
-            NarrowQ7Round(sum, bytes_.pDst + int64_t{y} * p_.width, p_.width, 1);
-        } else {
-            std::memcpy(p_.pSamples + int64_t{y} * p_.sampleStride, sum, sizeof(int16_t) * p_.width);
-        }
+        NarrowQ7Round(sum, bytes_.pDst + int64_t{y} * p_.width, p_.width, 1);
     }
 
     static void AddRow(const int16_t* HWY_RESTRICT plane, int16_t* HWY_RESTRICT sum, int count) {
@@ -134,45 +119,20 @@ void RunSweep(const ST_WAVELET_DN_PARAMS& params, int pass, const WaveletBytes& 
     Sweep(params, pass, bytes, rings).run();
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {
 
 HWY_EXPORT(RunSweep);
 
-namespace {
-
-// The sweep halves samples as unsigned values.
-bool anyNegative(const ST_WAVELET_DN_PARAMS& params) {
-    int16_t all = 0;
-    for (int y = 0; y < params.height; ++y) {
-        const int16_t* row = params.pSamples + int64_t{y} * params.sampleStride;
-        for (int x = 0; x < params.width; ++x) all |= row[x];
-    }
-    return all < 0;
-}
-
-}  // namespace
-
-void WaveletDenoiseBytes_neon(const ST_WAVELET_DN_PARAMS& params, int pass, const WaveletBytes& bytes,
-                              const WaveletWork& work) {
+void WaveletDenoiseBytes(const ST_WAVELET_DN_PARAMS& params, int pass, const WaveletBytes& bytes,
+                         const WaveletWork& work) {
     const WaveletRings rings(work, params.width, params.height);
     if (rings.fit()) {
         HWY_DYNAMIC_DISPATCH(RunSweep)(params, pass, bytes, rings);
     } else {
-        WaveletDenoiseBytes_plain(params, pass, bytes);
-    }
-}
-
-void WaveletTransform_neon(const ST_WAVELET_DN_PARAMS& params, int pass) {
-    const WaveletRings rings({params.pWork, 3 * int64_t{params.width} * params.height}, params.width, params.height);
-    if (rings.fit() && !anyNegative(params)) {
-        HWY_DYNAMIC_DISPATCH(RunSweep)(params, pass, {nullptr, nullptr, 0, params.height}, rings);
-    } else {
-        WaveletTransform_plain(params, pass);
+        WaveletDenoiseBytes_plain(params, pass, bytes, work);
     }
 }
 

@@ -5,11 +5,9 @@
 
 #include <cstdint>
 
-#include "libCore/core/source/neon/wavelet/wavelet_shrink.h"
+#include "include/st_wavelet.h"
 
 namespace eis {
-
-inline constexpr int kWaveletLevels = 5;
 
 // Working memory of a sweep, of any content.
 struct WaveletWork {
@@ -26,12 +24,9 @@ struct WaveletBytes {
     int32_t rowFirst;
     int32_t rowEnd;
 };
-void WaveletDenoiseBytes_neon(const ST_WAVELET_DN_PARAMS& params, int pass, const WaveletBytes& bytes,
-                              const WaveletWork& work);
-void WaveletDenoiseBytes_plain(const ST_WAVELET_DN_PARAMS& params, int pass, const WaveletBytes& bytes);
-
-// The transform of pSamples in place, pWork as the memory of the rings. What it leaves in pWork is of no use.
-void WaveletTransform_neon(const ST_WAVELET_DN_PARAMS& params, int pass);
-void WaveletTransform_plain(const ST_WAVELET_DN_PARAMS& params, int pass);
+void WaveletDenoiseBytes(const ST_WAVELET_DN_PARAMS& params, int pass, const WaveletBytes& bytes,
+                         const WaveletWork& work);
+void WaveletDenoiseBytes_plain(const ST_WAVELET_DN_PARAMS& params, int pass, const WaveletBytes& bytes,
+                               const WaveletWork& work);
 
 }  // namespace eis

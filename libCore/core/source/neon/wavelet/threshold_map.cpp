@@ -1,15 +1,11 @@
-#include "libCore/core/source/neon/wavelet/wavelet_shrink.h"
+#include "libCore/core/source/neon/wavelet/threshold_map.h"
 
-#include "libCore/core/source/neon/wavelet/shrink_curve.h"
+#include "libCore/core/source/neon/wavelet/edge_ramp.h"
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "libCore/core/source/neon/wavelet/wavelet_shrink.cpp"
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#define HWY_TARGET_INCLUDE "libCore/core/source/neon/wavelet/threshold_map.cpp"
+#include "libCore/core/source/frame/vector_unit.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace eis {
-namespace HWY_NAMESPACE {
+EIS_BEFORE_TARGET();
 
 HWY_INLINE uint16_t Strength(uint8_t edge, uint16_t low, uint16_t range) {
     const auto above = static_cast<uint16_t>(edge > low ? edge - low : 0);
@@ -60,9 +56,7 @@ void MotionMap(const ST_WAVELET_DN_PARAMS& params) {
     }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace eis
-HWY_AFTER_NAMESPACE();
+EIS_AFTER_TARGET();
 
 #if HWY_ONCE
 namespace eis {
@@ -70,11 +64,11 @@ namespace eis {
 HWY_EXPORT(MaskMap);
 HWY_EXPORT(MotionMap);
 
-void WaveletMaskMap_neon(const ST_WAVELET_DN_PARAMS& params) {
+void WaveletMaskMap(const ST_WAVELET_DN_PARAMS& params) {
     HWY_DYNAMIC_DISPATCH(MaskMap)(params);
 }
 
-void WaveletMotionMap_neon(const ST_WAVELET_DN_PARAMS& params) {
+void WaveletMotionMap(const ST_WAVELET_DN_PARAMS& params) {
     HWY_DYNAMIC_DISPATCH(MotionMap)(params);
 }
 
