@@ -63,8 +63,11 @@ Page::Page(const PageOptions& options, const std::string& command, const std::st
                  {"stages", nullptr}};
     if (!options_.stages.empty()) {
         const std::string list = (fs::path(options_.stages) / "stages.json").string();
-        document_["stages"] = nlohmann::json::parse(InputFile(list).readAll(), nullptr, false);
-        if (document_["stages"].is_discarded()) throw HostError(kExitUnreadable, list + ": no JSON");
+        const nlohmann::json stages = nlohmann::json::parse(InputFile(list).readAll(), nullptr, false);
+        if (!stages.is_object() || !stages.contains("stages")) {
+            throw HostError(kExitUnreadable, list + ": is no list of eis-lab stages");
+        }
+        document_["stages"] = stages;
     }
     std::error_code ignored;
     if (!fs::exists(file(), ignored)) return;
