@@ -8,7 +8,7 @@
 #include "highLevel/src/luma/lifting53.h"
 #include "highLevel/src/luma/luma_pass.h"
 #include "host/program/exit_codes.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 
 namespace eislab {
 
@@ -77,7 +77,13 @@ class Passes {
             from.copyTo(planes_[plane].colRange(0, from.cols));
         }
         std::memcpy(table_.data(), settings.chromaNrLUT.data(), settings.chromaNrLUT.size() * 4);
+        params_.pSpatialChromaNrLUT = table_.data();
+        whole_ = eis::WholePicture(params_,
+                                   {width_, height_, width_, {planes_[0].data, planes_[1].data, planes_[2].data}, 2});
     }
+    // The passes' records refer to what is in here.
+    Passes(const Passes&) = delete;
+    Passes& operator=(const Passes&) = delete;
 
     cv::Mat plane(int index) const { return planes_[index].colRange(0, index == 0 ? width_ : width_ / 2).clone(); }
     cv::Mat low() const { return cv::Mat(height_ / 2, width_ / 2, CV_16S, scratch_.nrWide).clone(); }
@@ -96,48 +102,28 @@ class Passes {
     cv::Mat withoutTexture() {
         const cv::Mat before = planes_[0].clone();
         eis::LumaPassParams params = luma();
-        params.settings.mapMixGain = 0;
-        eis::MergeLuma(params, planes_[0].data);
+        params.settings.map.mixGain = 0;
+        eis::MergeLuma(params);
         const cv::Mat merged = plane(0);
         before.copyTo(planes_[0]);
         return merged;
     }
-    void mergeLuma() { eis::MergeLuma(luma(), planes_[0].data); }
+    void mergeLuma() { eis::MergeLuma(luma()); }
 
     eis::ChromaPassParams runChroma() {
-        eis::ChromaPassParams params{};
-        params.family = &eis::kChromaHighLevel;
-        params.width = width_;
-        params.band = {height_, 0, 0};
-        for (int i = 0; i < 2; ++i) {
-            params.planes[i] = {planes_[1 + i].data, 0, static_cast<std::int32_t>(planes_[1 + i].cols)};
-        }
-        params.gradQuarter = scratch_.gradQuarter;
-        params.chromaS = params_.chromaS;
-        params.chromaEdgeLevel = params_.chromaEdgeLevel;
-        params.chromaGainIndex = params_.chromaGainIndex;
-        params.chromaEdgeAlpha = params_.chromaEdgeAlpha;
-        params.pChromaLut = table_.data();
-        params.scratch = eis::CutChromaScratch(reinterpret_cast<std::uint8_t*>(chromaBlock_.data()), width_, height_,
-                                               eis::kChromaHighLevel);
+        auto* block = reinterpret_cast<std::uint8_t*>(chromaBlock_.data());
+        const eis::ChromaPassParams params{whole_, eis::kChromaHighLevel,
+                                           eis::CutChromaScratch(block, whole_, eis::kChromaHighLevel),
+                                           scratch_.gradQuarter};
         if (eis::RunChromaPass(params) != retStsOK) {
             throw eishost::HostError(eishost::kExitLibrary, "the chroma pass has no memory");
         }
-        std::uint8_t* const planes[] = {planes_[1].data, planes_[2].data};
-        eis::WriteChroma(params, planes);
+        eis::WriteChroma(params);
         return params;
     }
 
-    const eis::ST_DN_PARAMS_VA& params() const { return params_; }
-
   private:
-    eis::LumaPassParams luma() const {
-        return {eis::ComputeLumaSettings(params_),
-                width_,
-                {height_, 0, 0},
-                {planes_[0].data, 0, planes_[0].cols},
-                scratch_};
-    }
+    eis::LumaPassParams luma() const { return {whole_, eis::ComputeLumaSettings(params_), scratch_}; }
 
     int width_;
     int height_;
@@ -147,6 +133,7 @@ class Passes {
     std::vector<std::uint16_t> chromaBlock_;
     std::array<std::uint8_t, 256> table_{};
     eis::LumaScratch scratch_;
+    eis::ST_NR_BAND_PARAMS whole_{};
 };
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include "highLevel/src/SpatialFilter.h"
 #include "host/lab/stages.h"
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 
 namespace {
 
@@ -29,11 +29,11 @@ TEST(LabStages, EndWithThePictureOfTheWholePictureBody) {
         settings.chromaNrLUT.assign(settings.chromaNrLUT.size(), 100);
         const eislab::StageRun run = eislab::runStages(picture, settings, {40, 40, 200, 160});
 
-        eis::ST_MULTIDENOISE_PARAMS_IN in{eis::DnParamsOf(eishost::denoiseParams(settings)), 0, 0};
+        eis::ST_MULTIDENOISE_PARAMS_IN in{eis::DnParamsOf(eishost::denoiseParams(settings))};
         std::uint8_t table[256] = {};
         std::memcpy(table, settings.chromaNrLUT.data(), 4 * settings.chromaNrLUT.size());
         in.stDNParams.pSpatialChromaNrLUT = table;
-        eis::ST_MULTIDENOISE_PARAMS_OUT out{{picture.width, picture.height, 0, {}, 0}};
+        eis::ST_MULTIDENOISE_PARAMS_OUT out{{picture.width, picture.height, picture.width, {}, 0}};
         cv::Mat planes[3];
         for (int plane = 0; plane < 3; ++plane) {
             const cv::Mat from = picture.mat(plane);

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "libCore/core/source/frame/arithmetic.h"
+#include "libCore/core/source/frame/alignment.h"
 
 namespace eis {
 
