@@ -176,7 +176,7 @@ json viewerData(const json& document) {
 // JSON that may stand inside of a script element.
 std::string inlineJson(const json& value) {
     std::string text = jsonText(value);
-    for (std::size_t i = 0; (i = text.find("</", i)) != std::string::npos; i += 3) text.replace(i, 2, "<\\/");
+    for (std::size_t i = 0; (i = text.find('<', i)) != std::string::npos;) text.replace(i, 1, "\\u003c");
     return text;
 }
 

@@ -86,7 +86,7 @@ TEST(FastControl, LogsAndFlushesInOrder) {
     FastCall call;
     const auto events = [](const std::string& pointer, const std::string& flushed) {
         return Events{"info [KRW]+++++++++++++++CalcFastDn2dControl_AcoreAPI START++++++++++++   * *:*:* \n",
-                      "info fastDn2dControl.iDnCoefs = 0xa*\n",
+                      "info fastDn2dControl.iDnCoefs = 0x*\n",
                       "convert tables",
                       "info iDnCoefs = 0x" + pointer + "\n",
                       "info nrShadingStrength = 1.500000\n",
