@@ -40,7 +40,7 @@ class Canvas {
     // A path through points; dashes go on through its corners.
     void path(const std::vector<cv::Point2d>& points, const cv::Scalar& color, double thickness, LineStyle style) {
         constexpr double kDash = 9;
-        constexpr double kGap = 6;
+        constexpr double kChartGap = 6;
         double walked = 0;
         for (std::size_t i = 1; i < points.size(); ++i) {
             const cv::Point2d step = points[i] - points[i - 1];
@@ -50,9 +50,9 @@ class Canvas {
                 continue;
             }
             for (double at = 0; at < length;) {
-                const double phase = std::fmod(walked + at, kDash + kGap);
+                const double phase = std::fmod(walked + at, kDash + kChartGap);
                 const bool drawn = phase < kDash;
-                const double next = std::min(length, at + (drawn ? kDash : kDash + kGap) - phase + 1e-6);
+                const double next = std::min(length, at + (drawn ? kDash : kDash + kChartGap) - phase + 1e-6);
                 if (drawn)
                     line(points[i - 1] + step * (at / length), points[i - 1] + step * (next / length), color,
                          thickness);
