@@ -16,7 +16,7 @@ EIS_BEFORE_TARGET();
 // Look-ups take vectors in pairs.
 using D16 = hn::CappedTag<int16_t, 32>;
 using V16 = hn::Vec<D16>;
-constexpr int kLanes = hn::MaxLanes(D16());
+inline constexpr int kLanes = hn::MaxLanes(D16());
 struct VectorPair {
     // Constructors that the compiler makes are not for this target.
     HWY_INLINE VectorPair() {}
