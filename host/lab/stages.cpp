@@ -104,7 +104,7 @@ class Passes {
         eis::LumaPassParams params = luma();
         params.settings.map.mixGain = 0;
         eis::MergeLuma(params);
-        const cv::Mat merged = plane(0);
+        cv::Mat merged = plane(0);
         before.copyTo(planes_[0]);
         return merged;
     }
