@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/merge/evidence.h"
+#include "host/merge/rounding.h"
 #include "host/program/bands.h"
 
 namespace eishost {
@@ -135,7 +136,7 @@ Picture Accumulator::mean() const {
                                 const float* __restrict share, int count, std::uint8_t* __restrict mean) {
             for (int i = 0; i < count; ++i) {
                 mean[i] = static_cast<std::uint8_t>(
-                    static_cast<int>((static_cast<float>(sum[i]) + unit * reference[i]) * share[i] + 0.5F));
+                    roundedSample((static_cast<float>(sum[i]) + unit * reference[i]) * share[i]));
             }
         };
         for (int row = first; row < end; ++row) {
@@ -165,7 +166,7 @@ cv::Mat Accumulator::takeMean(int plane) {
                                const float* __restrict other, int count, std::uint16_t* __restrict sum) {
             for (int i = 0; i < count; ++i) {
                 sum[i] = static_cast<std::uint16_t>(
-                    static_cast<int>(static_cast<float>(sum[i]) * share[i] + reference[i] * other[i] + 0.5F));
+                    roundedSample(static_cast<float>(sum[i]) * share[i] + reference[i] * other[i]));
             }
         };
         for (int row = first; row < end; ++row) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/merge/ghost_check.h"
+#include "host/merge/rounding.h"
 #include "host/program/bands.h"
 
 namespace eishost {
@@ -68,8 +69,8 @@ void blend(const cv::Mat& reference, const cv::Mat& mean, const Counted& counted
                     const int q = x / part;
                     const float other = static_cast<float>(others[x]) * (1.0F / kUnits);
                     both[x] = static_cast<std::uint8_t>(
-                        static_cast<int>(other + weights[q] * (static_cast<float>(alone[x]) - other) + 0.5F));
-                    rest[x] = settled[q] != 0 ? static_cast<std::uint8_t>(static_cast<int>(other + 0.5F)) : both[x];
+                        roundedSample(other + weights[q] * (static_cast<float>(alone[x]) - other)));
+                    rest[x] = settled[q] != 0 ? static_cast<std::uint8_t>(roundedSample(other)) : both[x];
                 }
             }
         }

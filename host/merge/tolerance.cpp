@@ -53,10 +53,10 @@ std::array<double, kKinds> ToleranceMeasure::usual() const {
         std::uint64_t count = 0;
         for (int bin = 0; bin < kBins; ++bin) count += histogram[bin];
         if (count < kFewest) continue;
-        std::uint64_t below = 0;
+        std::uint64_t left = count / 2;
         int bin = 0;
-        while (below + histogram[bin] < count / 2) below += histogram[bin++];
-        usual[one] = kBinWidth * (bin + double(count / 2 - below) / histogram[bin]);
+        while (histogram[bin] < left) left -= histogram[bin++];
+        usual[one] = kBinWidth * (bin + double(left) / histogram[bin]);
     }
     // A kind that hardly occurs takes after the nearest brightness with this gradient, or the next lower gradient.
     std::array<double, kKinds> filled = usual;
