@@ -110,7 +110,7 @@ std::string PagePictures::save(const std::string& name, const cv::Mat& bgr, int 
         }
         if (encoded.size() <= bytes) break;
     }
-    const std::string link = linkTo(name + kExtension);
+    std::string link = linkTo(name + kExtension);
     saveFile((fs::path(folder_) / link).string(),
              std::string_view(reinterpret_cast<const char*>(encoded.data()), encoded.size()));
     return link;

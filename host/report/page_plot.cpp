@@ -60,7 +60,8 @@ json noisePlot(const json& versions) {
         for (const json& point : version["noise"]) {
             const std::string x = fixedText(xOf(point.at("brightness")), 1);
             const std::string y = fixedText(yOf(point.at("sigma")), 1);
-            points += (points.empty() ? "" : " ") + x + "," + y;
+            if (!points.empty()) points += ' ';
+            points.append(x).append(",").append(y);
             line["dots"].push_back(
                 {{"x", x},
                  {"y", y},
