@@ -189,6 +189,8 @@ TEST_F(Pool, SignalsDoNotWakeAWorker) {
         usleep(500);
     }
     EXPECT_EQ(job.entered, 1);
+    runOnce(0, &job);  // a signal that is still on its way must not meet the default action
+    EXPECT_EQ(job.entered, 2);
     sigaction(SIGUSR1, &before, nullptr);
 }
 
