@@ -1,6 +1,5 @@
 #include "host/merge/merge_truth.h"
 
-#include <cmath>
 #include <filesystem>
 
 #include "host/picture/metrics.h"
@@ -8,14 +7,6 @@
 #include "host/synth/synth_truth.h"
 
 namespace eishost {
-
-namespace {
-
-nlohmann::ordered_json finite(double value) {
-    return std::isfinite(value) ? nlohmann::ordered_json(value) : nlohmann::ordered_json();
-}
-
-}  // namespace
 
 MergeTruth::MergeTruth(const std::string& folder, const std::string& reference, const std::vector<std::string>& frames,
                        FrameSource source) {
@@ -43,8 +34,8 @@ MergeScores MergeTruth::score(const Picture& picture) const {
 }
 
 void to_json(nlohmann::ordered_json& json, const MergeScores& scores) {
-    json = {{"psnrYOutsideMover", finite(scores.lumaOutside)},
-            {"psnrYInMoverArea", scores.lumaInside ? finite(*scores.lumaInside) : nlohmann::ordered_json()},
+    json = {{"psnrYOutsideMover", finiteOrNull(scores.lumaOutside)},
+            {"psnrYInMoverArea", finiteOrNull(scores.lumaInside)},
             {"everywhere", nlohmann::json(scores.everywhere)}};
 }
 

@@ -16,16 +16,15 @@ constexpr int kSsimWindow = 11;
 constexpr double kSsimSigma = 1.5;
 constexpr double kPeak = 255;
 
-nlohmann::json threePlanes(const cv::Vec3d& values) {
-    nlohmann::json out;
-    for (int plane = 0; plane < 3; ++plane) {
-        const char* const name[] = {"y", "u", "v"};
-        out[name[plane]] = std::isfinite(values[plane]) ? nlohmann::json(values[plane]) : nlohmann::json();
-    }
-    return out;
+}  // namespace
+
+nlohmann::json finiteOrNull(std::optional<double> value) {
+    return value && std::isfinite(*value) ? nlohmann::json(*value) : nlohmann::json();
 }
 
-}  // namespace
+nlohmann::json threePlanes(const cv::Vec3d& values) {
+    return {{"y", finiteOrNull(values[0])}, {"u", finiteOrNull(values[1])}, {"v", finiteOrNull(values[2])}};
+}
 
 double planePsnr(const cv::Mat& plane, const cv::Mat& reference, const cv::Rect& area, const cv::Mat& counted) {
     const cv::Mat mask = counted.empty() ? cv::Mat() : counted(area);

@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 #include <opencv2/core.hpp>
+#include <optional>
 #include <string>
 
 #include "host/picture/picture.h"
@@ -36,6 +37,11 @@ struct PictureQuality {
 // Of all planes inside `area`, given in luma pixels and even, and where `counted`, of luma's size, is not 0.
 PictureQuality pictureQuality(const Picture& picture, const Picture& reference, const cv::Rect& area,
                               const cv::Mat& counted = {});
+
+// A figure as JSON has it: null for one that is missing, infinite or no number.
+nlohmann::json finiteOrNull(std::optional<double> value);
+// {"y": .., "u": .., "v": ..}, of such figures.
+nlohmann::json threePlanes(const cv::Vec3d& values);
 
 // {"psnr": {"y": .., "u": .., "v": ..}, "ssim": {...}}, an infinite value as null.
 void to_json(nlohmann::json& json, const PictureQuality& quality);

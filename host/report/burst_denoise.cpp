@@ -1,6 +1,5 @@
 #include "host/report/burst_denoise.h"
 
-#include <cmath>
 #include <cstdio>
 
 #include "host/picture/metrics.h"
@@ -18,15 +17,6 @@ cv::Vec3d psnr(const Picture& picture, const Picture& clean, const cv::Rect& are
         values[plane] = planePsnr(picture.mat(plane), clean.mat(plane), planeArea, countedInPlane(scored, plane));
     }
     return values;
-}
-
-nlohmann::json threePlanes(const cv::Vec3d& values) {
-    nlohmann::json json;
-    const char* const names[] = {"y", "u", "v"};
-    for (int plane = 0; plane < 3; ++plane) {
-        json[names[plane]] = std::isfinite(values[plane]) ? nlohmann::json(values[plane]) : nlohmann::json();
-    }
-    return json;
 }
 
 }  // namespace

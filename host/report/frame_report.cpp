@@ -1,7 +1,6 @@
 #include "host/report/frame_report.h"
 
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <opencv2/imgproc.hpp>
 
@@ -30,10 +29,6 @@ class StopWatch {
 template <typename T>
 nlohmann::json orNull(const std::optional<T>& value) {
     return value ? nlohmann::json(*value) : nlohmann::json();
-}
-
-nlohmann::json finiteOrNull(const std::optional<double>& value) {
-    return value && std::isfinite(*value) ? nlohmann::json(*value) : nlohmann::json();
 }
 
 // How far the middle of the reference has moved, by the kept pairs.

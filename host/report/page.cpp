@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <opencv2/imgproc.hpp>
 
@@ -31,10 +30,6 @@ constexpr int kFrameColumns = 960;
 constexpr std::size_t kFrameBytes = 70'000;
 constexpr int kSmallFrameColumns = 320;  // of the frames behind those
 constexpr std::size_t kSmallFrameBytes = 10'000;
-
-nlohmann::json finite(double value) {
-    return std::isfinite(value) ? nlohmann::json(value) : nlohmann::json();
-}
 
 nlohmann::json rectJson(const cv::Rect& area) {
     return {{"x", area.x}, {"y", area.y}, {"width", area.width}, {"height", area.height}};
@@ -112,13 +107,13 @@ void Page::addVersion(const std::string& key, const std::string& title, const Pi
         }
         edges_.emplace(truth_ ? truth_->mat(0) : luma);
     }
-    nlohmann::json version{{"key", key}, {"title", title}, {"sharpness", finite(edges_->sharpness(luma))}};
+    nlohmann::json version{{"key", key}, {"title", title}, {"sharpness", finiteOrNull(edges_->sharpness(luma))}};
     if (key != "truth") {
         version["noise"] = noiseByBrightness(luma, truth_ ? truth_->mat(0) : cv::Mat(), counted_);
         if (truth_) {
             version["truth"] = pictureQuality(picture, *truth_, all, counted_);
             version["moverPsnrY"] =
-                mover_.empty() ? nlohmann::json() : finite(planePsnr(luma, truth_->mat(0), all, mover_));
+                mover_.empty() ? nlohmann::json() : finiteOrNull(planePsnr(luma, truth_->mat(0), all, mover_));
         }
     }
     const cv::Mat bgr = bgrFromPicture(picture);

@@ -40,21 +40,19 @@ void copyRows(const ImgCopyRecord& record) {
 
 ret_status copyPlaneInBands(const ImgCopyRecord& first, const TraceSite& site, int line) {
     ImgCopyRecord records[kBands];
-    for (int64_t band = 0; band < kBands; ++band) {
-        const int64_t row = band * first.rows;
+    ThreadGroup<kBands> group(site);
+    bool lastFailed = false;
+    for (int band = 0; band < kBands; ++band) {
+        const int64_t row = int64_t{band} * first.rows;
         records[band] = first;
         records[band].source += row * first.sourcePitch;
         records[band].destination += row * first.destinationPitch;
+        // A start that fails is told ahead of the next one, and the last one alone decides.
+        lastFailed = !group.start(copyThread, &records[band], line);
+        if (lastFailed) EIS_LOG_INFO("i = %d", band);
     }
-    bool lastFailed = false;
-    const auto tellMissing = [&](uint32_t missing) {
-        for (int band = 0; band < kBands; ++band) {
-            if ((missing >> band & 1) != 0) EIS_LOG_INFO("i = %d", band);
-        }
-        lastFailed = missing >> (kBands - 1) != 0;
-        if (lastFailed) EIS_LOG_INFO("Thread Create Error!");
-    };
-    runBands(records, copyThread, site, tellMissing, line);
+    if (lastFailed) EIS_LOG_INFO("Thread Create Error!");
+    group.join(line);
     return lastFailed ? retStsThreadError : retStsOK;
 }
 
