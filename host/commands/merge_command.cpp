@@ -1,6 +1,5 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <opencv2/imgproc.hpp>
@@ -98,8 +97,7 @@ void runMerge(const MergeArguments& arguments) {
 
     std::optional<Page> page;
     if (!arguments.page.folder.empty()) {
-        page.emplace(arguments.page, "merge",
-                     std::filesystem::path(arguments.inputs.front()).filename().string() + " and its burst");
+        page.emplace(arguments.page, "merge", burstTitle(arguments.inputs.front()));
     }
     Progress progress(arguments.inputs.size(), !arguments.trace && !arguments.log);
     std::optional<ToleranceMeasure> tolerance;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <opencv2/imgproc.hpp>
 #include <utility>
 
 #include "acore_types.h"
@@ -11,6 +12,15 @@
 namespace eishost {
 
 namespace {
+
+constexpr int kSmallColumns = 480;
+
+cv::Mat smallBgr(const Picture& picture) {
+    cv::Mat small;
+    const double factor = std::min(1.0, double{kSmallColumns} / picture.width);
+    cv::resize(bgrFromPicture(picture), small, {}, factor, factor, cv::INTER_AREA);
+    return small;
+}
 
 bool concernsOneInput(const HostError& error) {
     return error.code == kExitUnreadable || error.code == kExitUnsuitable;
@@ -38,7 +48,8 @@ BurstMember& BurstInput::newMember(const std::string& path, std::size_t file, in
                         .file = file,
                         .index = index,
                         .report = std::nullopt,
-                        .leftOut = {}});
+                        .leftOut = {},
+                        .asItCame = {}});
     tellReading(members_.back());
     return members_.back();
 }
@@ -82,6 +93,8 @@ void BurstInput::takeFrame(BurstMember& member, Picture picture) {
     } else if (!report.area || report.area->empty()) {
         member.leftOut = "nothing of it covers the reference";
     }
+    if (!member.leftOut.empty())
+        member.asItCame = smallBgr(report.outcome.aligned);  // which a refusal leaves as it came
     const AlignedFrame aligned{.picture = std::exchange(report.outcome.aligned, {}),
                                .area = report.area.value_or(cv::Rect()),
                                .ghosts = member.leftOut.empty() ? ghostsOf(members_.size() - 1) : cv::Mat()};

@@ -30,7 +30,7 @@ cv::Mat withGhosts(const Picture& picture, const cv::Mat& ghosts) {
     return coloured;
 }
 
-// Without pictures: there is nothing that lies on the reference.
+// What --json prints of a frame that is not in the merged picture.
 nlohmann::json leftOutFrame(const BurstMember& member) {
     nlohmann::json frame{{"frame", member.name}};
     if (member.report) frame = *member.report;
@@ -45,7 +45,9 @@ void addFrames(Page& page, const BurstInput& input) {
         for (; next != input.members().end(); ++next) {
             if (&*next == &input.referenceMember()) continue;
             if (next->leftOut.empty()) return;
-            page.addFrame(leftOutFrame(*next), {});
+            std::vector<std::pair<std::string, cv::Mat>> pictures;
+            if (!next->asItCame.empty()) pictures.emplace_back("as it came", next->asItCame);
+            page.addFrame(leftOutFrame(*next), pictures);
         }
     };
     const std::string reference = fileName(input.referenceMember().name);

@@ -17,7 +17,7 @@ std::string fileName(const std::string& path) {
 BurstPage::BurstPage(const PageOptions& options, const PreparedFrame& reference, const Picture* clean)
     : reference_(reference),
       clean_(clean),
-      page_(options, "burst", fileName(reference.name) + " and its burst"),
+      page_(options, "burst", burstTitle(reference.name)),
       mean_(reference.picture) {}
 
 void BurstPage::addFrame(const FrameReport& report) {

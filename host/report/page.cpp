@@ -45,6 +45,11 @@ void addPageOptions(CLI::App& command, PageOptions& options) {
     command.add_option("--stages", options.stages, "Folder of eis-lab stages, to be shown on the page")->needs(report);
 }
 
+std::string burstTitle(const std::string& reference) {
+    const fs::path path(reference);
+    return (path.parent_path().filename() / path.filename()).generic_string() + " and its burst";
+}
+
 Page::Page(const PageOptions& options, const std::string& command, const std::string& title)
     : options_(options), pictures_(options.folder) {
     document_ = {{"command", command},

@@ -24,6 +24,10 @@ struct PageOptions {
 
 void addPageOptions(CLI::App& command, PageOptions& options);
 
+// What the page of a burst is about: the reference, with the folder that tells bursts apart where all name their frames
+// alike.
+std::string burstTitle(const std::string& reference);
+
 // index.html and its pictures in one folder. Pictures are written as they are added, the page last, so that nobody
 // finds half of one. All throw HostError(kExitUnwritable) for what cannot be written.
 class Page {
