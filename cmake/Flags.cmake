@@ -46,5 +46,9 @@ else()
     # Without the crypto extensions x86-64-v2 leaves exactly the targets SSE4, AVX2 and AVX3.
     target_compile_options(eis_common INTERFACE -march=x86-64-v2)
     target_compile_definitions(eis_common INTERFACE HWY_DISABLE_PCLMUL_AES)
+    # Which vectors a thread works with is all the same to the thread sanitizer.
+    if(EIS_SANITIZE STREQUAL "thread")
+        target_compile_definitions(eis_common INTERFACE HWY_COMPILE_ONLY_STATIC)
+    endif()
     set(EIS_HWY_LIBRARY hwy)
 endif()
