@@ -15,6 +15,7 @@ void addPagesCommand(CLI::App& app);
 void addRegisterCommand(CLI::App& app);
 void addScaleCommand(CLI::App& app);
 void addSearchCommand(CLI::App& app);
+void addStabilizeCommand(CLI::App& app);
 void addSynthCommand(CLI::App& app);
 void addTablesCommand(CLI::App& app);
 void addTuningCommand(CLI::App& app);

@@ -13,6 +13,7 @@ void addCommands(CLI::App& app) {
     eishost::addMergeCommand(app);
     eishost::addScaleCommand(app);
     eishost::addSearchCommand(app);
+    eishost::addStabilizeCommand(app);
     eishost::addSynthCommand(app);
     eishost::addTablesCommand(app);
     eishost::addTuningCommand(app);

@@ -22,6 +22,11 @@ constexpr std::uint8_t kFreshCpu = 0xd5;
 
 DspArena* installed = nullptr;
 
+// Memory that is both sides of its buffer needs no copy.
+void copySide(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes) {
+    if (to != from) std::memmove(to, from, bytes);
+}
+
 }  // namespace
 
 DspArena::DspArena(std::ostream* trace) : next_(kFirstAddress), trace_(trace) {
@@ -98,13 +103,13 @@ std::uint8_t* DspArena::cpuSide(DeviceAddress address) const {
 void DspArena::syncToCpu(DeviceAddress address) {
     const Place place = find(address);
     traceLine("host syncs to CPU", place, address);
-    if (place.buffer != nullptr) std::memmove(place.buffer->cpu, place.buffer->dsp, place.buffer->bytes);
+    if (place.buffer != nullptr) copySide(place.buffer->cpu, place.buffer->dsp, place.buffer->bytes);
 }
 
 void DspArena::syncToDsp(DeviceAddress address) {
     const Place place = find(address);
     traceLine("host syncs to DSP", place, address);
-    if (place.buffer != nullptr) std::memmove(place.buffer->dsp, place.buffer->cpu, place.buffer->bytes);
+    if (place.buffer != nullptr) copySide(place.buffer->dsp, place.buffer->cpu, place.buffer->bytes);
 }
 
 void* DspArena::convert(DeviceAddress address) {
@@ -116,13 +121,13 @@ void* DspArena::convert(DeviceAddress address) {
 void DspArena::invalidate(void* address) {
     const Place place = installed->findCpu(address);
     installed->traceLine("invalidate", place, reinterpret_cast<std::uintptr_t>(address));
-    if (place.buffer != nullptr) std::memmove(place.buffer->cpu, place.buffer->dsp, place.buffer->bytes);
+    if (place.buffer != nullptr) copySide(place.buffer->cpu, place.buffer->dsp, place.buffer->bytes);
 }
 
 void DspArena::flush(void* address) {
     const Place place = installed->findCpu(address);
     installed->traceLine("flush", place, reinterpret_cast<std::uintptr_t>(address));
-    if (place.buffer != nullptr) std::memmove(place.buffer->dsp, place.buffer->cpu, place.buffer->bytes);
+    if (place.buffer != nullptr) copySide(place.buffer->dsp, place.buffer->cpu, place.buffer->bytes);
 }
 
 void DspArena::traceLine(const char* verb, const Place& place, std::uintptr_t asked) const {

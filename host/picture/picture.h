@@ -87,6 +87,9 @@ class PictureReader {
     const ClipFormat* clipFormat() const;
     std::string_view pictureFields() const;
 
+    // How many pictures are to come, as far as the length of a file tells.
+    std::optional<std::size_t> picturesLeft() const;
+
   private:
     std::unique_ptr<PictureSource> source_;
 };

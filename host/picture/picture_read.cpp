@@ -98,6 +98,7 @@ class PictureSource {
     virtual std::optional<Picture> next() = 0;
     virtual const ClipFormat* clipFormat() const { return nullptr; }
     virtual std::string_view pictureFields() const { return {}; }
+    virtual std::optional<std::size_t> picturesLeft() const { return std::nullopt; }
 };
 
 namespace {
@@ -133,6 +134,7 @@ class ClipSource : public PictureSource {
     }
     const ClipFormat* clipFormat() const override { return &reader_.format(); }
     std::string_view pictureFields() const override { return reader_.pictureFields(); }
+    std::optional<std::size_t> picturesLeft() const override { return reader_.picturesLeft(); }
 
   private:
     std::string name_;
@@ -206,6 +208,10 @@ const ClipFormat* PictureReader::clipFormat() const {
 
 std::string_view PictureReader::pictureFields() const {
     return source_->pictureFields();
+}
+
+std::optional<std::size_t> PictureReader::picturesLeft() const {
+    return source_->picturesLeft();
 }
 
 std::vector<Picture> loadPictures(const std::string& path, const RawOptions& raw) {

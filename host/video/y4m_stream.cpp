@@ -107,6 +107,12 @@ std::optional<Picture> Y4mReader::next() {
     return picture;
 }
 
+std::optional<std::size_t> Y4mReader::picturesLeft() const {
+    const std::optional<std::uintmax_t> bytes = file_.bytesLeft();
+    if (!bytes) return std::nullopt;
+    return static_cast<std::size_t>(*bytes) / (layout_.bytes() + kPictureMagic.size() + 1);
+}
+
 Y4mWriter::Y4mWriter(OutputFile& file, ClipFormat format) : file_(file), format_(std::move(format)) {}
 
 void Y4mWriter::write(const Picture& picture, std::string_view pictureFields) {

@@ -46,6 +46,9 @@ class Y4mReader {
     // The fields in front of the picture that was read last, as " Itpp".
     const std::string& pictureFields() const { return pictureFields_; }
 
+    // How many are to come, as far as the length of a file tells.
+    std::optional<std::size_t> picturesLeft() const;
+
   private:
     bool readLine(std::string& line);
     std::string pictureName() const;

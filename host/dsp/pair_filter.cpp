@@ -1,0 +1,99 @@
+#include "host/dsp/pair_filter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <string>
+
+#include "host/dsp/library_log.h"
+#include "host/dsp/match_tables.h"
+#include "host/program/exit_codes.h"
+
+namespace eishost {
+
+namespace {
+
+// The entry takes pairs within this many of its pixels for agreeing: the square root of 15.
+constexpr double kLibraryTolerance = 3.8729833;
+constexpr int kFewestPairs = 5;
+
+// A keypoint table of the points times `scale`.
+void writeKeypoints(std::uint8_t* to, const std::vector<cv::Point2f>& points, double scale) {
+    for (const cv::Point2f& point : points) {
+        const std::int32_t row[3] = {static_cast<std::int32_t>(std::lround(point.x * scale * kKeypointUnits)),
+                                     static_cast<std::int32_t>(std::lround(point.y * scale * kKeypointUnits)), 0};
+        std::memcpy(to, row, sizeof row);
+        to += sizeof row;
+    }
+}
+
+std::vector<cv::Point2f> readPoints(const std::uint8_t* from, int count, double scale) {
+    std::vector<cv::Point2f> points(count);
+    std::memcpy(points.data(), from, sizeof(cv::Point2f) * points.size());
+    for (cv::Point2f& point : points) point *= 1.0 / scale;
+    return points;
+}
+
+}  // namespace
+
+PairFilter::PairFilter(DspArena& arena, int mostPairs)
+    : arena_(arena), mostPairs_(std::min(mostPairs, kMaxKeypoints)), block_(0) {
+    const auto most = static_cast<std::size_t>(mostPairs_);
+    words_.stMatchPairs.pRefPoints = arena.allocate(most * sizeof(cv::Point2f), "stMatchPairs.pRefPoints");
+    words_.stMatchPairs.pCurPoints = arena.allocate(most * sizeof(cv::Point2f), "stMatchPairs.pCurPoints");
+    words_.pRefKeypoints = arena.allocate(most * 3 * sizeof(std::int32_t), "pRefKeypoints");
+    words_.pCurKeypoints = arena.allocate(most * 3 * sizeof(std::int32_t), "pCurKeypoints");
+    words_.pRefIndex = list(most * sizeof(std::int16_t), "pRefIndex");
+    words_.pCurIndex = list(most * sizeof(std::int16_t), "pCurIndex");
+    words_.pDistance = list(most * sizeof(std::int32_t), "pDistance");
+    for (int i = 0; i < mostPairs_; ++i) {  // pair i is row i of both tables
+        const auto row = static_cast<std::int16_t>(i);
+        std::memcpy(arena.dspSide(words_.pRefIndex) + i * sizeof row, &row, sizeof row);
+        std::memcpy(arena.dspSide(words_.pCurIndex) + i * sizeof row, &row, sizeof row);
+    }
+    for (const DeviceAddress address : {words_.pRefIndex, words_.pCurIndex, words_.pDistance}) {
+        arena.syncToCpu(address);
+    }
+    words_.coordScale = 1;
+    words_.ratio = 1;
+    block_ = arena.allocate(sizeof words_, "block of RansacEst_AcoreAPI_EIS");
+}
+
+// All 0, so that a distance is always below that of a second best, which no pair has.
+DeviceAddress PairFilter::list(std::size_t bytes, const char* field) {
+    const DeviceAddress address = arena_.allocate(bytes, field);
+    std::memset(arena_.dspSide(address), 0, bytes);
+    return address;
+}
+
+PointPairs PairFilter::agreeing(const PointPairs& pairs, double tolerance, std::ostream* log) {
+    const int count = std::min(static_cast<int>(pairs.ref.size()), mostPairs_);
+    if (count < kFewestPairs) return {};
+    // The entry's tolerance is fixed, so the points are handed over at the scale that makes it the wanted one.
+    const double scale = kLibraryTolerance / tolerance;
+    writeKeypoints(arena_.dspSide(words_.pRefKeypoints), {pairs.ref.begin(), pairs.ref.begin() + count}, scale);
+    writeKeypoints(arena_.dspSide(words_.pCurKeypoints), {pairs.cur.begin(), pairs.cur.begin() + count}, scale);
+    words_.stMatchPairs.pointNum = words_.matchNum = count;
+    std::memcpy(arena_.dspSide(block_), &words_, sizeof words_);
+    for (const DeviceAddress address : {words_.pRefKeypoints, words_.pCurKeypoints, block_}) {
+        arena_.syncToCpu(address);
+    }
+
+    startLibraryLog(log);
+    auto* const block = reinterpret_cast<RansacEstParaContext*>(arena_.cpuSide(block_));
+    const ret_status status = RansacEst_AcoreAPI_EIS(block);
+    if (status == retStsNotEnoughKeypoints) return {};
+    if (status != retStsOK) {
+        throw HostError(kExitLibrary, "RansacEst_AcoreAPI_EIS returned " + std::to_string(status));
+    }
+    // The entry flushes nothing.
+    for (const DeviceAddress address : {block_, words_.stMatchPairs.pRefPoints, words_.stMatchPairs.pCurPoints}) {
+        arena_.syncToDsp(address);
+    }
+    const int kept = arena_.get<RansacEstParaContext>(block_).stMatchPairs.pointNum;
+    if (kept < kFewestPairs) return {};
+    return {readPoints(arena_.dspSide(words_.stMatchPairs.pRefPoints), kept, scale),
+            readPoints(arena_.dspSide(words_.stMatchPairs.pCurPoints), kept, scale)};
+}
+
+}  // namespace eishost

@@ -1,0 +1,37 @@
+// RansacEst_AcoreAPI_EIS as a host calls it: of many pairs those that agree on one homography.
+#pragma once
+
+#include <iosfwd>
+#include <opencv2/core.hpp>
+#include <vector>
+
+#include "host/dsp/dsp_arena.h"
+
+namespace eishost {
+
+// Index-aligned positions in two frames, in pixels.
+struct PointPairs {
+    std::vector<cv::Point2f> ref;
+    std::vector<cv::Point2f> cur;
+};
+
+class PairFilter {
+  public:
+    // Buffers for `mostPairs` pairs are made once, in `arena`, which outlives this.
+    PairFilter(DspArena& arena, int mostPairs);
+
+    // The pairs that are within `tolerance` pixels of the homography that most of them agree on, in their order; none
+    // when there are under five or no homography fits as many. Positions come back in steps of a fraction of the
+    // tolerance. `log`, when not null, gets the library's lines. HostError(kExitLibrary) when the entry fails.
+    PointPairs agreeing(const PointPairs& pairs, double tolerance, std::ostream* log);
+
+  private:
+    DeviceAddress list(std::size_t bytes, const char* field);
+
+    DspArena& arena_;
+    int mostPairs_;
+    RansacEstParaContext words_{};
+    DeviceAddress block_;
+};
+
+}  // namespace eishost
