@@ -22,7 +22,6 @@ namespace {
 
 constexpr char kLeast[] = "least";
 constexpr double kMostZoom = 2;
-constexpr double kLeastSmooth = 15;  // frames, where the path decides the zoom and none is given
 
 struct StabilizeArguments {
     std::string input;
@@ -61,8 +60,9 @@ StabilizerOptions completeOptions(const StabilizeArguments& arguments) {
     }
     if (arguments.input == "-") throw HostError(kExitUsage, "--zoom least reads the clip twice, and so needs a file");
     if (options.path.mirror) throw HostError(kExitUsage, "--zoom least has no margin that could be mirrored");
-    if (options.path.still) throw HostError(kExitUsage, "--zoom least is for a path that --smooth makes, no --tripod");
-    if (!options.path.smooth) options.path.smooth = kLeastSmooth;
+    if (options.path.kind != PathKind::kGaussian) {
+        throw HostError(kExitUsage, "--zoom least is for a path that --smooth makes");
+    }
     return options;
 }
 
@@ -178,13 +178,21 @@ void addPathOptions(CLI::App& command, StabilizeArguments& arguments) {
         .add_option("--margin", arguments.margin,
                     "mirror: what lies outside of the frame is its mirror image, so that --zoom may be 1")
         ->check(CLI::IsMember({"none", "mirror"}));
-    auto* const smooth =
-        command
-            .add_option("--smooth", arguments.path.smooth,
-                        "Smooth the path by a Gaussian of so many frames' standard deviation; the default is a path "
-                        "that\nstands still or moves evenly (L1-optimal)")
-            ->check(CLI::Range(0.5, 300.0));
-    command.add_flag("--tripod", arguments.path.still, "The camera is meant to stand still")->excludes(smooth);
+    auto* const smooth = command
+                             .add_option("--smooth", arguments.path.smooth,
+                                         "Smooth the camera's path by a Gaussian of so many frames' standard deviation")
+                             ->check(CLI::Range(0.5, 300.0))
+                             ->capture_default_str();
+    const auto addKind = [&](const char* name, PathKind kind, const char* help) {
+        return command
+            .add_flag_callback(
+                name, [&arguments, kind] { arguments.path.kind = kind; }, help)
+            ->excludes(smooth);
+    };
+    auto* const optimal = addKind("--optimal", PathKind::kOptimal,
+                                  "A path that stands still, moves evenly or changes its speed evenly, stretch by "
+                                  "stretch (L1-optimal),\nin place of the smoothed one");
+    addKind("--tripod", PathKind::kStill, "The camera is meant to stand still")->excludes(optimal);
     command
         .add_option("--lookahead", arguments.path.lookahead,
                     "Frames that are read ahead and held in memory; fewer make a path less smooth")

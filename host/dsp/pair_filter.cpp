@@ -27,11 +27,18 @@ void writeKeypoints(std::uint8_t* to, const std::vector<cv::Point2f>& points, do
     }
 }
 
-std::vector<cv::Point2f> readPoints(const std::uint8_t* from, int count, double scale) {
-    std::vector<cv::Point2f> points(count);
-    std::memcpy(points.data(), from, sizeof(cv::Point2f) * points.size());
-    for (cv::Point2f& point : points) point *= 1.0 / scale;
-    return points;
+// The rows of a keypoint table whose positions the points are, which keep the table's order.
+std::vector<int> rowsOf(const std::uint8_t* points, int count, const std::uint8_t* table, int rows) {
+    std::vector<int> found;
+    for (int row = 0; row < rows && static_cast<int>(found.size()) < count; ++row) {
+        std::int32_t keypoint[2];
+        std::memcpy(keypoint, table + 3 * row * sizeof keypoint[0], sizeof keypoint);
+        cv::Point2f point;
+        std::memcpy(&point, points + found.size() * sizeof point, sizeof point);
+        const cv::Point2f position(static_cast<float>(keypoint[0]), static_cast<float>(keypoint[1]));
+        if (point * kKeypointUnits == position) found.push_back(row);
+    }
+    return found;
 }
 
 }  // namespace
@@ -66,7 +73,7 @@ DeviceAddress PairFilter::list(std::size_t bytes, const char* field) {
     return address;
 }
 
-PointPairs PairFilter::agreeing(const PointPairs& pairs, double tolerance, std::ostream* log) {
+std::vector<int> PairFilter::agreeing(const PointPairs& pairs, double tolerance, std::ostream* log) {
     const int count = std::min(static_cast<int>(pairs.ref.size()), mostPairs_);
     if (count < kFewestPairs) return {};
     // The entry's tolerance is fixed, so the points are handed over at the scale that makes it the wanted one.
@@ -87,13 +94,10 @@ PointPairs PairFilter::agreeing(const PointPairs& pairs, double tolerance, std::
         throw HostError(kExitLibrary, "RansacEst_AcoreAPI_EIS returned " + std::to_string(status));
     }
     // The entry flushes nothing.
-    for (const DeviceAddress address : {block_, words_.stMatchPairs.pRefPoints, words_.stMatchPairs.pCurPoints}) {
-        arena_.syncToDsp(address);
-    }
+    for (const DeviceAddress address : {block_, words_.stMatchPairs.pRefPoints}) arena_.syncToDsp(address);
     const int kept = arena_.get<RansacEstParaContext>(block_).stMatchPairs.pointNum;
     if (kept < kFewestPairs) return {};
-    return {readPoints(arena_.dspSide(words_.stMatchPairs.pRefPoints), kept, scale),
-            readPoints(arena_.dspSide(words_.stMatchPairs.pCurPoints), kept, scale)};
+    return rowsOf(arena_.dspSide(words_.stMatchPairs.pRefPoints), kept, arena_.dspSide(words_.pRefKeypoints), count);
 }
 
 }  // namespace eishost

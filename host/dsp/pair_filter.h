@@ -20,10 +20,11 @@ class PairFilter {
     // Buffers for `mostPairs` pairs are made once, in `arena`, which outlives this.
     PairFilter(DspArena& arena, int mostPairs);
 
-    // The pairs that are within `tolerance` pixels of the homography that most of them agree on, in their order; none
-    // when there are under five or no homography fits as many. Positions come back in steps of a fraction of the
-    // tolerance. `log`, when not null, gets the library's lines. HostError(kExitLibrary) when the entry fails.
-    PointPairs agreeing(const PointPairs& pairs, double tolerance, std::ostream* log);
+    // The numbers of the pairs that are within `tolerance` pixels of the homography that most of them agree on,
+    // ascending; none when there are under five pairs or no homography fits as many. Of pairs with one reference
+    // position only the first one counts. `log`, when not null, gets the library's lines. HostError(kExitLibrary) when
+    // the entry fails.
+    std::vector<int> agreeing(const PointPairs& pairs, double tolerance, std::ostream* log);
 
   private:
     DeviceAddress list(std::size_t bytes, const char* field);

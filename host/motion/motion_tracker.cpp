@@ -1,7 +1,9 @@
 #include "host/motion/motion_tracker.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <numeric>
 #include <opencv2/imgproc.hpp>
 #include <opencv2/video/tracking.hpp>
 #include <utility>
@@ -14,9 +16,14 @@ namespace eishost {
 
 namespace {
 
-constexpr int kMostPoints = 220;
-constexpr int kFewestPoints = 150;      // then new ones are looked for
-constexpr int kOldestPoints = 12;       // frames; they wander off the picture's parts that were in view first
+constexpr int kMostCandidates = 1000;
+constexpr int kColumns = 8;  // of cells that the frame is divided into
+constexpr int kRows = 5;
+constexpr int kCells = kColumns * kRows;
+constexpr int kMostInCell = 7;
+constexpr int kMostPoints = kCells * kMostInCell;
+constexpr int kFewestPoints = 160;      // then new ones are looked for
+constexpr int kSearchEach = 8;          // frames; points wander off with what was in view first
 constexpr double kPointQuality = 0.01;  // of the strongest corner
 constexpr double kPointDistance = 14;   // pixels of the reduced frame
 constexpr int kPointWindow = 5;
@@ -43,6 +50,18 @@ cv::Matx33d scaled(const cv::Matx33d& homography, double factor) {
            cv::Matx33d(1 / factor, 0, 0, 0, 1 / factor, 0, 0, 0, 1);
 }
 
+int cellOf(const cv::Point2f& point, cv::Size reduced) {
+    const int column = static_cast<int>(point.x) * kColumns / reduced.width;
+    const int row = static_cast<int>(point.y) * kRows / reduced.height;
+    return row * kColumns + column;
+}
+
+bool isAtEdge(int cell) {
+    const int column = cell % kColumns;
+    const int row = cell / kColumns;
+    return column == 0 || column == kColumns - 1 || row == 0 || row == kRows - 1;
+}
+
 cv::Mat thumbnailOf(const cv::Mat& reduced) {
     cv::Mat small;
     cv::resize(reduced, small, kThumbnail, 0, 0, cv::INTER_AREA);
@@ -58,6 +77,18 @@ double correlation(const cv::Mat& a, const cv::Mat& b) {
     return a.dot(b) / kThumbnail.area();
 }
 
+// The similarity, where the homography follows the pairs no better than four more parameters follow their noise (the
+// Bayesian information criterion, Schwarz 1978): fewer parameters carry less of it into the motion.
+cv::Matx33d simplest(const cv::Matx33d& homography, const PointPairs& pairs) {
+    const cv::Matx33d similarity = fitSimilarity(pairs.ref, pairs.cur);
+    const double count = 2.0 * static_cast<double>(pairs.ref.size());
+    const double gain = count *
+                        std::log(rmsResidual(similarity, pairs.ref, pairs.cur) /
+                                 std::max(1e-9, rmsResidual(homography, pairs.ref, pairs.cur))) *
+                        2;
+    return gain > 4 * std::log(count) ? homography : similarity;
+}
+
 // A least squares fit, and once more without the pairs that it leaves far off.
 std::optional<cv::Matx33d> robustFit(const PointPairs& pairs) {
     const auto first = fitHomography(pairs.ref, pairs.cur);
@@ -71,7 +102,7 @@ std::optional<cv::Matx33d> robustFit(const PointPairs& pairs) {
     }
     if (near.ref.size() < kFewestAgree) return first;
     const auto second = fitHomography(near.ref, near.cur);
-    return second ? second : first;
+    return simplest(second ? *second : *first, near);
 }
 
 }  // namespace
@@ -91,16 +122,41 @@ MotionTracker::View MotionTracker::prepare(const cv::Mat& luma) const {
     return view;
 }
 
+// Adds to the points of a view the strongest corners of each cell that has few of them: one object of strong contrast
+// must not outvote the scene.
 void MotionTracker::findPoints(View& view) const {
-    view.pointsAge = 0;
-    view.points.clear();
+    view.sinceSearch = 0;
     if (cv::countNonZero(view.thumbnail) == 0) return;
-    cv::goodFeaturesToTrack(view.pyramid[0], view.points, kMostPoints, kPointQuality, kPointDistance, {}, kPointWindow);
+    std::vector<cv::Point2f> strongest;
+    cv::goodFeaturesToTrack(view.pyramid[0], strongest, kMostCandidates, kPointQuality, kPointDistance, {},
+                            kPointWindow);
+    const cv::Size size = view.pyramid[0].size();
+    std::array<int, kCells> taken{};
+    for (const cv::Point2f& point : view.points) ++taken.at(cellOf(point, size));
+    const std::vector<cv::Point2f> older = view.points;
+    for (const cv::Point2f& point : strongest) {
+        const bool isNew = std::none_of(older.begin(), older.end(), [&](const cv::Point2f& other) {
+            const cv::Point2f apart = point - other;
+            return apart.dot(apart) < kPointDistance * kPointDistance;
+        });
+        if (!isNew || taken.at(cellOf(point, size)) >= kMostInCell) continue;
+        ++taken.at(cellOf(point, size));
+        view.points.push_back(point);
+        view.ages.push_back(0);
+    }
 }
 
-std::optional<MotionTracker::Estimate> MotionTracker::estimate(const View& from, const View& to,
-                                                               const cv::Matx33d& expected) {
-    if (from.points.size() < kFewestAgree) return std::nullopt;
+MotionTracker::Followed MotionTracker::Followed::those(const std::vector<int>& numbers) const {
+    Followed some;
+    for (const int number : numbers) {
+        some.pairs.ref.push_back(pairs.ref[number]);
+        some.pairs.cur.push_back(pairs.cur[number]);
+        some.ages.push_back(ages[number]);
+    }
+    return some;
+}
+
+MotionTracker::Followed MotionTracker::follow(const View& from, const View& to, const cv::Matx33d& expected) const {
     std::vector<cv::Point2f> moved;
     const cv::Matx33d reducedExpected = scaled(expected, 1.0 / reduction_);
     for (const cv::Point2f& point : from.points) moved.emplace_back(project(reducedExpected, point));
@@ -108,29 +164,60 @@ std::optional<MotionTracker::Estimate> MotionTracker::estimate(const View& from,
     cv::calcOpticalFlowPyrLK(from.pyramid, to.pyramid, from.points, moved, found, cv::noArray(), kWindow, kLevels,
                              {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, kRounds, kSettled},
                              cv::OPTFLOW_USE_INITIAL_FLOW);
-    PointPairs pairs;
-    const cv::Rect2f inside({0, 0}, cv::Size2f(to.thumbnail.empty() ? cv::Size() : to.pyramid[0].size()));
+    Followed followed;
+    const cv::Rect2f inside({0, 0}, cv::Size2f(to.pyramid[0].size()));
     for (std::size_t i = 0; i < moved.size(); ++i) {
         if (found[i] == 0 || !inside.contains(moved[i])) continue;
-        pairs.ref.push_back(from.points[i]);
-        pairs.cur.push_back(moved[i]);
+        followed.pairs.ref.push_back(from.points[i]);
+        followed.pairs.cur.push_back(moved[i]);
+        followed.ages.push_back(from.ages[i]);
     }
-    const PointPairs agreeing = filter_.agreeing(pairs, kTolerance, options_.log);
-    if (agreeing.ref.size() < kFewestAgree ||
-        static_cast<double>(agreeing.ref.size()) < kLeastAgree * static_cast<double>(from.points.size())) {
+    return followed;
+}
+
+// The points that move with the scene. Where a second motion has many points, too, that of a large object, the scene's
+// is the one that is seen in more cells, at the frame's edges above all, and by points that agreed before.
+MotionTracker::Followed MotionTracker::ofTheScene(const Followed& points, cv::Size reduced) {
+    const std::vector<int> first = filter_.agreeing(points.pairs, kTolerance, options_.log);
+    std::vector<int> rest;
+    for (int i = 0; i < static_cast<int>(points.ages.size()); ++i) {
+        if (!std::binary_search(first.begin(), first.end(), i)) rest.push_back(i);
+    }
+    const Followed most = points.those(first);
+    if (rest.size() < kFewestAgree || rest.size() < kLeastAgree * static_cast<double>(points.ages.size())) return most;
+    const Followed others = points.those(rest);
+    const Followed second = others.those(filter_.agreeing(others.pairs, kTolerance, options_.log));
+    if (second.ages.size() < kFewestAgree) return most;
+    const auto weight = [&](const Followed& group) {
+        std::array<int, kCells> cells{};
+        for (std::size_t i = 0; i < group.ages.size(); ++i) {
+            const int cell = cellOf(group.pairs.cur[i], reduced);
+            cells.at(cell) = std::max(cells.at(cell), (isAtEdge(cell) ? 2 : 1) + (group.ages[i] > 1 ? 2 : 0));
+        }
+        return std::accumulate(cells.begin(), cells.end(), 0);
+    };
+    return weight(second) > weight(most) ? second : most;
+}
+
+std::optional<MotionTracker::Estimate> MotionTracker::estimate(const View& from, const View& to,
+                                                               const cv::Matx33d& expected) {
+    if (from.points.size() < kFewestAgree) return std::nullopt;
+    const Followed scene = ofTheScene(follow(from, to, expected), to.pyramid[0].size());
+    if (scene.ages.size() < kFewestAgree ||
+        static_cast<double>(scene.ages.size()) < kLeastAgree * static_cast<double>(from.points.size())) {
         return std::nullopt;
     }
-    const auto reducedHomography = robustFit(agreeing);
+    const auto reducedHomography = robustFit(scene.pairs);
     if (!reducedHomography) return std::nullopt;
     // Samples of the reduced frame are means, whose middles lie between those of the frame.
     const double shift = (reduction_ - 1) / 2.0;
     const cv::Matx33d toFull(reduction_, 0, shift, 0, reduction_, shift, 0, 0, 1);
     const cv::Matx33d homography = normalised(toFull * *reducedHomography * toFull.inv());
     for (const cv::Point2d& corner : frameCorners(frame_)) {
-        const cv::Point2d moved2 = project(homography, corner) - project(expected, corner);
-        if (!(cv::norm(moved2) < kFarthest * frame_.width)) return std::nullopt;
+        const cv::Point2d farther = project(homography, corner) - project(expected, corner);
+        if (!(cv::norm(farther) < kFarthest * frame_.width)) return std::nullopt;
     }
-    return Estimate{homography, agreeing.cur};
+    return Estimate{homography, scene};
 }
 
 void MotionTracker::restart(View view) {
@@ -172,9 +259,11 @@ FrameMotion MotionTracker::next(const cv::Mat& luma) {
     if (!measured) measured = acrossGap(view);
     if (measured) {
         motion.fromPrevious = measured->homography;
-        view.points = std::move(measured->points);
-        view.pointsAge = last_->pointsAge + 1;
-        if (view.points.size() < kFewestPoints || view.pointsAge >= kOldestPoints) findPoints(view);
+        view.points = std::move(measured->points.pairs.cur);
+        view.ages = std::move(measured->points.ages);
+        for (int& age : view.ages) ++age;
+        view.sinceSearch = last_->sinceSearch + 1;
+        if (view.points.size() < kFewestPoints || view.sinceSearch >= kSearchEach) findPoints(view);
         usual_ = normalised(usual_ * (1 - kUsualShare) + motion.fromPrevious * kUsualShare);
         beforeGap_.reset();
         gap_ = 0;

@@ -39,17 +39,27 @@ class MotionTracker {
     struct View {
         std::vector<cv::Mat> pyramid;
         std::vector<cv::Point2f> points;  // what is to be followed from here, in the reduced frame
+        std::vector<int> ages;            // of the points: for how many frames each agreed with the motion
         cv::Mat thumbnail;                // of mean 0 and variance 1; zero for a blank frame
-        int pointsAge = 0;                // frames since they were found
+        int sinceSearch = 0;              // frames since points were looked for
     };
-    // A homography of full size pixels, and the points that agree on it, as they lie in the later frame.
+    // Points as they lie in two frames.
+    struct Followed {
+        PointPairs pairs;
+        std::vector<int> ages;
+
+        Followed those(const std::vector<int>& numbers) const;
+    };
+    // A homography of full size pixels, and the points that agree on it.
     struct Estimate {
         cv::Matx33d homography;
-        std::vector<cv::Point2f> points;
+        Followed points;
     };
 
     View prepare(const cv::Mat& luma) const;
     void findPoints(View& view) const;
+    Followed follow(const View& from, const View& to, const cv::Matx33d& expected) const;
+    Followed ofTheScene(const Followed& points, cv::Size reduced);
     std::optional<Estimate> estimate(const View& from, const View& to, const cv::Matx33d& expected);
     std::optional<Estimate> acrossGap(const View& view);
     void refineByReference(const View& view, FrameMotion& motion);

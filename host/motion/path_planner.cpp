@@ -22,12 +22,19 @@ constexpr std::size_t kShapeReach = 15;
 constexpr double kReach = 2.5;    // standard deviations
 constexpr double kSafety = 0.25;  // pixels that the path stays off the frame's edges
 
+PathWeights envWeights() {
+    PathWeights w = kWeights;
+    if (const char* e = getenv("W")) sscanf(e, "%lf,%lf,%lf", &w.speed, &w.acceleration, &w.jerk);
+    return w;
+}
+
 }  // namespace
 
 PathPlanner::PathPlanner(cv::Size frame, const PathOptions& options) : frame_(frame), options_(options) {
     bounds_.aspect = static_cast<double>(frame.height) / frame.width;
     bounds_.zoom = options.zoom;
-    bounds_.overhang = options.mirror ? (options.still ? kStillOverhang : kOverhang) : -2 * kSafety / frame.width;
+    bounds_.overhang =
+        options.mirror ? (options.kind == PathKind::kStill ? kStillOverhang : kOverhang) : -2 * kSafety / frame.width;
 }
 
 void PathPlanner::beginScene() {
@@ -37,7 +44,7 @@ void PathPlanner::beginScene() {
 
 std::size_t PathPlanner::step(std::size_t pending) const {
     // A program of many frames costs more than it gains when each solution is used for one of them.
-    return options_.smooth ? 1 : std::max<std::size_t>(1, pending / 3);
+    return options_.kind == PathKind::kGaussian ? 1 : std::max<std::size_t>(1, pending / 3);
 }
 
 cv::Matx33d PathPlanner::plain() const {
@@ -85,7 +92,8 @@ std::vector<cv::Matx33d> PathPlanner::takeOptimal(std::size_t first, std::size_t
         window.slack.push_back(slack);
         if (at < first) window.held.push_back(decided_[at]);
     }
-    const std::vector<Similarity> path = l1Path(window, bounds_, options_.still ? kStillWeights : kWeights);
+    const std::vector<Similarity> path =
+        l1Path(window, bounds_, options_.kind == PathKind::kStill ? kStillWeights : envWeights());
     std::vector<cv::Matx33d> corrections;
     for (std::size_t at = first; at < first + count; ++at) {
         decided_.push_back(path[at - begin]);
@@ -96,7 +104,7 @@ std::vector<cv::Matx33d> PathPlanner::takeOptimal(std::size_t first, std::size_t
 
 std::vector<cv::Matx33d> PathPlanner::takeGaussian(std::size_t first, std::size_t count) const {
     const auto lookahead = static_cast<std::size_t>(options_.lookahead);
-    const std::size_t reach = std::min<std::size_t>(static_cast<std::size_t>(std::ceil(kReach * *options_.smooth)),
+    const std::size_t reach = std::min<std::size_t>(static_cast<std::size_t>(std::ceil(kReach * options_.smooth)),
                                                     std::max<std::size_t>(1, lookahead * 3 / 4));
     // Where the frame's bounds limit a correction its neighbours give way, too, so that nothing jerks: the least share
     // of frames around, then the mean of that.
@@ -106,7 +114,7 @@ std::vector<cv::Matx33d> PathPlanner::takeGaussian(std::size_t first, std::size_
     std::vector<cv::Matx33d> full;
     std::vector<double> shares;
     for (std::size_t at = from; at < end; ++at) {
-        full.push_back(gaussianCorrection(motions_, at, *options_.smooth, reach) * plain());
+        full.push_back(gaussianCorrection(motions_, at, options_.smooth, reach) * plain());
         shares.push_back(shareInside(full.back()));
     }
     const auto around = [&](std::size_t at, auto visit) {
@@ -137,7 +145,8 @@ std::vector<cv::Matx33d> PathPlanner::take(std::span<const cv::Matx33d> pending,
     for (const cv::Matx33d& motion : pending) {
         similarMotions_.push_back(nearestSimilarity(motion, frame_).inPixels(frame_));
     }
-    std::vector<cv::Matx33d> corrections = options_.smooth ? takeGaussian(first, count) : takeOptimal(first, count);
+    std::vector<cv::Matx33d> corrections =
+        options_.kind == PathKind::kGaussian ? takeGaussian(first, count) : takeOptimal(first, count);
     decided_.resize(first + count);
     for (cv::Matx33d& correction : corrections) {
         const double share = shareInside(correction);

@@ -10,12 +10,18 @@
 
 namespace eishost {
 
+enum class PathKind {
+    kGaussian,  // the camera's own, smoothed
+    kOptimal,   // of even stretches
+    kStill,     // the camera is meant to stand
+};
+
 struct PathOptions {
+    PathKind kind = PathKind::kGaussian;
+    double smooth = 15;  // standard deviation of the Gaussian, in frames
     double zoom = 1.085;
-    bool mirror = false;           // the shown part may reach over the frame's edges
-    std::optional<double> smooth;  // standard deviation of a Gaussian, in frames; without it the L1-optimal path
-    bool still = false;            // the camera is meant to stand
-    int lookahead = 45;            // frames
+    bool mirror = false;  // the shown part may reach over the frame's edges
+    int lookahead = 45;   // frames
 };
 
 class PathPlanner {

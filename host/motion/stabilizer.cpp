@@ -38,7 +38,7 @@ Stabilizer::Stabilizer(cv::Size frame, const StabilizerOptions& options, std::fu
       padding_(options.path.mirror ? 0 : kPadding),
       take_(std::move(take)),
       arena_(options.trace),
-      tracker_(arena_, frame, {options.path.still, options.log}),
+      tracker_(arena_, frame, {options.path.kind == PathKind::kStill, options.log}),
       planner_(frame, options.path),
       warp_(arena_, padded(frame.width, padding_), padded(frame.height, padding_)) {}
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <opencv2/imgproc.hpp>
-#include <vector>
 
 #include "host/picture/metrics.h"
 
@@ -70,6 +69,29 @@ Similarity nearestSimilarity(const cv::Matx33d& homography, cv::Size frame) {
     nearest.a /= weight;
     nearest.b /= weight;
     return nearest;
+}
+
+cv::Matx33d fitSimilarity(const std::vector<cv::Point2f>& from, const std::vector<cv::Point2f>& to) {
+    const double share = 1.0 / static_cast<double>(from.size());
+    cv::Point2d fromMean;
+    cv::Point2d toMean;
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        fromMean += cv::Point2d(from[i]) * share;
+        toMean += cv::Point2d(to[i]) * share;
+    }
+    double along = 0;
+    double across = 0;
+    double weight = 1e-12;
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        const cv::Point2d p = cv::Point2d(from[i]) - fromMean;
+        const cv::Point2d q = cv::Point2d(to[i]) - toMean;
+        along += p.dot(q);
+        across += p.cross(q);
+        weight += p.dot(p);
+    }
+    const Similarity turn{along / weight, across / weight, 0, 0};
+    const cv::Point2d origin = toMean - turn.apply(fromMean);
+    return {turn.a, -turn.b, origin.x, turn.b, turn.a, origin.y, 0, 0, 1};
 }
 
 cv::Matx33d normalised(const cv::Matx33d& homography) {

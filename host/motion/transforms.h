@@ -3,6 +3,7 @@
 
 #include <array>
 #include <opencv2/core.hpp>
+#include <vector>
 
 namespace eishost {
 
@@ -27,6 +28,9 @@ Similarity operator*(const Similarity& first, const Similarity& second);
 
 // The one that is nearest to a homography of pixels at the corners of the frame, by least squares.
 Similarity nearestSimilarity(const cv::Matx33d& homography, cv::Size frame);
+
+// The similarity, in pixels, that maps `from` to `to` with least squared distance.
+cv::Matx33d fitSimilarity(const std::vector<cv::Point2f>& from, const std::vector<cv::Point2f>& to);
 
 // Scaled to a last element of 1.
 cv::Matx33d normalised(const cv::Matx33d& homography);

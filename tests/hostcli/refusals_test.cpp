@@ -23,13 +23,15 @@ TEST(Refusals, AreToldInOneLine) {
         cv::imwrite(folder.path(name), collage(width, height));
     }
     for (const auto& [name, width, height] :
-         {std::tuple{"in.y4m", 256, 192}, {"blank.png", 640, 480}, {"other.png", 192, 256}, {"low.y4m", 126, 128}}) {
+         {std::tuple{"in.y4m", 256, 192}, {"blank.png", 640, 480}, {"other.png", 192, 256}, {"low.y4m", 126, 128}, {"slim.y4m", 256, 16}}) {
         savePicture(folder.path(name), Picture(width, height));
     }
     folder.write("text.jpg", "no picture");
     folder.write("short.xml", "<Config/>");
     std::filesystem::create_directory(folder.path("older"));
     folder.write("older/frame_07.png", "");
+    folder.write("wide.y4m", "YUV4MPEG2 W64 H48 C422\nFRAME\n");
+    folder.write("deep.y4m", "YUV4MPEG2 W64 H48 C420p10\nFRAME\n");
     cv::imwrite(folder.path("deep.png"), cv::Mat(48, 64, CV_16UC4, cv::Scalar::all(30000)));
     const std::string jpeg = folder.read("plain.jpg");
     const std::string profile("\xff\xe2\x00\x10ICC_PROFILE\0\1\1", 18);
