@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -10,9 +11,11 @@
 #include "host/picture/picture.h"
 #include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
+#include "host/program/output_file.h"
 #include "host/program/output_folder.h"
 #include "host/program/progress.h"
 #include "host/synth/synth.h"
+#include "host/synth/synth_clip.h"
 
 namespace eishost {
 
@@ -27,10 +30,22 @@ struct SynthArguments {
     std::string size;
     std::string crop;
     bool force = false;
+    std::optional<int> frames;
     std::optional<double> rotation;
     std::optional<double> perspective;
     SynthOptions options;
+    bool clip = false;
+    std::optional<double> shake;
+    bool steady = false;
+    bool still = false;
+    std::optional<int> cut;
 };
+
+constexpr int kMostBurstFrames = 99;
+constexpr int kMostClipFrames = 100'000;
+constexpr int kSmallestClipSide = 64;
+constexpr double kUsualShake = 2.8 / 1280;  // of the frame's width
+constexpr char kClipName[] = "clip.y4m";
 
 // "40" sets the largest shift, "310,0" the exact one.
 void parseShift(const std::string& text, SynthOptions& options) {
@@ -86,6 +101,10 @@ std::string describe(const FrameTruth& frame) {
 
 SynthOptions completeOptions(const SynthArguments& arguments) {
     SynthOptions options = arguments.options;
+    if (arguments.frames) options.frames = *arguments.frames;
+    if (options.frames > kMostBurstFrames)
+        throw HostError(kExitUsage, "--frames: a burst has up to " + std::to_string(kMostBurstFrames) +
+                                        " frames, with --clip there can be more");
     options.noise = parseNoise(arguments.noise);
     parseShift(arguments.shift, options);
     if (!arguments.size.empty()) options.size = parseSize(arguments.size);
@@ -102,10 +121,64 @@ nlohmann::json optionsJson(const SynthArguments& arguments, const SynthOptions& 
             {"crop", arguments.crop}};
 }
 
-void runSynth(const SynthArguments& arguments) {
+OutputFolder outputFolder(const SynthArguments& arguments) {
+    return {arguments.folder, "truth.json", {"frame", "clean", "mover", kClipName}, arguments.force, {arguments.photo}};
+}
+
+ClipOptions clipOptions(const SynthArguments& arguments) {
+    ClipOptions options;
+    if (arguments.frames) options.frames = *arguments.frames;
+    if (!arguments.size.empty()) {
+        const PictureSize size = parseSize(arguments.size);
+        options.size = {size.width, size.height};
+    }
+    const auto [width, height] = std::pair(options.size.width, options.size.height);
+    if (width % 2 != 0 || height % 2 != 0 || std::min(width, height) < kSmallestClipSide)
+        throw HostError(kExitUsage, "--size '" + arguments.size + "': frames of a clip have even sides of at least " +
+                                        std::to_string(kSmallestClipSide));
+    if (arguments.cut && *arguments.cut >= options.frames)
+        throw HostError(kExitUsage, "--cut: the clip ends before that frame");
+    options.noise = parseNoise(arguments.noise);
+    options.shake = arguments.shake.value_or(kUsualShake * width);
+    options.steady = arguments.steady;
+    options.still = arguments.still;
+    options.cut = arguments.cut;
+    options.mover = arguments.options.mover;
+    options.moverSize = arguments.options.moverSize;
+    options.moverContrast = arguments.options.moverContrast;
+    options.seed = arguments.options.seed;
+    return options;
+}
+
+void runClip(const SynthArguments& arguments) {
+    const ClipOptions options = clipOptions(arguments);
+    const bool toPipe = arguments.folder == "-";
+    std::optional<OutputFolder> folder;
+    if (!toPipe) folder.emplace(outputFolder(arguments));
+    Progress progress(static_cast<std::size_t>(options.frames));
+    progress.at(0, arguments.photo);
+    const ClipSynthesiser clip(loadPhoto(arguments), options);
+    const std::string photo = std::filesystem::path(arguments.photo).filename().string();
+    if (folder) {
+        folder->open();
+        nlohmann::ordered_json truth{{"clip", kClipName}, {"photo", photo}, {"noise", arguments.noise}};
+        truth.update(clipTruth(clip, options));
+        saveFile(folder->list(), truth.dump() + '\n');
+    }
+    PictureWriter writer(folder ? folder->file(kClipName) : "-");
+    for (int index = 0; index < options.frames; ++index) {
+        progress.at(index, "frame " + std::to_string(index));
+        writer.write(pictureFromBgr(clip.frame(index)));
+    }
+    writer.finish();
+    progress.hide();
+    std::fprintf(toPipe ? stderr : stdout, "%s: %d frames of %dx%d, shake %.2f px\n", photo.c_str(), options.frames,
+                 options.size.width, options.size.height, options.steady ? 0 : options.shake);
+}
+
+void runBurst(const SynthArguments& arguments) {
     const SynthOptions options = completeOptions(arguments);
-    const OutputFolder folder(arguments.folder, "truth.json", {"frame", "clean", "mover"}, arguments.force,
-                              {arguments.photo});
+    const OutputFolder folder = outputFolder(arguments);
     Progress progress(static_cast<std::size_t>(options.frames));
     progress.at(0, arguments.photo);
     const BurstSynthesiser burst(loadPhoto(arguments), options);
@@ -141,31 +214,61 @@ void runSynth(const SynthArguments& arguments) {
     }
 }
 
+// What moves the camera: of a burst, then of a clip.
+void addMotionOptions(CLI::App& command, SynthArguments& arguments) {
+    CLI::Option* const shift =
+        command
+            .add_option(
+                "--shift", arguments.shift,
+                "largest shift in pixels; or X,Y for exactly that, with no rotation and no perspective by default")
+            ->capture_default_str();
+    CLI::Option* const rotate =
+        command.add_option("--rotate", arguments.rotation, "largest rotation in degrees (default 0.5)")
+            ->check(CLI::Range(0.0, 30.0));
+    CLI::Option* const perspective =
+        command
+            .add_option("--perspective", arguments.perspective,
+                        "largest change of scale from the centre to the edges (default 0.002)")
+            ->check(CLI::Range(0.0, 0.05));
+    CLI::Option* const clip =
+        command
+            .add_flag("--clip", arguments.clip, "a clip of 30 frames a second that a hand-held camera takes as it pans")
+            ->excludes(shift)
+            ->excludes(rotate)
+            ->excludes(perspective);
+    command
+        .add_option("--shake", arguments.shake,
+                    "the content's second difference from frame to frame in pixels, root mean square\n"
+                    "(default 2.8 at a width of 1280)")
+        ->check(CLI::Range(0.0, 100.0))
+        ->needs(clip);
+    command.add_flag("--steady", arguments.steady, "the same clip without its shake: what it was meant to show")
+        ->needs(clip);
+    command.add_flag("--still", arguments.still, "no pan: a camera that stands but for its shake")->needs(clip);
+    command.add_option("--cut", arguments.cut, "the frame, from 0, that another scene begins with")
+        ->check(CLI::Range(1, kMostClipFrames))
+        ->needs(clip);
+}
+
 }  // namespace
 
 void addSynthCommand(CLI::App& app) {
-    CLI::App* const command = app.add_subcommand("synth", "Makes a burst with ground truth from one photograph");
+    CLI::App* const command =
+        app.add_subcommand("synth", "Makes a burst or a shaky clip with ground truth from one photograph");
     const auto arguments = std::make_shared<SynthArguments>();
     SynthOptions& options = arguments->options;
     command->add_option("photo", arguments->photo, "PNG, JPEG, Y4M, raw with --raw-size; - for standard input")
         ->required();
-    command->add_option("--out", arguments->folder, "folder for frame_NN.png, clean_NN.png and truth.json")->required();
-    command->add_flag("--force", arguments->force, "remove the burst that an earlier run left in the folder");
-    command->add_option("--frames", options.frames, "number of frames, the reference included")
-        ->check(CLI::Range(1, 99))
-        ->capture_default_str();
+    command
+        ->add_option("--out", arguments->folder,
+                     "folder for frame_NN.png, clean_NN.png and truth.json; for a clip, clip.y4m and truth.json, or -\n"
+                     "for standard output and no truth")
+        ->required();
+    command->add_flag("--force", arguments->force, "remove the burst or clip that an earlier run left in the folder");
+    command->add_option("--frames", arguments->frames, "number of frames (default 4, of a clip 120)")
+        ->check(CLI::Range(1, kMostClipFrames));
     command->add_option("--noise", arguments->noise, "none, light, medium, strong (a sensor's) or white:SIGMA")
         ->capture_default_str();
-    command
-        ->add_option("--shift", arguments->shift,
-                     "largest shift in pixels; or X,Y for exactly that, with no rotation and no perspective by default")
-        ->capture_default_str();
-    command->add_option("--rotate", arguments->rotation, "largest rotation in degrees (default 0.5)")
-        ->check(CLI::Range(0.0, 30.0));
-    command
-        ->add_option("--perspective", arguments->perspective,
-                     "largest change of scale from the centre to the edges (default 0.002)")
-        ->check(CLI::Range(0.0, 0.05));
     CLI::Option* const mover = command->add_flag(
         "--mover", options.mover, "an object that moves by itself; mover_NN.png shows where, in positions of frame 0");
     command->add_option("--mover-size", options.moverSize, "its size in pixels, for a round one")
@@ -176,13 +279,15 @@ void addSynthCommand(CLI::App& app) {
                      "levels between it and what it covers, instead of a piece of the photograph")
         ->check(CLI::Range(1, 127))
         ->needs(mover);
-    command->add_option("--size", arguments->size, "WxH of the frames; the photograph is made smaller to fit");
+    command->add_option("--size", arguments->size,
+                        "WxH of the frames (of a clip 1280x720); the photograph is made smaller to fit");
     command->add_option("--crop", arguments->crop, "WxH+X+Y: take this part of the photograph only");
     addRawOptions(*command, arguments->raw);
     command->add_option("--seed", options.seed, "of all that is random")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    command->callback([arguments] { runSynth(*arguments); });
+    addMotionOptions(*command, *arguments);
+    command->callback([arguments] { arguments->clip ? runClip(*arguments) : runBurst(*arguments); });
 }
 
 }  // namespace eishost

@@ -85,6 +85,7 @@ OutputFolder::OutputFolder(const std::string& path, std::string list, std::vecto
 bool OutputFolder::isOurs(const std::string& name) const {
     if (name == list_) return true;
     return std::any_of(kinds_.begin(), kinds_.end(), [&name](const std::string& kind) {
+        if (kind.find('.') != std::string::npos) return name == kind;
         std::string_view rest = name;
         if (!rest.starts_with(kind + "_") || !rest.ends_with(".png")) return false;
         rest = rest.substr(kind.size() + 1, rest.size() - kind.size() - 5);

@@ -10,7 +10,8 @@ namespace eishost {
 // Two runs that share a folder would mix their pictures: a later one of fewer frames leaves some of the earlier one.
 class OutputFolder {
   public:
-    // The pictures are KIND_NN.png, and `list` is the JSON file that names them. HostError(kExitUnwritable) for a path
+    // The pictures are KIND_NN.png, a kind with an extension is one file of that name, and `list` is the JSON file
+    // that names them. HostError(kExitUnwritable) for a path
     // that is no folder or cannot be written to, and for a folder that holds such files. When `replacing` they are no
     // hindrance if the list names them all and none is among the `inputs`.
     OutputFolder(const std::string& path, std::string list, std::vector<std::string> kinds, bool replacing,

@@ -5,6 +5,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/program/exit_codes.h"
+#include "host/synth/synth_mover.h"
 #include "host/synth/synth_seed.h"
 
 namespace eishost {
@@ -32,17 +33,6 @@ int marginFor(const SynthOptions& options, cv::Size2d size) {
     // Both axes' perspective add up in a corner; the last factor covers the products of the small terms.
     const double depth = 2 * options.perspective * (reach + shift + turn);
     return static_cast<int>(std::ceil((shift + turn + depth) * 1.02)) + kKernelReach;
-}
-
-// How much of each pixel of its box an object covers, 0 to 255: an ellipse.
-cv::Mat ellipseIn(cv::Size box) {
-    constexpr int kSubpixelBits = 4;
-    cv::Mat coverage(box, CV_8U, cv::Scalar(0));
-    const cv::Size radii(box / 2);
-    cv::ellipse(coverage, cv::Point(radii.width, radii.height) * (1 << kSubpixelBits),
-                (radii - cv::Size(2, 2)) * (1 << kSubpixelBits), 0, 0, 360, 255, cv::FILLED, cv::LINE_AA,
-                kSubpixelBits);
-    return coverage;
 }
 
 std::optional<cv::Point> wholePixelShift(const cv::Matx33d& homography) {
@@ -134,36 +124,18 @@ std::optional<cv::Rect> BurstSynthesiser::mover(int index) const {
 
 cv::Mat BurstSynthesiser::moverMask(int index) const {
     cv::Mat mask(frameSize_, CV_8U, cv::Scalar(0));
-    if (options_.mover) cv::Mat(ellipseIn(moverSize_) >= 128).copyTo(mask(cv::Rect(moverAt_.at(index), moverSize_)));
+    if (options_.mover)
+        cv::Mat(moverCoverage(moverSize_) >= 128).copyTo(mask(cv::Rect(moverAt_.at(index), moverSize_)));
     return mask;
 }
 
-// The photograph as it is when frame `index` is taken: with the object. That is the piece of the photograph that it
-// covers in the middle of the way, upside down and in a red light, so that it stands out and yet has texture; or, with
-// a contrast, what it covers, that much lighter, or darker where that is light.
+// The photograph as it is when frame `index` is taken: with the object, which looks like the middle of its way.
 cv::Mat BurstSynthesiser::scene(int index) const {
     if (!options_.mover) return photo_;
     const cv::Rect middle((photo_.cols - moverSize_.width) / 2, (photo_.rows - moverSize_.height) / 2, moverSize_.width,
                           moverSize_.height);
     cv::Mat picture = photo_.clone();
-    cv::Mat under = picture(cv::Rect(origin_ + moverAt_.at(index), moverSize_));
-    cv::Mat background;
-    under.convertTo(background, CV_32F);
-    cv::Mat object;
-    if (options_.moverContrast) {
-        const cv::Scalar mean = cv::mean(under);
-        const bool light = mean[0] + mean[1] + mean[2] > 3 * 128;
-        object = background + cv::Scalar::all(light ? -*options_.moverContrast : *options_.moverContrast);
-    } else {
-        cv::flip(photo_(middle), object, -1);
-        object.convertTo(object, CV_32F, 0.6, 30);
-        cv::multiply(object, cv::Scalar(0.4, 0.5, 1.4), object);
-    }
-    cv::Mat weight;
-    cv::cvtColor(ellipseIn(moverSize_), weight, cv::COLOR_GRAY2BGR);
-    weight.convertTo(weight, CV_32F, 1 / 255.0);
-    cv::Mat mixed = background + weight.mul(object - background);
-    mixed.convertTo(under, CV_8U);
+    paintMover(picture(cv::Rect(origin_ + moverAt_.at(index), moverSize_)), photo_(middle), options_.moverContrast);
     return picture;
 }
 
