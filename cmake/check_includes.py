@@ -50,7 +50,7 @@ OUTSIDE = {
     "host/synth/": TOOLS[:5],
     "host/report/": TOOLS[:6] + ["include/"],
     "host/merge/": TOOLS + ["include/"],
-    "host/motion/": TOOLS[:5] + ["include/"],
+    "host/motion/": TOOLS + ["include/"],
     "host/commands/": TOOLS + ["host/merge/", "host/motion/", "include/", "config/tuning_keys.h"],
     "host/lab/": INSIDES + TOOLS + ["host/commands/", "platform/"],
     "examples/": ["include/"],

@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -9,12 +10,14 @@
 #include "host/dsp/call_streams.h"
 #include "host/motion/least_zoom.h"
 #include "host/motion/stabilizer.h"
+#include "host/motion/steady_page.h"
 #include "host/motion/steady_report.h"
 #include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "host/program/progress.h"
 #include "host/video/frame_files.h"
+#include "host/video/y4m_stream.h"
 
 namespace eishost {
 
@@ -30,6 +33,7 @@ struct StabilizeArguments {
     std::string margin = "none";
     PathOptions path;
     RawOptions raw;
+    std::string page;
     bool force = false;
     bool json = false;
     CallStreams show;
@@ -126,11 +130,28 @@ class Report {
         }
     }
 
+    nlohmann::ordered_json summary() const { return summary_.json(); }
+    void tellPage(const std::string& path) const {
+        if (!json_) std::fprintf(to_, "page        %s\n", path.c_str());
+    }
+
   private:
     std::FILE* to_;
     bool json_;
     SteadySummary summary_;
 };
+
+std::optional<SteadyPage> openPage(const StabilizeArguments& arguments, const ClipInput& input, cv::Size frame,
+                                   double zoom) {
+    if (arguments.page.empty()) return std::nullopt;
+    const std::string name = arguments.input == "-" ? "standard input" : arguments.input;
+    const ClipFormat* const format = input.clipFormat();
+    return std::optional<SteadyPage>(std::in_place, arguments.page,
+                                     SteadyPage::About{.title = std::filesystem::path(name).filename().string(),
+                                                       .rate = format != nullptr ? format->rate() : "30/1",
+                                                       .frame = frame,
+                                                       .zoom = zoom});
+}
 
 void runStabilize(const StabilizeArguments& arguments) {
     StabilizerOptions options = completeOptions(arguments);
@@ -144,12 +165,15 @@ void runStabilize(const StabilizeArguments& arguments) {
     const cv::Size size(picture->width, picture->height);
     ClipOutput output(arguments.output, arguments.raw, input, arguments.force);
     Report report(arguments, size, options.path.zoom);
+    std::optional<SteadyPage> page = openPage(arguments, input, size, options.path.zoom);
     Stabilizer stabilizer(size, options, [&](SteadyFrame&& frame) {
         output.write(frame.picture, frame.fields);
         report.add(frame);
+        if (page) page->addOutput(frame);
     });
     std::optional<HostError> damage;
     while (picture) {
+        if (page) page->addInput(*picture);
         stabilizer.add(std::move(*picture), input.pictureFields());
         pace.step();
         try {
@@ -163,6 +187,10 @@ void runStabilize(const StabilizeArguments& arguments) {
     progress.hide();
     const std::size_t kept = damage ? output.finishEarly() : (output.finish(), 0);
     report.finish();
+    if (page) {
+        page->write(report.summary());
+        report.tellPage(page->path());
+    }
     if (!damage) return;
     throw HostError(damage->code, damage->what() + ("; the output holds the " + std::to_string(kept)) +
                                       (kept == 1 ? " picture" : " pictures") + " before it");
@@ -211,6 +239,10 @@ void addStabilizeCommand(CLI::App& app) {
         ->required();
     addPathOptions(*command, *arguments);
     addRawOptions(*command, arguments->raw, RawUse::kReadAndWrite);
+    command->add_option(
+        "--report", arguments->page,
+        "Folder for a page, index.html, that shows both clips side by side (as a video where ffmpeg is\n"
+        "installed), the camera's path before and after, and the frames that could not be steadied");
     command->add_flag("--force", arguments->force, "Replace an earlier run's pictures in the folder OUT");
     command->add_flag("--json", arguments->json, "Print motion and correction of each frame, and the sums, as JSON");
     addCallStreams(*command, arguments->show);

@@ -20,10 +20,14 @@ class ShakeMeter {
     // Pixels; 0 until three frames of a scene were seen.
     double value() const;
 
+    // That of the frame before the one that was added last, alone; 0 at either end of a scene.
+    double beforeLast() const { return beforeLast_; }
+
   private:
     cv::Size frame_;
     std::optional<cv::Matx33d> toHere_;  // from the result's frame before to its last one
     cv::Matx33d correction_ = cv::Matx33d::eye();
+    double beforeLast_ = 0;
     double sum_ = 0;
     double count_ = 0;
 };

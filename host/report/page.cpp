@@ -8,7 +8,6 @@
 #include "host/picture/metrics.h"
 #include "host/program/exit_codes.h"
 #include "host/program/input_file.h"
-#include "host/program/output_file.h"
 #include "host/report/frame_report.h"
 #include "host/report/machine.h"
 #include "host/report/page_text.h"
@@ -51,7 +50,7 @@ std::string burstTitle(const std::string& reference) {
 }
 
 Page::Page(const PageOptions& options, const std::string& command, const std::string& title)
-    : options_(options), pictures_(options.folder) {
+    : options_(options), pictures_(options.folder), file_(options.folder) {
     document_ = {{"command", command},
                  {"title", title},
                  {"version", EIS_VERSION},
@@ -69,27 +68,6 @@ Page::Page(const PageOptions& options, const std::string& command, const std::st
         }
         document_["stages"] = stages;
     }
-    std::error_code ignored;
-    if (!fs::exists(file(), ignored)) return;
-    older_ = InputFile(file()).readAll();
-    if (older_.find(kPageMark) == std::string::npos) {
-        throw HostError(kExitUnwritable, file() + ": is not a page of this tool; take another folder");
-    }
-}
-
-std::string Page::file() const {
-    return (fs::path(options_.folder) / "index.html").string();
-}
-
-// The page before goes first: with other pictures it would show what never was.
-void Page::open() {
-    if (opened_) return;
-    std::error_code error;
-    if (!fs::remove(file(), error) && error) {
-        throw HostError(kExitUnwritable, file() + ": cannot be removed: " + error.message());
-    }
-    pictures_.open(older_);
-    opened_ = true;
 }
 
 void Page::setTruth(const Picture& clean, const cv::Mat& mover) {
@@ -100,7 +78,7 @@ void Page::setTruth(const Picture& clean, const cv::Mat& mover) {
 }
 
 void Page::addVersion(const std::string& key, const std::string& title, const Picture& picture) {
-    open();
+    file_.open(pictures_);
     const cv::Mat luma = picture.mat(0);
     const cv::Rect all(0, 0, picture.width, picture.height);
     if (places_.empty()) {
@@ -132,7 +110,7 @@ void Page::addVersion(const std::string& key, const std::string& title, const Pi
 }
 
 void Page::addFrame(nlohmann::json frame, const std::vector<std::pair<std::string, cv::Mat>>& pictures) {
-    open();
+    file_.open(pictures_);
     const std::size_t number = document_["frames"].size() + 1;
     const bool large = number <= kLargeFrames;
     frame["pictures"] = nlohmann::json::array();
@@ -146,7 +124,7 @@ void Page::addFrame(nlohmann::json frame, const std::vector<std::pair<std::strin
 }
 
 void Page::addMap(const std::string& title, const std::string& text, const cv::Mat& bgr) {
-    open();
+    file_.open(pictures_);
     const std::string name = "map-" + std::to_string(document_["maps"].size() + 1);
     document_["maps"].push_back(
         {{"title", title}, {"text", text}, {"file", pictures_.save(name, bgr, kFrameColumns, kStageBytes)}});
@@ -168,11 +146,11 @@ nlohmann::json Page::figures() const {
         for (const char* const name : {"key", "title", "whole", "crops"}) version.erase(name);
         versions[key] = version;
     }
-    return {{"file", file()}, {"versions", versions}};
+    return {{"file", file_.path()}, {"versions", versions}};
 }
 
 void Page::write(const nlohmann::json& result) {
-    open();
+    file_.open(pictures_);
     if (truth_) addVersion("truth", "Truth", *truth_);
     addStages();
     const std::vector<std::string> order{"reference", "mean", "merged", "denoised", "truth"};
@@ -184,9 +162,7 @@ void Page::write(const nlohmann::json& result) {
         return place(a) < place(b);
     });
     document_["result"] = result;
-    nlohmann::json view = pageView(document_);
-    view["mark"] = kPageMark;
-    saveFile(file(), renderPage(kPageTemplate, view));
+    file_.write(kPageTemplate, pageView(document_));
 }
 
 }  // namespace eishost

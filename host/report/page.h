@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/picture/picture.h"
+#include "host/report/page_file.h"
 #include "host/report/page_measures.h"
 #include "host/report/page_pictures.h"
 
@@ -59,17 +60,15 @@ class Page {
     // Writes the page, with what --json prints of the whole.
     void write(const nlohmann::json& result);
 
-    std::string file() const;
+    const std::string& file() const { return file_.path(); }
 
   private:
-    void open();
     void addStages();
 
     PageOptions options_;
     PagePictures pictures_;
+    PageFile file_;
     nlohmann::json document_;
-    std::string older_;  // text of the page that is replaced
-    bool opened_ = false;
     std::optional<Picture> truth_;
     cv::Mat mover_;    // 255 on 0
     cv::Mat counted_;  // 255 where no object moves; empty for everywhere

@@ -18,18 +18,17 @@ constexpr double kTop = 12;
 constexpr double kBottom = 268;
 constexpr double kBrightest = 256;
 
-// A step between ticks that makes 3 to 6 of them: 1, 2 or 5 times a power of ten.
-double tickStep(double highest) {
-    const double power = std::pow(10, std::floor(std::log10(highest / 3)));
-    const double share = highest / 3 / power;
-    return power * (share >= 5 ? 5 : share >= 2 ? 2 : 1);
-}
-
 double xOf(double brightness) {
     return kLeft + (kRight - kLeft) * brightness / kBrightest;
 }
 
 }  // namespace
+
+double tickStep(double span) {
+    const double power = std::pow(10, std::floor(std::log10(span / 3)));
+    const double share = span / 3 / power;
+    return power * (share >= 5 ? 5 : share >= 2 ? 2 : 1);
+}
 
 json noisePlot(const json& versions) {
     double highest = 0;

@@ -1,9 +1,12 @@
-// The plot of noise by brightness on the page.
+// The plot of noise by brightness on the page, and what plots share.
 #pragma once
 
 #include <nlohmann/json.hpp>
 
 namespace eishost {
+
+// A step between ticks that makes 3 to 6 of them over a span: 1, 2 or 5 times a power of ten.
+double tickStep(double span);
 
 // Lines, ticks and a legend for the template to draw as SVG; `versions` are those of the page, of which the truth has
 // no line. False where there is nothing to draw.

@@ -8,6 +8,7 @@ namespace eishost {
 
 extern const char kPageTemplate[];
 extern const char kBurstsTemplate[];
+extern const char kClipTemplate[];
 extern const char kPageStyle[];
 extern const char kPageScript[];
 

@@ -173,14 +173,13 @@ json viewerData(const json& document) {
             {"versions", versions}};
 }
 
-// JSON that may stand inside of a script element.
+}  // namespace
+
 std::string inlineJson(const json& value) {
     std::string text = jsonText(value);
     for (std::size_t i = 0; (i = text.find('<', i)) != std::string::npos;) text.replace(i, 1, "\\u003c");
     return text;
 }
-
-}  // namespace
 
 std::string fixedText(const json& value, int digits) {
     if (!value.is_number()) return {};

@@ -9,6 +9,9 @@ namespace eishost {
 // Of the document that Page collects.
 nlohmann::json pageView(const nlohmann::json& document);
 
+// JSON that may stand inside of a script element.
+std::string inlineJson(const nlohmann::json& value);
+
 // "12.3"; "" for a null.
 std::string fixedText(const nlohmann::json& value, int digits);
 

@@ -12,8 +12,8 @@ namespace {
 constexpr std::size_t kLongestLine = 4096;
 constexpr std::string_view kPictureMagic = "FRAME";
 
-bool parseSide(std::string_view text, int& side) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
+bool parseNumber(std::string_view text, int& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc() && end == text.data() + text.size();
 }
 
@@ -28,6 +28,16 @@ std::string_view ClipFormat::value(std::string_view letters, std::string_view mi
         if (field.starts_with(letters)) return field.substr(letters.size());
     }
     return missing;
+}
+
+std::string ClipFormat::rate() const {
+    const std::string_view text = value("F", "30:1");
+    const std::size_t colon = text.find(':');
+    int frames = 0;
+    int seconds = 0;
+    const bool told = colon != std::string_view::npos && parseNumber(text.substr(0, colon), frames) &&
+                      parseNumber(text.substr(colon + 1), seconds) && frames > 0 && seconds > 0;
+    return told ? std::to_string(frames) + "/" + std::to_string(seconds) : "30/1";
 }
 
 ColorRange ClipFormat::range() const {
@@ -61,7 +71,7 @@ Y4mReader::Y4mReader(InputFile file) : file_(std::move(file)) {
         if (field.empty()) continue;
         if (field[0] != 'W' && field[0] != 'H') {
             format_.fields.push_back(field);
-        } else if (!parseSide(std::string_view(field).substr(1), field[0] == 'W' ? size.width : size.height)) {
+        } else if (!parseNumber(std::string_view(field).substr(1), field[0] == 'W' ? size.width : size.height)) {
             file_.fail("bad size in the Y4M header");
         }
     }

@@ -24,6 +24,8 @@ struct ClipFormat {
     // What follows the letters, or `missing`.
     std::string_view value(std::string_view letters, std::string_view missing = {}) const;
 
+    // Frames a second as a fraction, like "30000/1001"; "30/1" where the clip tells none.
+    std::string rate() const;
     ColorRange range() const;
     bool interlaced() const;
 };
