@@ -12,7 +12,7 @@
 #include <sys/mman.h>
 #include <time.h>
 
-#include "examples/host.h"
+#include "bench/entry_jobs.h"
 
 enum { kStack = 1 << 20, kPaint = 0xA7, kMostThreads = 64 };
 
@@ -98,121 +98,13 @@ typedef struct Job {
     const char* entry;
     int width;
     int height;
-    ret_status (*call)(const void* block);
+    EntryCall call;
     void* block;
 } Job;
 
-static ST_PICTURE_DEV makePicture(int width, int height) {
-    ST_PICTURE_DEV picture = {width, height, hostPitch(width), {0, 0, 0}, 2};
-    for (int plane = 0; plane < 3; ++plane) {
-        const size_t bytes = (size_t)hostPitch(plane == 0 ? width : width / 2) * (plane == 0 ? height : height / 2);
-        unsigned char* samples = hostAllocate(bytes, &picture.pData[plane]);
-        for (size_t i = 0; i < bytes; ++i) samples[i] = (unsigned char)(i * 2654435761u >> 24);
-    }
-    return picture;
-}
-
-static ST_DN_PARAMS_NEW makeStrengths(int width, int height) {
-    ST_DN_PARAMS_NEW strengths = {0};
-    strengths.lumaLF = -60;
-    strengths.lumaHF1 = -50;
-    strengths.detail = -80;
-    strengths.chromaS = 20;
-    strengths.lumaNrEnable = strengths.chromaNrEnable = 1;
-    strengths.chromaEdgeLevel = 65;
-    strengths.chromaEdgeAlpha = 192;
-    uint32_t* thresholds = hostAllocate(256, &strengths.pSpatialChromaNrLUT);
-    for (int i = 0; i < kTuningChromaLutEntries; ++i) thresholds[i] = 60;
-    hostAllocate((size_t)hostPitch(width) * height, &strengths.pMaskIIR);
-    return strengths;
-}
-
-static ret_status scale(const void* block) {
-    return Scale_Bilinear_AcoreAPI(block);
-}
-static void* makeScale(int width, int height) {
-    static ST_SCALE_BLOCK block;
-    block = (ST_SCALE_BLOCK){width / 2, height / 2, width / 2, width, height, width, 2, 0, 0, 0, 0};
-    hostAllocate((size_t)width * height, &block.Yin);
-    hostAllocate((size_t)2 * hostPitch(width / 2) * (height / 2), &block.Uvin);
-    hostAllocate((size_t)(width / 2) * (height / 2), &block.Yout);
-    hostAllocate((size_t)2 * hostPitch(width / 4) * (height / 4), &block.Uvout);
-    return &block;
-}
-
-static ret_status denoise(const void* block) {
-    return SpatialNrHLMain_ACoreApi(block);
-}
-static void* makeDenoise(int width, int height) {
-    static ST_MULTIDENOISE_PARAMS_IN_DEV in;
-    static ST_MULTIDENOISE_PARAMS_OUT_DEV out;
-    static ST_SPATIAL_NR_CALL_BLOCK block;
-    in.stDNParams = makeStrengths(width, height);
-    out.stPicOut = makePicture(width, height);
-    block = (ST_SPATIAL_NR_CALL_BLOCK){hostShare(&in), hostShare(&out)};
-    return &block;
-}
-
-static ret_status chromaHigh(const void* block) {
-    return ChromaHighLevelMainCall_2(block);
-}
-static ret_status chromaLow(const void* block) {
-    return ChromaLowLevelMainCall_2(block);
-}
-static void* makeChroma(int width, int height) {
-    static ST_DN_PARAMS_NEW strengths;
-    static ST_CHROMA_CALL_BLOCK block;
-    strengths = makeStrengths(width, height);
-    const ST_PICTURE_DEV picture = makePicture(width, height);
-    block.stDNParams = hostShare(&strengths);
-    block.memSize = (int32_t)chromaScratchSize(width, height);
-    hostAllocate((size_t)block.memSize, &block.pMemoryManagement);
-    block.width = width;
-    block.height = height;
-    block.stride = hostPitch(width);
-    block.pData1 = picture.pData[1];
-    block.pData2 = picture.pData[2];
-    return &block;
-}
-
-/* 500 exact pairs of a frame that moved by 12 columns and 7 rows; 4 pairs are refused, and the frame is copied. */
-static ret_status registration(const void* block) {
-    return Ransac_Regis_AcoreAPI_EIS(block);
-}
-static void* makeRegistration(int width, int height, int pairs) {
-    static RansacEstParaContext matches;
-    static ST_REGISTRATION_IN_BLOCK in;
-    static ST_REGISTRATION_OUT_BLOCK out;
-    static ST_RANSAC_REGIS_BLOCK block;
-    int32_t* ref = hostAllocate(pairs * 3 * sizeof *ref, &matches.pRefKeypoints);
-    int32_t* cur = hostAllocate(pairs * 3 * sizeof *cur, &matches.pCurKeypoints);
-    int16_t* refIndex = hostAllocate(pairs * sizeof *refIndex, &matches.pRefIndex);
-    int16_t* curIndex = hostAllocate(pairs * sizeof *curIndex, &matches.pCurIndex);
-    hostAllocate(pairs * sizeof(int32_t), &matches.pDistance);
-    hostAllocate(pairs * 2 * sizeof(float), &matches.stMatchPairs.pRefPoints);
-    hostAllocate(pairs * 2 * sizeof(float), &matches.stMatchPairs.pCurPoints);
-    for (int i = 0; i < pairs; ++i) {
-        ref[3 * i] = (20 + i % 25 * (width - 60) / 25) * 64, ref[3 * i + 1] = (20 + i / 25 * (height - 60) / 20) * 64;
-        cur[3 * i] = ref[3 * i] - 12 * 64, cur[3 * i + 1] = ref[3 * i + 1] - 7 * 64;
-        refIndex[i] = curIndex[i] = (int16_t)i;
-    }
-    matches.stMatchPairs.pointNum = matches.matchNum = pairs;
-    matches.coordScale = 1;
-    matches.ratio = 0.8f;
-    for (int i = 0; i < 2; ++i) in.astInImg[i] = makePicture(width, height);
-    in.astPairs[0].pRefPoints = matches.stMatchPairs.pRefPoints;
-    in.astPairs[0].pCurPoints = matches.stMatchPairs.pCurPoints;
-    out.astOutImg[1] = makePicture(width, height);
-    hostAllocate(sizeof(int32_t), &out.pStatus);
-    block = (ST_RANSAC_REGIS_BLOCK){hostShare(&matches), hostShare(&in), hostShare(&out), 1, 0, 0};
-    hostAllocate(9 * sizeof(float), &block.pHomography);
-    return &block;
-}
-static void* makeWarp(int width, int height) {
-    return makeRegistration(width, height, 500);
-}
-static void* makeCopy(int width, int height) {
-    return makeRegistration(width, height, 4);
+/* To half the size. */
+static void* halve(int width, int height) {
+    return jobHalve(width / 2, height / 2);
 }
 
 static void* run(void* job) {
@@ -239,12 +131,14 @@ static void measure(Job job) {
 int main(int argc, char** argv) {
     static const struct {
         const char* entry;
-        ret_status (*call)(const void*);
+        EntryCall call;
         void* (*make)(int, int);
-    } entries[] = {
-        {"Scale_Bilinear_AcoreAPI", scale, makeScale},         {"SpatialNrHLMain_ACoreApi", denoise, makeDenoise},
-        {"ChromaHighLevelMainCall_2", chromaHigh, makeChroma}, {"ChromaLowLevelMainCall_2", chromaLow, makeChroma},
-        {"Ransac_Regis, warped", registration, makeWarp},      {"Ransac_Regis, copied", registration, makeCopy}};
+    } entries[] = {{"Scale_Bilinear_AcoreAPI", jobScale, halve},
+                   {"SpatialNrHLMain_ACoreApi", jobDenoise, jobDenoiseBlock},
+                   {"ChromaHighLevelMainCall_2", jobChromaHigh, jobChromaBlock},
+                   {"ChromaLowLevelMainCall_2", jobChromaLow, jobChromaBlock},
+                   {"Ransac_Regis, warped", jobRegister, jobWarpBlock},
+                   {"Ransac_Regis, copied", jobRegister, jobCopyBlock}};
     static const int sizes[][2] = {{1152, 864}, {4000, 3008}, {12000, 9008}};
     for (size_t e = 0; e < sizeof entries / sizeof entries[0]; ++e) {
         if (argc > 1 && strstr(entries[e].entry, argv[1]) == NULL) continue;
