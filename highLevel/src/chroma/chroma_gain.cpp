@@ -1,23 +1,37 @@
 #include "highLevel/src/chroma/chroma_gain.h"
 
+#include <cstdlib>
+
 #include "libCore/core/source/frame/second_sweep.h"
 
 #define HWY_TARGET_INCLUDE "highLevel/src/chroma/chroma_gain.cpp"
 #include "libCore/core/source/frame/vector_unit.h"
+
+#include "libCore/core/source/frame/vector_ops-inl.h"
 
 EIS_BEFORE_TARGET();
 
 // Columns whose gains are looked up in one go, so that they stay on the stack.
 constexpr int kStrip = 1024;
 
-void BlendRow(const uint8_t* HWY_RESTRICT first, uint8_t* HWY_RESTRICT denoised, const uint8_t* HWY_RESTRICT mask,
-              uint8_t alpha, int count) {
+using D8 = HWY_CAPPED(uint8_t, 32);
+using V8 = hn::Vec<D8>;
+
+void BlendRow(const uint8_t* HWY_RESTRICT first, uint8_t* denoised, const uint8_t* HWY_RESTRICT mask, uint8_t alpha,
+              int count) {
     const auto rest = static_cast<uint8_t>(255 - alpha);
-    for (int x = 0; x < count; ++x) {
-        const auto t = static_cast<uint16_t>(denoised[x] * alpha + first[x] * rest);
-        const auto blended = static_cast<uint8_t>((t >> 8) + ((t >> 7) & 1));
-        denoised[x] = mask[x] == 255 ? blended : denoised[x];
-    }
+    const D8 d;
+    FillRow(
+        d, count, denoised,
+        [&](int x) HWY_ATTR {
+            const V8 own = hn::LoadU(d, denoised + x);
+            const V8 blended = RoundedUpperBytes(Weighted(own, alpha, hn::LoadU(d, first + x), rest));
+            return hn::IfThenElse(hn::Eq(hn::LoadU(d, mask + x), hn::Set(d, 255)), blended, own);
+        },
+        [&](int x) {
+            const int blended = (denoised[x] * alpha + first[x] * rest + 128) >> 8;
+            return static_cast<uint8_t>(mask[x] == 255 ? blended : denoised[x]);
+        });
 }
 
 void EdgeBlend(const EdgeBlendArgs& args) {
@@ -31,41 +45,56 @@ void EdgeBlend(const EdgeBlendArgs& args) {
     }
 }
 
-HWY_INLINE uint8_t Distance(uint8_t sample) {
-    return static_cast<uint8_t>(sample > 128 ? sample - 128 : 128 - sample);
-}
-
 // The sample whose gain both take.
 void KeyRow(const uint8_t* HWY_RESTRICT u, const uint8_t* HWY_RESTRICT v, uint8_t* HWY_RESTRICT keys, int count) {
-    for (int x = 0; x < count; ++x) keys[x] = Distance(u[x]) > Distance(v[x]) ? u[x] : v[x];
-}
-
-void LookUpRow(const int16_t* HWY_RESTRICT table, const uint8_t* HWY_RESTRICT keys, int16_t* HWY_RESTRICT gains,
-               int count) {
-    for (int x = 0; x < count; ++x) gains[x] = table[keys[x]];
+    const D8 d;
+    const V8 grey = hn::Set(d, 128);
+    FillRow(
+        d, count, keys,
+        [&](int x) HWY_ATTR {
+            const V8 ofU = hn::LoadU(d, u + x);
+            const V8 ofV = hn::LoadU(d, v + x);
+            const V8 awayV = Distance(ofV, grey);
+            return hn::IfThenElse(hn::Eq(hn::Max(Distance(ofU, grey), awayV), awayV), ofV, ofU);
+        },
+        [&](int x) { return std::abs(u[x] - 128) > std::abs(v[x] - 128) ? u[x] : v[x]; });
 }
 
 // 16 bits throughout: at the largest gain, 243, a product stays within 128 * 243 + 64.
-HWY_INLINE int16_t Gained(uint8_t sample, int16_t gain) {
+HWY_INLINE int16_t Gained(uint8_t sample, uint8_t gain) {
     const auto product = static_cast<int16_t>((sample - 128) * gain + 64);
     return static_cast<int16_t>(128 + (product >> 7));
 }
 
-void GainRow(const int16_t* HWY_RESTRICT gains, uint8_t* HWY_RESTRICT samples, int count) {
-    for (int x = 0; x < count; ++x) {
-        const int16_t value = Gained(samples[x], gains[x]);
-        const auto positive = static_cast<int16_t>(value < 0 ? 0 : value);
-        samples[x] = static_cast<uint8_t>(positive > 255 ? 255 : positive);
-    }
+void GainRow(const uint8_t* HWY_RESTRICT gains, uint8_t* samples, int count) {
+    const D8 d;
+    const hn::Repartition<int16_t, D8> d16;
+    const auto gained = [&](auto difference, auto gain) HWY_ATTR {
+        const auto product = hn::Add(hn::Mul(difference, hn::BitCast(d16, gain)), hn::Set(d16, 64));
+        return hn::Add(hn::ShiftRight<7>(product), hn::Set(d16, 128));
+    };
+    FillRow(
+        d, count, samples,
+        [&](int x) HWY_ATTR {
+            const auto differences = Differences(hn::LoadU(d, samples + x), hn::Set(d, 128));
+            const auto words = SplitBytes(hn::LoadU(d, gains + x));
+            return JoinSaturated(WordPair{gained(differences.a, words.a), gained(differences.b, words.b)});
+        },
+        [&](int x) {
+            const int16_t value = Gained(samples[x], gains[x]);
+            const auto positive = static_cast<int16_t>(value < 0 ? 0 : value);
+            return static_cast<uint8_t>(positive > 255 ? 255 : positive);
+        });
 }
 
-void GainRowWrapping(const int16_t* HWY_RESTRICT gains, uint8_t* HWY_RESTRICT samples, int count) {
+void GainRowWrapping(const uint8_t* HWY_RESTRICT gains, uint8_t* HWY_RESTRICT samples, int count) {
     for (int x = 0; x < count; ++x) samples[x] = static_cast<uint8_t>(Gained(samples[x], gains[x]));
 }
 
 void Gain(uint8_t* u, uint8_t* v, int width, int height, const int16_t* table) {
+    uint8_t bytes[256];
+    for (int i = 0; i < 256; ++i) bytes[i] = static_cast<uint8_t>(table[i]);
     uint8_t keys[kStrip];
-    int16_t gains[kStrip];
     const int whole = width & ~7;
     for (int64_t row = 0; row < int64_t{width} * height; row += width) {
         for (int x = 0; x < width; x += kStrip) {
@@ -73,10 +102,10 @@ void Gain(uint8_t* u, uint8_t* v, int width, int height, const int16_t* table) {
             const int count = width - x < kStrip ? width - x : kStrip;
             const int block = whole - x < kStrip ? whole - x : kStrip;
             KeyRow(u + i, v + i, keys, count);
-            LookUpRow(table, keys, gains, count);
+            MapBytes(bytes, keys, count, keys);
             for (uint8_t* samples : {u + i, v + i}) {
-                GainRow(gains, samples, block);
-                GainRowWrapping(gains + block, samples + block, count - block);
+                GainRow(keys, samples, block);
+                GainRowWrapping(keys + block, samples + block, count - block);
             }
         }
     }

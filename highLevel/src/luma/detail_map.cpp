@@ -8,11 +8,19 @@
 #define HWY_TARGET_INCLUDE "highLevel/src/luma/detail_map.cpp"
 #include "libCore/core/source/frame/vector_unit.h"
 
+#include "libCore/core/source/frame/vector_ops-inl.h"
+
 EIS_BEFORE_TARGET();
 
 // Medians of three samples that stand `step` apart, for `count` samples.
 void MedianRun(const uint8_t* HWY_RESTRICT src, int64_t step, int count, uint8_t* HWY_RESTRICT dst) {
-    for (int x = 0; x < count; ++x) dst[x] = medianOfThree(src[x - step], src[x], src[x + step]);
+    const HWY_CAPPED(uint8_t, 32) d;
+    FillRow(
+        d, count, dst,
+        [&](int x) HWY_ATTR {
+            return Median(hn::LoadU(d, src + x - step), hn::LoadU(d, src + x), hn::LoadU(d, src + x + step));
+        },
+        [&](int x) { return medianOfThree(src[x - step], src[x], src[x + step]); });
 }
 
 // The weight is at most 32768, so that the product's upper half is the scaled sample.
@@ -38,6 +46,10 @@ void ScalePlane(uint8_t* plane, const uint8_t* luma, int width, int height, uint
     }
 }
 
+void MapPlane(const uint8_t* table, uint8_t* plane, int64_t stride, int width, int height) {
+    for (int64_t y = 0; y < height; ++y) MapBytes(table, plane + y * stride, width, plane + y * stride);
+}
+
 EIS_AFTER_TARGET();
 
 #if HWY_ONCE
@@ -45,6 +57,7 @@ namespace eis {
 
 HWY_EXPORT(SeparableMedian);
 HWY_EXPORT(ScalePlane);
+HWY_EXPORT(MapPlane);
 
 void Median3x3Separable(uint8_t* pPlane, int width, int height, uint8_t* pTmp) {
     HWY_DYNAMIC_DISPATCH(SeparableMedian)(pPlane, width, height, pTmp);
@@ -55,10 +68,9 @@ void GaussRemapPlane(uint8_t* pPlane, int stride, int width, int height, int32_t
     const HeapBlock<int32_t[]> table = zeroedHeapBlock<int32_t>(256);
     if (!table) return;
     for (int i = 0; i < 256; ++i) table[i] = gaussWeighted(i, sigma, centre);
-    for (int64_t y = 0; y < height; ++y) {
-        uint8_t* row = pPlane + y * stride;
-        for (int x = 0; x < width; ++x) row[x] = static_cast<uint8_t>(table[row[x]]);
-    }
+    uint8_t bytes[256];
+    for (int i = 0; i < 256; ++i) bytes[i] = static_cast<uint8_t>(table[i]);
+    HWY_DYNAMIC_DISPATCH(MapPlane)(bytes, pPlane, stride, width, height);
 }
 
 void ScaleByLuma(uint8_t* pPlane, const uint8_t* pLuma, int width, int height, int32_t lumaLimit) {

@@ -21,11 +21,6 @@ HWY_INLINE V16 WeightedSum(V16 a, V16 twice, V16 b) {
     return hn::Add(hn::Add(a, b), hn::Add(twice, twice));
 }
 
-// Saturating at 16 bits is far beyond the 255 that a gradient ends at.
-HWY_INLINE V16 Difference(V16 a, V16 b) {
-    return hn::Max(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
-}
-
 HWY_INLINE V8 ZeroBelow(V8 gradient, V8 threshold) {
     return hn::IfThenElseZero(hn::Eq(hn::Max(gradient, threshold), gradient), gradient);
 }
@@ -35,21 +30,23 @@ HWY_INLINE void GradientRun(const int16_t* r0, const int16_t* r1, const int16_t*
                             uint8_t* gradY, uint8_t* gradMean) {
     const D16 d;
     const D8 d8;
-    V16 gx[2];
-    V16 gy[2];
+    V16 left[2];
+    V16 right[2];
+    V16 top[2];
+    V16 bottom[2];
     for (int half = 0; half < 2; ++half) {
         const int x = half * kHalf;
         const V16 topLeft = hn::LoadU(d, r0 + x - 1);
         const V16 topRight = hn::LoadU(d, r0 + x + 1);
         const V16 bottomLeft = hn::LoadU(d, r2 + x - 1);
         const V16 bottomRight = hn::LoadU(d, r2 + x + 1);
-        gx[half] = Difference(WeightedSum(topLeft, hn::LoadU(d, r1 + x - 1), bottomLeft),
-                              WeightedSum(topRight, hn::LoadU(d, r1 + x + 1), bottomRight));
-        gy[half] = Difference(WeightedSum(topLeft, hn::LoadU(d, r0 + x), topRight),
-                              WeightedSum(bottomLeft, hn::LoadU(d, r2 + x), bottomRight));
+        left[half] = WeightedSum(topLeft, hn::LoadU(d, r1 + x - 1), bottomLeft);
+        right[half] = WeightedSum(topRight, hn::LoadU(d, r1 + x + 1), bottomRight);
+        top[half] = WeightedSum(topLeft, hn::LoadU(d, r0 + x), topRight);
+        bottom[half] = WeightedSum(bottomLeft, hn::LoadU(d, r2 + x), bottomRight);
     }
-    const V8 cutX = ZeroBelow(PackBytes(gx[0], gx[1]), threshold);
-    const V8 cutY = ZeroBelow(PackBytes(gy[0], gy[1]), threshold);
+    const V8 cutX = ZeroBelow(PackDistances(left[0], right[0], left[1], right[1]), threshold);
+    const V8 cutY = ZeroBelow(PackDistances(top[0], bottom[0], top[1], bottom[1]), threshold);
     hn::StoreU(cutX, d8, gradX);
     hn::StoreU(cutY, d8, gradY);
     hn::StoreU(hn::AverageRound(cutX, cutY), d8, gradMean);

@@ -25,10 +25,28 @@ HWY_INLINE V16 QuarterSum(V16 a, V16 b) {
     return hn::ShiftRight<1>(FloorHalf(a, b));
 }
 
-// The vertical steps, a row at a time.
+using DBytes = hn::Rebind<uint8_t, D16>;
+
+HWY_INLINE V16 LoadBytes(const uint8_t* bytes) {
+    return hn::PromoteTo(D16(), hn::LoadU(DBytes(), bytes));
+}
+
+// The vertical steps, a row at a time. An average of bytes takes one instruction, so that it comes before they widen.
 void DetailRow(const uint8_t* HWY_RESTRICT x0, const uint8_t* HWY_RESTRICT x1, const uint8_t* HWY_RESTRICT x2,
                int count, int16_t* HWY_RESTRICT d) {
-    for (int x = 0; x < count; ++x) d[x] = static_cast<int16_t>(x1[x] - HalfSum(x0[x], x2[x]));
+    const D16 tag;
+    const hn::Repartition<uint8_t, D16> bytes;
+    ForSteps<2 * kLanes>(
+        count,
+        [&](int x) HWY_ATTR {
+            const auto half = FloorHalf(hn::LoadU(bytes, x0 + x), hn::LoadU(bytes, x2 + x));
+            return OrderedDifferences(hn::LoadU(bytes, x1 + x), half);
+        },
+        [&](const auto& details, int x) HWY_ATTR {
+            hn::StoreU(details.a, tag, d + x);
+            hn::StoreU(details.b, tag, d + x + kLanes);
+        },
+        [&](int x) { d[x] = static_cast<int16_t>(x1[x] - HalfSum(x0[x], x2[x])); });
 }
 
 void FetchingDetailRow(const uint8_t* x0, const uint8_t* x1, const uint8_t* x2, int64_t ahead, int count, int16_t* d) {
@@ -44,21 +62,40 @@ void FetchingDetailRow(const uint8_t* x0, const uint8_t* x1, const uint8_t* x2, 
 
 void SmoothRow(const uint8_t* HWY_RESTRICT x0, const int16_t* HWY_RESTRICT d0, const int16_t* HWY_RESTRICT d1,
                int count, int16_t* HWY_RESTRICT s) {
-    for (int x = 0; x < count; ++x) s[x] = static_cast<int16_t>(x0[x] + QuarterSum(d0[x], d1[x]));
+    const D16 tag;
+    FillRow(
+        tag, count, s,
+        [&](int x)
+            HWY_ATTR { return hn::Add(LoadBytes(x0 + x), QuarterSum(hn::LoadU(tag, d0 + x), hn::LoadU(tag, d1 + x))); },
+        [&](int x) { return static_cast<int16_t>(x0[x] + QuarterSum(d0[x], d1[x])); });
 }
 
 void UndoSmoothRow(const int16_t* HWY_RESTRICT s, const int16_t* HWY_RESTRICT d0, const int16_t* HWY_RESTRICT d1,
                    int count, int16_t* HWY_RESTRICT x0) {
-    for (int x = 0; x < count; ++x) x0[x] = static_cast<int16_t>(s[x] - QuarterSum(d0[x], d1[x]));
+    const D16 tag;
+    FillRow(
+        tag, count, x0,
+        [&](int x) HWY_ATTR {
+            return hn::Sub(hn::LoadU(tag, s + x), QuarterSum(hn::LoadU(tag, d0 + x), hn::LoadU(tag, d1 + x)));
+        },
+        [&](int x) { return static_cast<int16_t>(s[x] - QuarterSum(d0[x], d1[x])); });
 }
 
 void UndoDetailRow(const int16_t* HWY_RESTRICT d, const int16_t* HWY_RESTRICT x0, const int16_t* HWY_RESTRICT x2,
                    int count, uint8_t* HWY_RESTRICT x1) {
-    for (int x = 0; x < count; ++x) {
-        const auto wrapped = static_cast<int16_t>(d[x] + HalfSum(x0[x], x2[x]));
-        const auto positive = static_cast<int16_t>(wrapped > 0 ? wrapped : 0);
-        x1[x] = static_cast<uint8_t>(positive < 255 ? positive : 255);
-    }
+    const D16 tag;
+    const DBytes bytes;
+    FillRow(
+        bytes, count, x1,
+        [&](int x) HWY_ATTR {
+            const V16 half = FloorHalf(hn::LoadU(tag, x0 + x), hn::LoadU(tag, x2 + x));
+            return hn::DemoteTo(bytes, hn::Add(hn::LoadU(tag, d + x), half));
+        },
+        [&](int x) {
+            const auto wrapped = static_cast<int16_t>(d[x] + HalfSum(x0[x], x2[x]));
+            const auto positive = static_cast<int16_t>(wrapped > 0 ? wrapped : 0);
+            return static_cast<uint8_t>(positive < 255 ? positive : 255);
+        });
 }
 
 // The horizontal steps of a row of 2n samples, its pairs apart in two vectors. Neighbours are loaded once more rather

@@ -6,6 +6,8 @@
 #define HWY_TARGET_INCLUDE "highLevel/src/luma/plane_convert.cpp"
 #include "libCore/core/source/frame/vector_unit.h"
 
+#include "libCore/core/source/frame/vector_ops-inl.h"
+
 EIS_BEFORE_TARGET();
 
 void NarrowRun(const int16_t* HWY_RESTRICT src, int64_t count, uint8_t* HWY_RESTRICT dst) {
@@ -22,9 +24,15 @@ HWY_INLINE uint8_t MedianAlong(const uint8_t* row) {
 void MedianOfMediansRow(const uint8_t* HWY_RESTRICT above, const uint8_t* HWY_RESTRICT row,
                         const uint8_t* HWY_RESTRICT below, int width, uint8_t* HWY_RESTRICT dst) {
     dst[0] = row[0];
-    for (int x = 1; x < width - 1; ++x) {
-        dst[x] = medianOfThree(MedianAlong(above + x), MedianAlong(row + x), MedianAlong(below + x));
-    }
+    const HWY_CAPPED(uint8_t, 32) d;
+    const auto along = [&](const uint8_t* at)
+                           HWY_ATTR { return Median(hn::LoadU(d, at), hn::LoadU(d, at + 1), hn::LoadU(d, at + 2)); };
+    FillRow(
+        d, width - 2, dst + 1,
+        [&](int x) HWY_ATTR { return Median(along(above + x), along(row + x), along(below + x)); },
+        [&](int x) {
+            return medianOfThree(MedianAlong(above + x + 1), MedianAlong(row + x + 1), MedianAlong(below + x + 1));
+        });
     dst[width - 1] = row[width - 1];
 }
 

@@ -7,6 +7,8 @@
 #define HWY_TARGET_INCLUDE "highLevel/src/luma/remix_detail.cpp"
 #include "libCore/core/source/frame/vector_unit.h"
 
+#include "libCore/core/source/frame/vector_ops-inl.h"
+
 EIS_BEFORE_TARGET();
 
 using D8 = hn::CappedTag<uint8_t, 64>;
@@ -15,15 +17,6 @@ using D16 = hn::Repartition<int16_t, D8>;
 using V16 = hn::Vec<D16>;
 constexpr int kBytes = hn::MaxLanes(D8());
 
-// Bytes of even and odd places apart, so that none changes its lane.
-HWY_INLINE V16 Even(V8 bytes) {
-    return hn::And(hn::BitCast(D16(), bytes), hn::Set(D16(), 0xFF));
-}
-HWY_INLINE V16 Odd(V8 bytes) {
-    const hn::RebindToUnsigned<D16> u;
-    return hn::BitCast(D16(), hn::ShiftRight<8>(hn::BitCast(u, bytes)));
-}
-
 struct Share {
     uint8_t centre;
     int16_t scale;
@@ -31,35 +24,42 @@ struct Share {
 };
 
 // The denoised sample plus the input's share of the difference, as one rounding multiplication.
-HWY_INLINE V16 Mixed(const Share& share, V16 denoised, V16 luma, V16 near) {
+template <bool inPart>
+HWY_INLINE V16 Mixed(const Share& share, V16 denoised, V16 difference, V16 near) {
     const D16 d;
     V16 part = hn::Mul(near, hn::Set(d, share.scale));
-    if (share.gain >= 0) part = hn::MulFixedPoint15(part, hn::Set(d, share.gain));
-    return hn::Add(denoised, hn::MulFixedPoint15(hn::Sub(luma, denoised), part));
+    if constexpr (inPart) part = hn::MulFixedPoint15(part, hn::Set(d, share.gain));
+    return hn::Add(denoised, hn::MulFixedPoint15(difference, part));
 }
 
-HWY_INLINE void RemixVector(const Share& share, const uint8_t* denoised, const uint8_t* map, uint8_t* luma) {
+template <bool inPart>
+HWY_INLINE V8 RemixVector(const Share& share, V8 denoised, V8 map, V8 luma) {
+    const D16 d16;
+    const V8 centre = hn::Set(D8(), share.centre);
+    const auto near = SplitBytes(hn::SaturatedSub(centre, Distance(centre, map)));
+    const auto from = SplitBytes(denoised);
+    const auto differences = Differences(luma, denoised);
+    const auto mixed = [&](auto wordsFrom, auto difference, auto wordsNear) HWY_ATTR {
+        return Mixed<inPart>(share, hn::BitCast(d16, wordsFrom), difference, hn::BitCast(d16, wordsNear));
+    };
+    return JoinBytes(WordPair<V16>{mixed(from.a, differences.a, near.a), mixed(from.b, differences.b, near.b)});
+}
+
+template <bool inPart>
+void RemixRun(const Share& shared, const uint8_t* denoised, const uint8_t* map, int count, uint8_t* luma) {
+    const Share share = shared;
     const D8 d;
-    const V8 centre = hn::Set(d, share.centre);
-    const V8 m = hn::LoadU(d, map);
-    const V8 distance = hn::Or(hn::SaturatedSub(centre, m), hn::SaturatedSub(m, centre));
-    const V8 near = hn::SaturatedSub(centre, distance);
-    const V8 n = hn::LoadU(d, denoised);
-    const V8 o = hn::LoadU(d, luma);
-    const V16 even = Mixed(share, Even(n), Even(o), Even(near));
-    const V16 odd = Mixed(share, Odd(n), Odd(o), Odd(near));
-    hn::StoreU(hn::BitCast(d, hn::Or(even, hn::ShiftLeft<8>(odd))), d, luma);
-}
-
-void RemixRun(const Share& share, const uint8_t* denoised, const uint8_t* map, int count, uint8_t* luma) {
     const int whole = count - count % kBytes;
-    for (int x = 0; x < whole; x += kBytes) RemixVector(share, denoised + x, map + x, luma + x);
+    const auto remix = [&](const uint8_t* own, const uint8_t* near, uint8_t* at) HWY_ATTR {
+        hn::StoreU(RemixVector<inPart>(share, hn::LoadU(d, own), hn::LoadU(d, near), hn::LoadU(d, at)), d, at);
+    };
+    for (int x = 0; x < whole; x += kBytes) remix(denoised + x, map + x, luma + x);
     if (whole == count) return;
     uint8_t last[3][kBytes] = {};
     memcpy(last[0], denoised + whole, count - whole);
     memcpy(last[1], map + whole, count - whole);
     memcpy(last[2], luma + whole, count - whole);
-    RemixVector(share, last[0], last[1], last[2]);
+    remix(last[0], last[1], last[2]);
     memcpy(luma + whole, last[2], count - whole);
 }
 
@@ -72,8 +72,10 @@ void RemixPlane(const RemixDetailArgs& args) {
         uint8_t* luma = args.pLuma + y * args.stride;
         const uint8_t* denoised = args.pDenoised + y * args.width;
         const uint8_t* map = args.pMap + y * args.width;
-        sweepRow<8>(args.width,
-                    [&](int first, int count) { RemixRun(share, denoised + first, map + first, count, luma + first); });
+        sweepRow<8>(args.width, [&](int first, int count) {
+            (share.gain < 0 ? RemixRun<false> : RemixRun<true>)(share, denoised + first, map + first, count,
+                                                                luma + first);
+        });
     }
 }
 

@@ -3,21 +3,29 @@
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/binomial3x3.cpp"
 #include "libCore/core/source/frame/vector_unit.h"
 
+#include "libCore/core/source/frame/vector_ops-inl.h"
+
 EIS_BEFORE_TARGET();
 
 HWY_INLINE uint8_t Halve(uint8_t a, uint8_t b) {
     return static_cast<uint8_t>((a + b + 1) >> 1);
 }
 
-void BinomialColumns(const uint8_t* HWY_RESTRICT in, uint8_t* HWY_RESTRICT out, int width) {
-    for (int x = 1; x < width - 1; ++x) out[x] = Halve(Halve(in[x - 1], in[x + 1]), in[x]);
-    out[0] = static_cast<uint8_t>((3 * in[0] + in[width > 1 ? 1 : 0]) >> 2);
-    if (width > 1) out[width - 1] = static_cast<uint8_t>((in[width - 2] + 3 * in[width - 1]) >> 2);
+// Halfway from b to the middle of a and c.
+void HalveTwice(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* HWY_RESTRICT out, int count) {
+    const HWY_CAPPED(uint8_t, 32) d;
+    FillRow(
+        d, count, out,
+        [&](int x) HWY_ATTR {
+            return hn::AverageRound(hn::AverageRound(hn::LoadU(d, a + x), hn::LoadU(d, c + x)), hn::LoadU(d, b + x));
+        },
+        [&](int x) { return Halve(Halve(a[x], c[x]), b[x]); });
 }
 
-void BinomialRows(const uint8_t* HWY_RESTRICT above, const uint8_t* HWY_RESTRICT here,
-                  const uint8_t* HWY_RESTRICT below, uint8_t* HWY_RESTRICT out, int width) {
-    for (int x = 0; x < width; ++x) out[x] = Halve(Halve(above[x], below[x]), here[x]);
+void BinomialColumns(const uint8_t* HWY_RESTRICT in, uint8_t* HWY_RESTRICT out, int width) {
+    HalveTwice(in, in + 1, in + 2, out + 1, width - 2);
+    out[0] = static_cast<uint8_t>((3 * in[0] + in[width > 1 ? 1 : 0]) >> 2);
+    if (width > 1) out[width - 1] = static_cast<uint8_t>((in[width - 2] + 3 * in[width - 1]) >> 2);
 }
 
 void Binomial(const uint8_t* src, uint8_t* dst, uint8_t* tmp, int width, int height, int64_t srcStride,
@@ -28,7 +36,7 @@ void Binomial(const uint8_t* src, uint8_t* dst, uint8_t* tmp, int width, int hei
         const uint8_t* here = tmp + y * tmpStride;
         const uint8_t* above = y == 0 ? here : here - tmpStride;
         const uint8_t* below = y == height - 1 ? here : here + tmpStride;
-        BinomialRows(above, here, below, dst + y * dstStride, width);
+        HalveTwice(above, here, below, dst + y * dstStride, width);
     }
 }
 

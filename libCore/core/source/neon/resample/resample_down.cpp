@@ -7,6 +7,8 @@
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/resample_down.cpp"
 #include "libCore/core/source/frame/vector_unit.h"
 
+#include "libCore/core/source/frame/vector_ops-inl.h"
+
 EIS_BEFORE_TARGET();
 
 // A block's samples of a row are read as one word and added inside it: no lane ever changes places. The sums do not
@@ -31,20 +33,49 @@ HWY_INLINE uint16_t MeanOfPair(const uint8_t* samples) {
 
 void BoxRow4x4(const uint8_t* HWY_RESTRICT r0, const uint8_t* HWY_RESTRICT r1, const uint8_t* HWY_RESTRICT r2,
                const uint8_t* HWY_RESTRICT r3, int count, uint8_t* HWY_RESTRICT dst) {
-    for (int x = 0; x < count; ++x) {
+    int x = 0;
+#if HWY_ARCH_ARM
+    const auto pairSums = [&](int i) HWY_ATTR {
+        const auto upper = vpadalq_u8(vpaddlq_u8(vld1q_u8(r0 + i)), vld1q_u8(r1 + i));
+        return vpadalq_u8(vpadalq_u8(upper, vld1q_u8(r2 + i)), vld1q_u8(r3 + i));
+    };
+    for (; x + 16 <= count; x += 16) {
+        const auto lower = vpaddq_u16(pairSums(4 * x), pairSums(4 * x + 16));
+        const auto upper = vpaddq_u16(pairSums(4 * x + 32), pairSums(4 * x + 48));
+        vst1q_u8(dst + x, vrshrn_high_n_u16(vrshrn_n_u16(lower, 4), upper, 4));
+    }
+#endif
+    for (; x < count; ++x) {
         const uint32_t sums =
             SumOfPairs(r0 + 4 * x) + SumOfPairs(r1 + 4 * x) + SumOfPairs(r2 + 4 * x) + SumOfPairs(r3 + 4 * x);
         dst[x] = static_cast<uint8_t>(((sums & 0xFFFF) + (sums >> 16) + 8) >> 4);
     }
 }
 
+#if HWY_ARCH_ARM
+HWY_INLINE uint8x16_t MeansOfPairs(const uint8_t* samples) {
+    const uint8x16x2_t pairs = vld2q_u8(samples);
+    return vrhaddq_u8(pairs.val[0], pairs.val[1]);
+}
+#endif
+
 void MeansOfPairs(const uint8_t* HWY_RESTRICT row, int count, uint8_t* HWY_RESTRICT means) {
-    for (int x = 0; x < count; ++x) means[x] = static_cast<uint8_t>(MeanOfPair(row + 2 * x));
+    int x = 0;
+#if HWY_ARCH_ARM
+    for (; x + 16 <= count; x += 16) vst1q_u8(means + x, MeansOfPairs(row + 2 * x));
+#endif
+    for (; x < count; ++x) means[x] = static_cast<uint8_t>(MeanOfPair(row + 2 * x));
 }
 
 void BoxRow2x2(const uint8_t* HWY_RESTRICT upperMeans, const uint8_t* HWY_RESTRICT lower, int count,
                uint8_t* HWY_RESTRICT dst) {
-    for (int x = 0; x < count; ++x) {
+    int x = 0;
+#if HWY_ARCH_ARM
+    for (; x + 16 <= count; x += 16) {
+        vst1q_u8(dst + x, vrhaddq_u8(vld1q_u8(upperMeans + x), MeansOfPairs(lower + 2 * x)));
+    }
+#endif
+    for (; x < count; ++x) {
         dst[x] = static_cast<uint8_t>((upperMeans[x] + MeanOfPair(lower + 2 * x) + 1) >> 1);
     }
 }

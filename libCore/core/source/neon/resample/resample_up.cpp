@@ -5,20 +5,27 @@
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/resample_up.cpp"
 #include "libCore/core/source/frame/vector_unit.h"
 
-#include "libCore/core/source/frame/vector_ops-inl.h"
+#include "libCore/core/source/frame/vector_doubling-inl.h"
 
 EIS_BEFORE_TARGET();
 
-// One row of twice the width. Every sum stays below 4096.
+// One row of twice the width.
 void DoubleRow(const uint8_t* HWY_RESTRICT near, const uint8_t* HWY_RESTRICT far, int width,
                uint8_t* HWY_RESTRICT dst) {
     const int last = width - 1;
     dst[0] = static_cast<uint8_t>((3 * near[0] + far[0] + 2) >> 2);
-    for (int x = 0; x < last; ++x) {
-        const auto left = static_cast<uint16_t>(3 * near[x] + far[x]);
-        const auto right = static_cast<uint16_t>(3 * near[x + 1] + far[x + 1]);
-        dst[2 * x + 1] = static_cast<uint8_t>(static_cast<uint16_t>(3 * left + right + 8) >> 4);
-        dst[2 * x + 2] = static_cast<uint8_t>(static_cast<uint16_t>(left + 3 * right + 8) >> 4);
+    const auto vector = [&](int x)
+                            HWY_ATTR { StoreBetween<8>(RowPairs(near + x), RowPairs(far + x), dst + 2 * x + 1); };
+    if (last < kDoublingStep) {
+        for (int x = 0; x < last; ++x) {
+            const int left = 3 * near[x] + far[x];
+            const int right = 3 * near[x + 1] + far[x + 1];
+            dst[2 * x + 1] = static_cast<uint8_t>((3 * left + right + 8) >> 4);
+            dst[2 * x + 2] = static_cast<uint8_t>((left + 3 * right + 8) >> 4);
+        }
+    } else {
+        for (int x = 0; x + kDoublingStep < last; x += kDoublingStep) vector(x);
+        vector(last - kDoublingStep);
     }
     dst[2 * last + 1] = static_cast<uint8_t>((3 * near[last] + far[last] + 2) >> 2);
 }
@@ -37,8 +44,8 @@ void DoublePlane(const uint8_t* src, int height, int width, int64_t dstStride, u
 // The inside of one row of four times the width, from column 2 on: a sample's four follow it and lead to the next one.
 // Weights are four times as large, so that sums, at most 65408, have the sample in their upper byte.
 struct QuadrupleWeights {
-    uint16_t upper;
-    uint16_t lower;
+    uint8_t upper;
+    uint8_t lower;
 };
 
 HWY_INLINE void QuadrupleSample(const uint8_t* upper, const uint8_t* lower, const QuadrupleWeights& weights,
@@ -48,40 +55,61 @@ HWY_INLINE void QuadrupleSample(const uint8_t* upper, const uint8_t* lower, cons
     for (int k = 0; k < 4; ++k) dst[k] = static_cast<uint8_t>((8 * left + (2 * k + 1) * (right - left) + 128) >> 8);
 }
 
-using Columns = HWY_CAPPED(uint16_t, 16);
+using Bytes = HWY_CAPPED(uint8_t, 32);
+using Columns = hn::Repartition<uint16_t, Bytes>;
 using ColumnsV = hn::Vec<Columns>;
 
-HWY_INLINE void QuadrupleSamples(const uint8_t* upper, const uint8_t* lower, const QuadrupleWeights& weights,
-                                 uint8_t* dst) {
+// The upper bytes of both, each pair in its place.
+HWY_INLINE ColumnsV UpperBytes(ColumnsV even, ColumnsV odd) {
+#if HWY_ARCH_ARM
+    return ColumnsV(vsriq_n_u16(odd.raw, even.raw, 8));
+#else
+    return hn::Or(hn::ShiftRight<8>(even), hn::And(odd, hn::Set(Columns(), 0xFF00)));
+#endif
+}
+
+HWY_INLINE void QuadrupleSums(ColumnsV left, ColumnsV right, uint8_t* dst) {
     const Columns d;
-    const hn::Rebind<uint8_t, Columns> dHalf;
-    const hn::Repartition<uint8_t, Columns> d8;
-    const auto sum = [&](int x) HWY_ATTR {
-        return hn::Add(hn::Mul(hn::PromoteTo(d, hn::LoadU(dHalf, upper + x)), hn::Set(d, weights.upper)),
-                       hn::Mul(hn::PromoteTo(d, hn::LoadU(dHalf, lower + x)), hn::Set(d, weights.lower)));
-    };
-    const ColumnsV left = sum(0);
-    const ColumnsV step = hn::Sub(sum(1), left);
+    const ColumnsV step = hn::Sub(right, left);
     const ColumnsV twice = hn::Add(step, step);
     const ColumnsV first = hn::Add(hn::Add(hn::ShiftLeft<3>(left), hn::Set(d, 128)), step);
     const ColumnsV second = hn::Add(first, twice);
     const ColumnsV third = hn::Add(second, twice);
     const ColumnsV fourth = hn::Add(third, twice);
-    const auto upperBytes = [&](ColumnsV even, ColumnsV odd)
-                                HWY_ATTR { return hn::Or(hn::ShiftRight<8>(even), hn::And(odd, hn::Set(d, 0xFF00))); };
-    const ColumnsV front = upperBytes(first, second);
-    const ColumnsV back = upperBytes(third, fourth);
-    StoreInterleaved(hn::BitCast(d8, hn::InterleaveLower(d, front, back)),
-                     hn::BitCast(d8, hn::InterleaveUpper(d, front, back)), dst);
+    const ColumnsV front = UpperBytes(first, second);
+    const ColumnsV back = UpperBytes(third, fourth);
+    StoreInterleaved(hn::BitCast(Bytes(), hn::InterleaveLower(d, front, back)),
+                     hn::BitCast(Bytes(), hn::InterleaveUpper(d, front, back)), dst);
+}
+
+// A vector of bytes, whose words stand in order.
+HWY_INLINE WordPair<ColumnsV> QuadrupleWeighted(const uint8_t* upper, const uint8_t* lower,
+                                                const QuadrupleWeights& weights) {
+#if HWY_ARCH_ARM
+    return Weighted(hn::LoadU(Bytes(), upper), weights.upper, hn::LoadU(Bytes(), lower), weights.lower);
+#else
+    const Columns d;
+    const hn::Rebind<uint8_t, Columns> half;
+    const auto sums = [&](size_t x) HWY_ATTR {
+        return hn::Add(hn::Mul(hn::PromoteTo(d, hn::LoadU(half, upper + x)), hn::Set(d, weights.upper)),
+                       hn::Mul(hn::PromoteTo(d, hn::LoadU(half, lower + x)), hn::Set(d, weights.lower)));
+    };
+    return {sums(0), sums(hn::MaxLanes(d))};
+#endif
 }
 
 void QuadrupleRow(const uint8_t* HWY_RESTRICT upper, const uint8_t* HWY_RESTRICT lower, uint16_t weight, int width,
                   uint8_t* HWY_RESTRICT dst) {
-    constexpr int kStep = hn::MaxLanes(Columns());
-    const QuadrupleWeights weights{static_cast<uint16_t>(4 * weight), static_cast<uint16_t>(32 - 4 * weight)};
+    constexpr int kStep = hn::MaxLanes(Bytes());
+    const QuadrupleWeights weights{static_cast<uint8_t>(4 * weight), static_cast<uint8_t>(32 - 4 * weight)};
     const int count = width - 1;
     int x = 0;
-    for (; x + kStep <= count; x += kStep) QuadrupleSamples(upper + x, lower + x, weights, dst + 4 * x);
+    for (; x + kStep <= count; x += kStep) {
+        const auto left = QuadrupleWeighted(upper + x, lower + x, weights);
+        const auto right = QuadrupleWeighted(upper + x + 1, lower + x + 1, weights);
+        QuadrupleSums(left.a, right.a, dst + 4 * x);
+        QuadrupleSums(left.b, right.b, dst + 4 * x + 2 * kStep);
+    }
     for (; x < count; ++x) QuadrupleSample(upper + x, lower + x, weights, dst + 4 * x);
 }
 
