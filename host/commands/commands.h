@@ -13,6 +13,7 @@ void addDenoiseCommand(CLI::App& app);
 void addMergeCommand(CLI::App& app);
 void addPagesCommand(CLI::App& app);
 void addRegisterCommand(CLI::App& app);
+void addReplayCommand(CLI::App& app);
 void addScaleCommand(CLI::App& app);
 void addSearchCommand(CLI::App& app);
 void addStabilizeCommand(CLI::App& app);

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/commands/commands.h"
+#include "host/dsp/call_recorder.h"
 #include "host/program/tool.h"
 
 namespace {
@@ -11,6 +12,7 @@ void addCommands(CLI::App& app) {
     eishost::addBurstCommand(app);
     eishost::addDenoiseCommand(app);
     eishost::addMergeCommand(app);
+    eishost::addReplayCommand(app);
     eishost::addScaleCommand(app);
     eishost::addSearchCommand(app);
     eishost::addStabilizeCommand(app);
@@ -23,7 +25,8 @@ void addCommands(CLI::App& app) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return eishost::runTool(
+    const int exitCode = eishost::runTool(
         "Plays the vision DSP for libkelvane_eis_ap: pictures, strength tables, tuning files, test bursts.",
         addCommands, argc, argv);
+    return eishost::finishRecording(exitCode);
 }

@@ -5,6 +5,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/commands/commands.h"
+#include "host/dsp/call_streams.h"
 #include "host/dsp/tuning_record.h"
 #include "host/merge/merge.h"
 #include "host/merge/merge_page.h"
@@ -173,6 +174,7 @@ void addMergeCommand(CLI::App& app) {
     command->add_flag("--json", arguments->json, "Print one line of JSON");
     command->add_flag("--trace", arguments->trace, "Print each address conversion, invalidate and flush to stderr");
     command->add_flag("--log", arguments->log, "Print the library's log to stderr");
+    addRecordOption(*command);
     command->footer(
         "Each frame is registered by Ransac_Regis_AcoreAPI_EIS. What cannot be read or used, or what the library\n"
         "refuses, is named and left out; with no frame left the reference is denoised alone, and the exit code is 0.\n"

@@ -1,4 +1,4 @@
-// The options of the command line that show the library's calls.
+// The options of the command line that show or keep the library's calls.
 #pragma once
 
 #include <iosfwd>
@@ -17,6 +17,10 @@ struct CallStreams {
 };
 
 // Adds --trace and --log, to standard error. `streams` outlives the parsing.
+void addShowOptions(CLI::App& command, CallStreams& streams);
+// Adds --record. The program ends with finishRecording().
+void addRecordOption(CLI::App& command);
+// Adds all three.
 void addCallStreams(CLI::App& command, CallStreams& streams);
 
 }  // namespace eishost

@@ -1,10 +1,9 @@
 #include "host/dsp/control_tables.h"
 
-#include <chrono>
 #include <cstring>
 
 #include "host/dsp/dsp_arena.h"
-#include "host/dsp/library_log.h"
+#include "host/dsp/entry_call.h"
 #include "host/program/exit_codes.h"
 
 namespace eishost {
@@ -45,19 +44,17 @@ ControlTables computeTables(const ControlSettings& settings, std::ostream* trace
 
     DspArena arena(trace);
     const DeviceAddress address = arena.allocate(bytes, fast ? "iDnCoefs" : "iLutCoefs");
-    startLibraryLog(log);
-    const auto start = std::chrono::steady_clock::now();
-    ret_status status = retStsOK;
+    EntryOutcome outcome;
     if (fast) {
-        const ST_FAST_DN2D_CONTROL block = fastBlock(settings, address);
-        status = CalcFastDn2dControl_AcoreAPI(&block);
+        ST_FAST_DN2D_CONTROL block = fastBlock(settings, address);
+        outcome = callEntry(arena, CalcFastDn2dControl_AcoreAPI, &block, log);
     } else {
-        const ST_SHRINK_LUT_CONTROL block = shrinkBlock(settings, address);
-        status = CalcShrinkLUTDnCoef(&block);
+        ST_SHRINK_LUT_CONTROL block = shrinkBlock(settings, address);
+        outcome = callEntry(arena, CalcShrinkLUTDnCoef, &block, log);
     }
-    tables.milliseconds = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-    if (status != retStsOK) {
-        throw HostError(kExitLibrary, std::string(tables.entry) + " returned " + std::to_string(status));
+    tables.milliseconds = outcome.milliseconds;
+    if (outcome.status != retStsOK) {
+        throw HostError(kExitLibrary, std::string(tables.entry) + " returned " + std::to_string(outcome.status));
     }
     std::memcpy(tables.block.data(), arena.dspSide(address), bytes);
     return tables;

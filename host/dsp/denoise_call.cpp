@@ -1,10 +1,10 @@
 #include "host/dsp/denoise_call.h"
 
 #include <algorithm>
-#include <chrono>
 #include <opencv2/imgproc.hpp>
 
 #include "host/dsp/device_picture.h"
+#include "host/dsp/entry_call.h"
 #include "host/dsp/library_log.h"
 #include "host/program/exit_codes.h"
 
@@ -64,31 +64,34 @@ DeviceAddress putTable(DspArena& arena, const std::vector<std::uint32_t>& words)
     return address;
 }
 
-ret_status callSpatial(DspArena& arena, const ST_DN_PARAMS_NEW& params, const DevicePicture& device) {
+EntryOutcome callSpatial(DspArena& arena, const ST_DN_PARAMS_NEW& params, const DevicePicture& device,
+                         std::ostream* log) {
     ST_MULTIDENOISE_PARAMS_IN_DEV in{};
     in.stDNParams = params;
     ST_MULTIDENOISE_PARAMS_OUT_DEV out{};
     out.stPicOut = device.block();
-    const ST_SPATIAL_NR_CALL_BLOCK block{arena.put(in, "inPara"), arena.put(out, "outPara")};
+    ST_SPATIAL_NR_CALL_BLOCK block{arena.put(in, "inPara"), arena.put(out, "outPara")};
     arena.syncToCpu(block.inPara);
     arena.syncToCpu(block.outPara);
-    return SpatialNrHLMain_ACoreApi(&block);
+    return callEntry(arena, SpatialNrHLMain_ACoreApi, &block, log);
 }
 
-ret_status callChroma(DspArena& arena, const ST_DN_PARAMS_NEW& params, const DevicePicture& device,
-                      DenoiseEntry entry) {
+EntryOutcome callChroma(DspArena& arena, const ST_DN_PARAMS_NEW& params, const DevicePicture& device,
+                        const DenoiseOptions& options) {
     const int64_t scratchBytes = chromaScratchSize(device.width, device.height);
     ST_CHROMA_CALL_BLOCK block{};
     block.stDNParams = arena.put(params, "stDNParams");
     arena.syncToCpu(block.stDNParams);
     block.pMemoryManagement = arena.allocate(static_cast<std::size_t>(scratchBytes), "pMemoryManagement");
+    arena.markScratch(block.pMemoryManagement);
     block.memSize = static_cast<std::int32_t>(scratchBytes);
     block.width = device.width;
     block.height = device.height;
     block.stride = device.width;
     block.pData1 = device.planes[1];
     block.pData2 = device.planes[2];
-    return entry == DenoiseEntry::kChromaLow ? ChromaLowLevelMainCall_2(&block) : ChromaHighLevelMainCall_2(&block);
+    const bool low = options.entry == DenoiseEntry::kChromaLow;
+    return callEntry(arena, low ? ChromaLowLevelMainCall_2 : ChromaHighLevelMainCall_2, &block, options.log);
 }
 
 }  // namespace
@@ -123,18 +126,17 @@ DenoiseOutcome denoisePicture(const Picture& picture, const DenoiseSettings& set
     params.pMaskIIR = putMask(arena, options.mask, width, height);
     params.pSpatialChromaNrLUT = putTable(arena, settings.chromaNrLUT);
 
-    startLibraryLog(options.log);
-    const auto start = std::chrono::steady_clock::now();
-    const ret_status status = options.entry == DenoiseEntry::kLumaAndChroma
-                                  ? callSpatial(arena, params, device)
-                                  : callChroma(arena, params, device, options.entry);
-    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
-    if (status != retStsOK) {
+    const EntryOutcome called = options.entry == DenoiseEntry::kLumaAndChroma
+                                    ? callSpatial(arena, params, device, options.log)
+                                    : callChroma(arena, params, device, options);
+    if (called.status != retStsOK) {
         const auto lines = libraryLog();
-        throw HostError(kExitLibrary, std::string(entryName(options.entry)) + " returned " + std::to_string(status) +
+        throw HostError(kExitLibrary, std::string(entryName(options.entry)) + " returned " +
+                                          std::to_string(called.status) +
                                           (lines.empty() ? "" : ": " + lines.back().text));
     }
-    DenoiseOutcome outcome{cutPicture(downloadPicture(arena, device), picture.width, picture.height), time.count()};
+    DenoiseOutcome outcome{cutPicture(downloadPicture(arena, device), picture.width, picture.height),
+                           called.milliseconds};
     outcome.picture.range = picture.range;
     return outcome;
 }

@@ -44,7 +44,7 @@ DspArena::~DspArena() {
     installed = nullptr;
 }
 
-DeviceAddress DspArena::allocate(std::size_t bytes, const std::string& field) {
+DspArena::Buffer DspArena::freshBuffer(std::size_t bytes, const std::string& field) {
     Buffer buffer;
     buffer.bytes = std::max<std::size_t>(bytes, 1);
     buffer.field = field;
@@ -53,12 +53,41 @@ DeviceAddress DspArena::allocate(std::size_t bytes, const std::string& field) {
     buffer.cpu = buffer.owned[1].get();
     std::memset(buffer.dsp, kFreshDsp, buffer.bytes);
     std::memset(buffer.cpu, kFreshCpu, buffer.bytes);
-    return add(std::move(buffer));
+    return buffer;
+}
+
+DeviceAddress DspArena::allocate(std::size_t bytes, const std::string& field) {
+    return add(freshBuffer(bytes, field));
 }
 
 DeviceAddress DspArena::share(void* memory, std::size_t bytes, const std::string& field) {
     auto* const bothSides = static_cast<std::uint8_t*>(memory);
-    return add({std::max<std::size_t>(bytes, 1), field, bothSides, bothSides, {}});
+    return add({std::max<std::size_t>(bytes, 1), field, bothSides, bothSides, {}, false});
+}
+
+void DspArena::allocateAt(DeviceAddress address, std::size_t bytes, const std::string& field) {
+    buffers_.emplace(address, freshBuffer(bytes, field));
+}
+
+void DspArena::shareAt(DeviceAddress address, void* memory, std::size_t bytes, const std::string& field) {
+    auto* const bothSides = static_cast<std::uint8_t*>(memory);
+    buffers_.emplace(address, Buffer{bytes, field, bothSides, bothSides, {}, false});
+}
+
+void DspArena::markScratch(DeviceAddress address) {
+    buffers_.at(address).scratch = true;
+}
+
+void DspArena::watch(std::vector<Touch>* touches) {
+    const std::scoped_lock lock(touchMutex_);
+    touches_ = touches;
+}
+
+void DspArena::keepTouch(Touch::Kind kind, const Place& place, DeviceAddress asked) {
+    const std::scoped_lock lock(touchMutex_);
+    if (touches_ == nullptr) return;
+    const bool known = place.buffer != nullptr;
+    touches_->push_back({kind, known ? static_cast<DeviceAddress>(place.base + place.offset) : asked, known});
 }
 
 DeviceAddress DspArena::add(Buffer buffer) {
@@ -115,18 +144,21 @@ void DspArena::syncToDsp(DeviceAddress address) {
 void* DspArena::convert(DeviceAddress address) {
     const Place place = installed->find(address);
     installed->traceLine("convert", place, address);
+    installed->keepTouch(Touch::kConvert, place, address);
     return place.buffer != nullptr ? place.buffer->cpu + place.offset : nullptr;
 }
 
 void DspArena::invalidate(void* address) {
     const Place place = installed->findCpu(address);
     installed->traceLine("invalidate", place, reinterpret_cast<std::uintptr_t>(address));
+    installed->keepTouch(Touch::kInvalidate, place, 0);
     if (place.buffer != nullptr) copySide(place.buffer->cpu, place.buffer->dsp, place.buffer->bytes);
 }
 
 void DspArena::flush(void* address) {
     const Place place = installed->findCpu(address);
     installed->traceLine("flush", place, reinterpret_cast<std::uintptr_t>(address));
+    installed->keepTouch(Touch::kFlush, place, 0);
     if (place.buffer != nullptr) copySide(place.buffer->dsp, place.buffer->cpu, place.buffer->bytes);
 }
 

@@ -7,7 +7,9 @@
 #include <iosfwd>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "include/acore_api.h"
 
@@ -33,6 +35,11 @@ class DspArena {
     DeviceAddress allocate(std::size_t bytes, const std::string& field);
     // A buffer of the caller's memory, which is both of its sides.
     DeviceAddress share(void* memory, std::size_t bytes, const std::string& field);
+    // The same two at an address that the caller picks, where no other buffer is.
+    void allocateAt(DeviceAddress address, std::size_t bytes, const std::string& field);
+    void shareAt(DeviceAddress address, void* memory, std::size_t bytes, const std::string& field);
+    // Says that what an entry leaves in a buffer is of no use to anybody.
+    void markScratch(DeviceAddress address);
 
     // Views of a buffer from `address` on, null for an address outside every buffer.
     std::uint8_t* dspSide(DeviceAddress address) const;
@@ -62,6 +69,7 @@ class DspArena {
         std::uint8_t* dsp = nullptr;
         std::uint8_t* cpu = nullptr;
         std::unique_ptr<std::uint8_t[]> owned[2];
+        bool scratch = false;
     };
     struct Place {
         const Buffer* buffer = nullptr;  // null for an address outside every buffer
@@ -71,18 +79,34 @@ class DspArena {
     Place find(DeviceAddress address) const;
     // Of buffers that share memory the one that begins at the address.
     Place findCpu(const void* address) const;
+    const std::map<DeviceAddress, Buffer>& buffers() const { return buffers_; }
+
+    // A callback as it came: a maintainer's address in the view of the DSP, 0 for one that is in no buffer.
+    struct Touch {
+        enum Kind : std::uint32_t { kConvert = 1, kInvalidate, kFlush };
+        Kind kind;
+        DeviceAddress address;
+        bool known;  // the address is in a buffer
+        bool operator==(const Touch&) const = default;
+    };
+    // Adds each callback to `touches` from now on; null ends that.
+    void watch(std::vector<Touch>* touches);
 
   private:
     static void* convert(DeviceAddress address);
     static void invalidate(void* address);
     static void flush(void* address);
 
+    static Buffer freshBuffer(std::size_t bytes, const std::string& field);
     DeviceAddress add(Buffer buffer);
+    void keepTouch(Touch::Kind kind, const Place& place, DeviceAddress asked);
     void traceLine(const char* verb, const Place& place, std::uintptr_t asked) const;
 
     std::map<DeviceAddress, Buffer> buffers_;
     std::uint64_t next_;
     std::ostream* trace_;
+    std::mutex touchMutex_;  // worker threads convert addresses, too
+    std::vector<Touch>* touches_ = nullptr;
 };
 
 }  // namespace eishost

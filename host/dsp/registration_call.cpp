@@ -1,6 +1,7 @@
 #include "host/dsp/registration_call.h"
 
 #include "host/dsp/device_picture.h"
+#include "host/dsp/entry_call.h"
 #include "host/program/exit_codes.h"
 
 namespace eishost {
@@ -83,9 +84,10 @@ RegistrationOutcome registerFrame(const Picture& reference, const Picture& frame
     arena.syncToCpu(call.stImgRegistrationParamsOut);
     arena.syncToCpu(callAddress);
 
-    startLibraryLog(options.log);
     const ret_status returned =
-        Ransac_Regis_AcoreAPI_EIS(reinterpret_cast<const ST_RANSAC_REGIS_BLOCK*>(arena.cpuSide(callAddress)));
+        callEntry(arena, Ransac_Regis_AcoreAPI_EIS,
+                  reinterpret_cast<const ST_RANSAC_REGIS_BLOCK*>(arena.cpuSide(callAddress)), options.log)
+            .status;
     RegistrationOutcome outcome;
     outcome.log = libraryLog();
     if (returned != retStsOK) {

@@ -1,6 +1,7 @@
 #include "host/dsp/scale_call.h"
 
 #include "host/dsp/device_picture.h"
+#include "host/dsp/entry_call.h"
 #include "host/dsp/library_log.h"
 #include "host/program/exit_codes.h"
 
@@ -43,8 +44,7 @@ ScaleOutcome scalePicture(const Picture& source, const Area& crop, PictureSize s
     block.Yout = arena.allocate(static_cast<std::size_t>(outPitch) * size.height, "Yout");
     block.Uvout = arena.allocate(2 * outChromaBytes, "Uvout");
 
-    startLibraryLog(log);
-    const ret_status status = Scale_Bilinear_AcoreAPI(&block);
+    const ret_status status = callEntry(arena, Scale_Bilinear_AcoreAPI, &block, log).status;
     const auto lines = libraryLog();
     if (status != retStsOK) {
         throw HostError(kExitLibrary, "Scale_Bilinear_AcoreAPI returned " + std::to_string(status) +

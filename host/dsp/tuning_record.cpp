@@ -1,14 +1,13 @@
 #include "host/dsp/tuning_record.h"
 
-#include <unistd.h>
-
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 
 #include "host/dsp/dsp_arena.h"
-#include "host/dsp/library_log.h"
+#include "host/dsp/entry_call.h"
 #include "host/program/exit_codes.h"
+#include "host/program/temporary_folder.h"
 
 namespace eishost {
 
@@ -27,23 +26,14 @@ class Prefix {
             text_ = file.substr(0, file.size() - std::strlen(kFileName));
             return;
         }
-        std::string folder = (fs::temp_directory_path() / "eis-host-XXXXXX").string();
-        if (mkdtemp(folder.data()) == nullptr) throw HostError(kExitUnwritable, folder + ": cannot be made");
-        folder_ = folder;
-        fs::create_symlink(fs::absolute(file), folder_ / kFileName);
-        text_ = folder + "/";
+        fs::create_symlink(fs::absolute(file), folder_.emplace().path() / kFileName);
+        text_ = folder_->path().string() + "/";
     }
-    ~Prefix() {
-        std::error_code ignored;
-        if (!folder_.empty()) fs::remove_all(folder_, ignored);
-    }
-    Prefix(const Prefix&) = delete;
-    Prefix& operator=(const Prefix&) = delete;
 
     const std::string& text() const { return text_; }
 
   private:
-    fs::path folder_;
+    std::optional<TemporaryFolder> folder_;
     std::string text_;
 };
 
@@ -58,8 +48,7 @@ ST_CONFIG_XML loadTuningRecord(const std::string& file, std::ostream* trace, std
     // The entry writes over part of the record, so what the DSP has in the rest must reach the CPU first.
     arena.syncToCpu(block.xmlInfo);
     block.xmlPath = prefix.text().c_str();
-    startLibraryLog(log);
-    const ret_status status = ParseXML_AcoreAPI_EIS(&block);
+    const ret_status status = callEntry(arena, ParseXML_AcoreAPI_EIS, &block, log).status;
     if (status == retStsFileError) {
         throw HostError(kExitLibrary, file + ": the library refuses this file (-999); 'eis-lab tuning lint' says why");
     }

@@ -36,3 +36,5 @@ for example in "$3"/examples/*.c; do
     "$prefix/$name" "$prefix/"
     "$prefix/build/$name" "$prefix/"
 done
+# A call that the examples' host recorded plays again.
+if [[ -e "$prefix/bin/eis-host" ]]; then "$prefix/bin/eis-host" replay "$prefix/scale.eisc"; fi
