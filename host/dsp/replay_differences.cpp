@@ -38,7 +38,7 @@ std::map<DeviceAddress, std::string> bufferNames(const CallRecord& call) {
         if (after == call.buffers.begin()) return {};
         const auto& [base, buffer] = *std::prev(after);
         const std::size_t offset = address - base;
-        return offset < buffer.bytes ? std::span(buffer.cpuBefore).subspan(offset) : std::span<const std::uint8_t>();
+        return offset < buffer.bytes ? std::span(buffer.dspBefore).subspan(offset) : std::span<const std::uint8_t>();
     };
     for (const auto& [address, buffer] : call.buffers) {
         if (!buffer.name.empty()) names[address] = buffer.name;

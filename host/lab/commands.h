@@ -8,8 +8,10 @@ class App;
 
 namespace eislab {
 
+void addBlockCommand(CLI::App& app);
 void addGhostCommand(CLI::App& app);
 void addGpuCommand(CLI::App& app);
+void addLogCommand(CLI::App& app);
 void addStagesCommand(CLI::App& app);
 void addTablesCommand(CLI::App& app);
 void addTuningCommand(CLI::App& app);

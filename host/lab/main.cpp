@@ -7,8 +7,10 @@
 namespace {
 
 void addCommands(CLI::App& app) {
+    eislab::addBlockCommand(app);
     eislab::addGhostCommand(app);
     eislab::addGpuCommand(app);
+    eislab::addLogCommand(app);
     eislab::addStagesCommand(app);
     eislab::addTablesCommand(app);
     eislab::addTuningCommand(app);
