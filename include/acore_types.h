@@ -28,6 +28,7 @@ typedef uint32_t DeviceAddress;
    reads, the flusher writes the CPU's view back after the library has written. Either may get null, where an entry does
    not test what the converter gave. */
 typedef void* (*IO2VAConverter)(DeviceAddress deviceAddress);
+/* An invalidater or a flusher. */
 typedef void (*BufferMaintainer)(void* address);
 
 /* A planar YUV 4:2:0 picture as it stands in a parameter block: seven 32-bit words. */
@@ -42,8 +43,8 @@ typedef struct ST_PICTURE_DEV {
 /* The host's own allocator for large denoise buffers. The tag is always "huefuse_AP", the last argument zero.
    It must be callable from four threads at once and stay valid for the life of the process. */
 typedef struct MemAllocatorTable {
-    void* (*alloc)(uint32_t size, const char* tag, uintptr_t zero);
-    void (*free)(void* memory, const char* tag, uintptr_t zero);
+    void* (*alloc)(uint32_t size, const char* tag, uintptr_t zero); /* null when there is no memory */
+    void (*free)(void* memory, const char* tag, uintptr_t zero);    /* of what alloc gave */
     void* (*lookup)(void* base); /* buffer object of a virtual base address, or null; may be absent (null) */
 } MemAllocatorTable;
 

@@ -21,10 +21,10 @@ typedef struct ST_SHRINK_LUT_CONTROL {
     DeviceAddress iLutCoefs; /* the table block: 3569 signed 16-bit entries, aligned to 2 bytes */
     int32_t lumaRatio;       /* strength of the luma curve, from -100 (none) */
     int32_t shrinkRatio0;    /* strengths of the shrink tables, from -128 (none) to 382 */
-    int32_t shrinkRatio1;
-    int32_t shrinkRatio2;
-    int32_t lumaDetail;    /* gain of the second luma curve, as nrLumaDetail */
-    uint64_t memAllocator; /* virtual address of a MemAllocatorTable to install, or 0 */
+    int32_t shrinkRatio1;    /* of the second table */
+    int32_t shrinkRatio2;    /* of the third table */
+    int32_t lumaDetail;      /* gain of the second luma curve, as nrLumaDetail */
+    uint64_t memAllocator;   /* virtual address of a MemAllocatorTable to install, or 0 */
 } ST_SHRINK_LUT_CONTROL;
 
 /* Where the tables begin in their blocks, in entries. An odd table has its zero input at the centre: entry centre + k

@@ -9,7 +9,7 @@
 
 /* What all three entries take: 72 bytes. The reserved fields, and those said to be carried, change nothing. */
 typedef struct ST_DN_PARAMS_NEW {
-    uint8_t dnReserved0;
+    uint8_t dnReserved0;    /* not read */
     DeviceAddress pMaskIIR; /* motion mask: a byte for each luma pixel, rows (width + 127) & ~127 bytes apart, which
                                should be the call's stride: at heights of 256 and more, bands start at rows of that.
                                At its top value chroma edges are guarded in full, at 0 by half. Only
@@ -29,30 +29,30 @@ typedef struct ST_DN_PARAMS_NEW {
     DeviceAddress pIIRImgNum;          /* logged */
     int32_t lumaNrEnable;              /* non-zero: write the denoised luma back */
     int32_t chromaNrEnable;            /* non-zero: denoise chroma */
-    int32_t dnReserved50;
-    int32_t dnReserved54;
-    int32_t dnReserved58;
+    int32_t dnReserved50;              /* not read */
+    int32_t dnReserved54;              /* not read */
+    int32_t dnReserved58;              /* not read */
     uint8_t chromaEdgeLevel; /* above 64: luma edges guard chroma, too (high level with luma only); from 201 on: the
                                 gain index falls by one */
-    uint8_t dnReserved63;
+    uint8_t dnReserved63;    /* not read */
     int32_t chromaGainIndex; /* 1 (mild) to 9 (strong): saturation gain; any other: none */
     int32_t chromaEdgeAlpha; /* 0 to 255: weight of the denoised chroma on edges against its low-pass */
 } ST_DN_PARAMS_NEW;
 
 /* inPara of SpatialNrHLMain_ACoreApi. */
 typedef struct ST_MULTIDENOISE_PARAMS_IN_DEV {
-    uint8_t reserved0[140];
-    ST_DN_PARAMS_NEW stDNParams;
-    int32_t globalMotionState; /* logged */
-    uint8_t reserved216[120];
-    int32_t waitApFlag; /* logged */
+    uint8_t reserved0[140];      /* not read */
+    ST_DN_PARAMS_NEW stDNParams; /* what to do */
+    int32_t globalMotionState;   /* logged */
+    uint8_t reserved216[120];    /* not read */
+    int32_t waitApFlag;          /* logged */
 } ST_MULTIDENOISE_PARAMS_IN_DEV;
 
 /* outPara of SpatialNrHLMain_ACoreApi: the picture, denoised in place. Its width and height are at least 128 and even;
    a height of 256 or more is a multiple of 4, best of 16. Rows of luma lie (width + 127) & ~127 bytes apart, rows of
    chroma (width / 2 + 127) & ~127; stride plays no part. */
 typedef struct ST_MULTIDENOISE_PARAMS_OUT_DEV {
-    ST_PICTURE_DEV stPicOut;
+    ST_PICTURE_DEV stPicOut; /* the picture, in and out */
 } ST_MULTIDENOISE_PARAMS_OUT_DEV;
 
 #pragma pack(pop)
@@ -74,7 +74,7 @@ typedef struct ST_CHROMA_CALL_BLOCK {
     int32_t height;                  /* luma pixels */
     int32_t stride;                  /* luma bytes a row */
     DeviceAddress pData1;            /* chroma planes, denoised in place */
-    DeviceAddress pData2;
+    DeviceAddress pData2;            /* the second chroma plane */
 } ST_CHROMA_CALL_BLOCK;
 
 /* The memSize of a chroma call on a picture of width x height luma pixels. */

@@ -6,9 +6,9 @@
 
 /* Index-aligned point arrays: pairs of 32-bit floats (x, y) in pixels. */
 typedef struct ST_MATCH_PAIRS_DEV {
-    DeviceAddress pRefPoints;
-    DeviceAddress pCurPoints;
-    int32_t pointNum; /* in: must exceed 4; out: the pairs left */
+    DeviceAddress pRefPoints; /* in the reference frame */
+    DeviceAddress pCurPoints; /* in the frame to register */
+    int32_t pointNum;         /* in: must exceed 4; out: the pairs left */
 } ST_MATCH_PAIRS_DEV;
 
 /* A k-nearest-neighbour result and the keypoint tables that it indexes: eleven 32-bit words. A keypoint is a row of
@@ -18,20 +18,21 @@ typedef struct RansacEstParaContext {
     DeviceAddress pCurIndex;         /* matchNum signed 16-bit indices into pCurKeypoints */
     DeviceAddress pRefIndex;         /* matchNum signed 16-bit indices into pRefKeypoints */
     DeviceAddress pDistance;         /* matchNum signed 32-bit distances, 2147483647 for a missing one */
-    int32_t matchNum;
-    int32_t coordScale;
-    float ratio; /* of the test between the best and the second best distance of one reference point */
-    DeviceAddress pRefKeypoints;
-    DeviceAddress pCurKeypoints;
+    int32_t matchNum;                /* entries of the three lists */
+    int32_t coordScale;              /* factor on the keypoints of both tables */
+    float ratio;                 /* of the test between the best and the second best distance of one reference point */
+    DeviceAddress pRefKeypoints; /* of the reference frame */
+    DeviceAddress pCurKeypoints; /* of the frame to register */
 } RansacEstParaContext;
 
 /* Frame numbers: 0 is the reference, idx 1 to 3 the frame of a call. */
 enum { kRegistrationMaxFrames = 4 };
 
+/* The pairs of a frame. */
 typedef struct ST_REGISTRATION_PAIR_DEV {
     DeviceAddress pRefPoints; /* the arrays of stMatchPairs again */
-    DeviceAddress pCurPoints;
-    uint32_t reserved;
+    DeviceAddress pCurPoints; /* as above */
+    uint32_t reserved;        /* not read */
 } ST_REGISTRATION_PAIR_DEV;
 
 /* Input block. Width, height and format of frame 0 stand for all pictures; of the others only the planes are read. Rows
@@ -40,25 +41,25 @@ typedef struct ST_REGISTRATION_PAIR_DEV {
    k + 1. Heights should be multiples of 8, for a copy leaves the luma rows behind the last multiple of 4, and the
    chroma rows behind the last one of 8 luma rows. */
 typedef struct ST_REGISTRATION_IN_BLOCK {
-    ST_PICTURE_DEV astInImg[kRegistrationMaxFrames];
+    ST_PICTURE_DEV astInImg[kRegistrationMaxFrames];               /* the frames, the reference first */
     uint32_t reserved;                                             /* word 28, not read */
     ST_REGISTRATION_PAIR_DEV astPairs[kRegistrationMaxFrames - 1]; /* from word 29, for idx 1, 2, 3 */
 } ST_REGISTRATION_IN_BLOCK;
 
 /* Output block. Of each picture only the planes are read. */
 typedef struct ST_REGISTRATION_OUT_BLOCK {
-    ST_PICTURE_DEV astOutImg[kRegistrationMaxFrames];
-    uint32_t reserved[34];
+    ST_PICTURE_DEV astOutImg[kRegistrationMaxFrames]; /* where frame idx goes */
+    uint32_t reserved[34];                            /* not read */
     DeviceAddress pStatus; /* word 62: a signed 32-bit word that receives the outcome, 3 for a refusal */
 } ST_REGISTRATION_OUT_BLOCK;
 
 /* Call block: six 32-bit words. */
 typedef struct ST_RANSAC_REGIS_BLOCK {
-    DeviceAddress pRansacEstParaContext;
-    DeviceAddress stImgRegistrationParamsIn;
-    DeviceAddress stImgRegistrationParamsOut;
-    int32_t idx;               /* 1 to 3 */
-    int32_t lumaOnly;          /* non-zero: warp and flush luma alone */
+    DeviceAddress pRansacEstParaContext;      /* a RansacEstParaContext */
+    DeviceAddress stImgRegistrationParamsIn;  /* an ST_REGISTRATION_IN_BLOCK */
+    DeviceAddress stImgRegistrationParamsOut; /* an ST_REGISTRATION_OUT_BLOCK */
+    int32_t idx;                              /* 1 to 3 */
+    int32_t lumaOnly;                         /* non-zero: warp and flush luma alone */
     DeviceAddress pHomography; /* nine 32-bit floats, row-major; written (identity) only when under 8 pairs are left,
                                   and not flushed */
 } ST_RANSAC_REGIS_BLOCK;

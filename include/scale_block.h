@@ -8,17 +8,17 @@
    and a row pitch of (stride / 2 + 127) & ~127; the second chroma plane stands right behind the first, pitch * (height
    / 2) bytes on. For a crop, point the source addresses at its first pixel and keep the larger picture's stride. */
 typedef struct ST_SCALE_BLOCK {
-    int32_t dstWidth;
-    int32_t dstHeight;
-    int32_t dstStride; /* at least dstWidth */
-    int32_t srcWidth;
-    int32_t srcHeight;
-    int32_t srcStride;
-    int32_t border; /* must be 2 */
-    DeviceAddress Yin;
-    DeviceAddress Uvin;
-    DeviceAddress Yout;
-    DeviceAddress Uvout;
+    int32_t dstWidth;    /* of the result */
+    int32_t dstHeight;   /* of the result */
+    int32_t dstStride;   /* at least dstWidth */
+    int32_t srcWidth;    /* of the part that is scaled */
+    int32_t srcHeight;   /* of the part that is scaled */
+    int32_t srcStride;   /* of the picture that holds it */
+    int32_t border;      /* must be 2 */
+    DeviceAddress Yin;   /* luma of the source */
+    DeviceAddress Uvin;  /* first chroma plane of the source */
+    DeviceAddress Yout;  /* luma of the result */
+    DeviceAddress Uvout; /* first chroma plane of the result */
 } ST_SCALE_BLOCK;
 
 #ifdef __cplusplus

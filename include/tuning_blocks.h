@@ -70,14 +70,14 @@ typedef struct ST_CONFIG_XML_SF_ISO {
 
 /* 752 bytes. */
 typedef struct ST_CONFIG_XML_SF {
-    int32_t isovalue[kTuningIsoLevels]; /* /Config/SFNoiseReduction/ISOn/isovalue */
-    ST_CONFIG_XML_SF_ISO astIso[kTuningIsoLevels];
+    int32_t isovalue[kTuningIsoLevels];            /* /Config/SFNoiseReduction/ISOn/isovalue */
+    ST_CONFIG_XML_SF_ISO astIso[kTuningIsoLevels]; /* the other keys, level by level */
 } ST_CONFIG_XML_SF;
 
 /* The record: 3040 bytes, which may stand at any address. */
 typedef struct ST_CONFIG_XML {
-    ST_CONFIG_XML_ISO astIso[kTuningIsoLevels];
-    int32_t enhancementLevel; /* /Config/ChromaEnhancement */
+    ST_CONFIG_XML_ISO astIso[kTuningIsoLevels]; /* /Config/NoiseReduction and /Config/GhostDetection */
+    int32_t enhancementLevel;                   /* /Config/ChromaEnhancement */
     int32_t chromaDetail;
     uint8_t reserved[kTuningReservedBytes]; /* never written */
     int32_t ExposureFusionFlag;             /* /Config/Global */
@@ -86,7 +86,7 @@ typedef struct ST_CONFIG_XML {
     int32_t ColorOnlyPixelPercent;
     int32_t ColorBaseDisparity;
     int32_t ColorBasePixelPercent;
-    ST_CONFIG_XML_SF stSf;
+    ST_CONFIG_XML_SF stSf; /* /Config/SFNoiseReduction */
 } ST_CONFIG_XML;
 
 /* ParseXML_AcoreAPI_EIS: 12 bytes. */
