@@ -41,6 +41,18 @@ HWY_INLINE void SetHalfTable(HalfTable& table) {
 #endif
 }
 
+#if HWY_TARGET == HWY_NEON
+// A byte of all entries, in registers: eight of them a loop can hold beside its work, sixteen if that is little.
+struct HalfBytes {
+    uint8x16x4_t parts[2];
+
+    HWY_INLINE explicit HalfBytes(const uint8_t* bytes) : parts{vld1q_u8_x4(bytes), vld1q_u8_x4(bytes + 64)} {}
+    // Indices are below kHalfTableEntries; `beyond` is an index less 64.
+    HWY_INLINE uint8x16_t at(uint8x16_t index, uint8x16_t beyond) const {
+        return vqtbx4q_u8(vqtbl4q_u8(parts[0], index), parts[1], beyond);
+    }
+};
+#else
 // Look-ups of a pair of vectors: indices are below kHalfTableEntries, and LookUpBytes wants words below 256.
 #if HWY_TARGET == HWY_AVX3
 HWY_INLINE V16 LookUpOne(const HalfTable& table, V16 index) {
@@ -60,12 +72,6 @@ HWY_INLINE VectorPair LookUpBytes(const HalfTable& table, const VectorPair& inde
 using D8 = hn::Repartition<uint8_t, D16>;
 using V8 = hn::Vec<D8>;
 
-#if HWY_TARGET == HWY_NEON
-HWY_INLINE V8 LookUpHalf(const uint8_t* table, V8 index) {
-    const uint8x16_t lower = vqtbl4q_u8(vld1q_u8_x4(table), index.raw);
-    return V8(vqtbx4q_u8(lower, vld1q_u8_x4(table + 64), vsubq_u8(index.raw, vdupq_n_u8(64))));
-}
-#else
 // A shuffle reads a sixteenth of the table at the lowest four bits of an index, or gives 0 where the index is negative.
 // With the index lowered by 16 from one shuffle to the next, all sixteenths up to the index's own are read, at the same
 // place: as each is stored as its exclusive-or with the one before, the exclusive-or of what was read is the entry. To
@@ -79,7 +85,6 @@ HWY_INLINE V8 LookUpHalf(const uint8_t* table, V8 index) {
     }
     return hn::Xor(sums[0], sums[1]);
 }
-#endif
 
 // Both vectors of a pair as even and odd bytes of one.
 HWY_INLINE V8 PackPair(const VectorPair& pair) {
@@ -101,6 +106,7 @@ HWY_INLINE VectorPair LookUpBytes(const HalfTable& table, const VectorPair& inde
     const auto low = hn::BitCast(u, LookUpHalf(table.low, PackPair(index)));
     return {hn::BitCast(d, hn::And(low, hn::Set(u, 0x00FF))), hn::BitCast(d, hn::ShiftRight<8>(low))};
 }
+#endif
 #endif
 
 EIS_AFTER_TARGET();

@@ -56,10 +56,37 @@ bool SetTable(const int16_t* all, PullTable& table) {
     return fit;
 }
 
+// The table as loops want it.
+#if HWY_TARGET == HWY_NEON
+struct LoadedTable {
+    HalfBytes low;
+    HalfBytes high;
+
+    HWY_INLINE explicit LoadedTable(const PullTable& table) : low(table.half.low), high(table.half.high) {}
+};
+#else
+using LoadedTable = const PullTable&;
+#endif
+
 // Each base plus the table's entry for the difference from - to, which saturates far outside the table. The index
 // rounds the difference (half a step upward) before its sign is taken off: the table is odd, the rounding is not.
-HWY_INLINE VectorPair Pulled(const PullTable& table, const VectorPair& base, const VectorPair& from,
+HWY_INLINE VectorPair Pulled(const LoadedTable& table, const VectorPair& base, const VectorPair& from,
                              const VectorPair& to) {
+#if HWY_TARGET == HWY_NEON
+    // A rounding shift saturates at 127 steps, which the table repeats its last entry for. The sign is the difference's
+    // own, for where rounding takes that to 0 the entry is 0 as well.
+    const int16x8_t a = vqsubq_s16(from.a.raw, to.a.raw);
+    const int16x8_t b = vqsubq_s16(from.b.raw, to.b.raw);
+    const uint8x16_t index = vreinterpretq_u8_s8(vqabsq_s8(vqrshrn_high_n_s16(vqrshrn_n_s16(a, 5), b, 5)));
+    const uint8x16_t beyond = vsubq_u8(index, vdupq_n_u8(64));
+    const uint8x16_t low = table.low.at(index, beyond);
+    const uint8x16_t high = table.high.at(index, beyond);
+    const auto pulled = [](V16 start, uint8x16_t pull, int16x8_t difference) {
+        const int16x8_t sign = vorrq_s16(vshrq_n_s16(difference, 15), vdupq_n_s16(1));
+        return V16(vmlaq_s16(start.raw, vreinterpretq_s16_u8(pull), sign));
+    };
+    return {pulled(base.a, vzip1q_u8(low, high), a), pulled(base.b, vzip2q_u8(low, high), b)};
+#else
     const D16 d;
     const V16 half = hn::Set(d, 16);
     const V16 last = hn::Set(d, kMiddle);
@@ -67,19 +94,36 @@ HWY_INLINE VectorPair Pulled(const PullTable& table, const VectorPair& base, con
     const V16 kb = hn::ShiftRight<5>(hn::SaturatedSub(from.b, hn::Sub(to.b, half)));
     const VectorPair pull = LookUpWords(table.half, {hn::Min(hn::Abs(ka), last), hn::Min(hn::Abs(kb), last)});
     return {hn::Add(base.a, WithSignOf(ka, pull.a)), hn::Add(base.b, WithSignOf(kb, pull.b))};
+#endif
+}
+
+HWY_INLINE VectorPair LoadPair(const int16_t* from) {
+    return {hn::Load(D16(), from), hn::Load(D16(), from + kLanes)};
+}
+HWY_INLINE void StorePair(const VectorPair& pair, int16_t* to) {
+    hn::Store(pair.a, D16(), to);
+    hn::Store(pair.b, D16(), to + kLanes);
 }
 
 // Eight rows of eight samples become columns, and back, in each block of 128 bits.
 HWY_INLINE void TransposeBlocks(V16* rows) {
-    const D16 d;
-    for (int stage = 0; stage < 3; ++stage) {
-        V16 shuffled[kTile];
-        for (int i = 0; i < kTile / 2; ++i) {
-            shuffled[2 * i] = hn::InterleaveLower(d, rows[i], rows[i + 4]);
-            shuffled[2 * i + 1] = hn::InterleaveUpper(d, rows[i], rows[i + 4]);
-        }
-        for (int i = 0; i < kTile; ++i) rows[i] = shuffled[i];
-    }
+    // Step by step, for compilers make slow loops of loops here.
+    const auto shuffle = [](const V16* from, V16* to) HWY_ATTR {
+        const D16 d;
+        to[0] = hn::InterleaveLower(d, from[0], from[4]);
+        to[1] = hn::InterleaveUpper(d, from[0], from[4]);
+        to[2] = hn::InterleaveLower(d, from[1], from[5]);
+        to[3] = hn::InterleaveUpper(d, from[1], from[5]);
+        to[4] = hn::InterleaveLower(d, from[2], from[6]);
+        to[5] = hn::InterleaveUpper(d, from[2], from[6]);
+        to[6] = hn::InterleaveLower(d, from[3], from[7]);
+        to[7] = hn::InterleaveUpper(d, from[3], from[7]);
+    };
+    V16 first[kTile];
+    V16 second[kTile];
+    shuffle(rows, first);
+    shuffle(first, second);
+    shuffle(second, rows);
 }
 
 // Blocks of eight samples that stand eight rows apart in a strip.
@@ -117,6 +161,7 @@ struct RowBlock {
     bool opensPass;                                 // its first row has none before it
     HWY_ALIGN int16_t samples[kBlockRows][kStrip];  // of the strip at hand; rows without samples of their own repeat
     HWY_ALIGN int16_t pulled[kBlockRows][kStrip];   // along the row, Q7 around the centre
+    HWY_ALIGN int16_t turned[kStrip][kBlockRows];   // the same, rows and columns in each other's places
     int32_t state[kBlockRows];                      // the last value of each row
     const int16_t* nextStrip;                       // in the first row, fetched while the strip at hand is filtered
     int64_t nextRow;                                // samples from row to row there
@@ -127,81 +172,132 @@ HWY_INLINE V16 CentredQ7(V16 samples) {
     return hn::ShiftLeft<7>(hn::Sub(samples, hn::Set(d, kCentre >> 7)));
 }
 
+HWY_INLINE VectorPair CentredQ7(const VectorPair& samples) {
+    return {CentredQ7(samples.a), CentredQ7(samples.b)};
+}
+
+// Rows of a tile become columns, of samples inside the window as long as `least` and `most` are.
+HWY_INLINE void TurnTile(RowBlock& block, int column, V16& least, V16& most) {
+    const D16 d;
+    for (int r = 0; r < kBlockRows; r += kLanes) {
+        V16 x[kTile];
+        for (int i = 0; i < kTile; ++i) {
+            x[i] = LoadBlocks(d, &block.samples[r + i][column]);
+            least = hn::Min(least, x[i]);
+            most = hn::Max(most, x[i]);
+        }
+        TransposeBlocks(x);
+        for (int i = 0; i < kTile; ++i) hn::Store(x[i], d, &block.turned[column + i][r]);
+    }
+}
+
+// Calls pair(p) for each, without a loop.
+template <class Pair>
+HWY_INLINE void ForPairs(Pair pair) {
+    static_assert(kPairs <= 2);
+    pair(0);
+    if constexpr (kPairs == 2) pair(1);
+}
+
+HWY_INLINE void PullTile(const LoadedTable& table, RowBlock& block, int column, VectorPair* h) {
+    for (int i = 0; i < kTile; ++i) {
+        int16_t* samples = block.turned[column + (block.backward ? kTile - 1 - i : i)];
+        ForPairs([&](int p) HWY_ATTR {
+            const VectorPair sample = CentredQ7(LoadPair(samples + 2 * p * kLanes));
+            h[p] = Pulled(table, sample, h[p], sample);
+            StorePair(h[p], samples + 2 * p * kLanes);
+        });
+    }
+}
+
+HWY_INLINE void TurnTileBack(RowBlock& block, int column) {
+    const D16 d;
+    for (int r = 0; r < kBlockRows; r += kLanes) {
+        V16 x[kTile];
+        for (int i = 0; i < kTile; ++i) x[i] = hn::Load(d, &block.turned[column + i][r]);
+        TransposeBlocks(x);
+        for (int i = 0; i < kTile; ++i) StoreBlocks(d, x[i], &block.pulled[r + i][column]);
+    }
+}
+
+// Calls tile(column) for the strip's tiles in the pass's order.
+template <class Tile>
+HWY_INLINE void ForTiles(bool backward, Tile tile) {
+    for (int i = 0; i < kStrip; i += kTile) tile(backward ? kStrip - kTile - i : i);
+}
+
 // Pulls along all rows of the strip. False when samples lie outside the window.
 bool PullAlong(const PullTable& table, RowBlock& block) {
     const D16 d;
     HWY_ALIGN int16_t last[kBlockRows];
     for (int r = 0; r < kBlockRows; ++r) last[r] = static_cast<int16_t>(block.state[r] - kCentre);
     VectorPair h[kPairs];
-    for (int p = 0; p < kPairs; ++p) {
-        h[p] = {hn::Load(d, last + 2 * p * kLanes), hn::Load(d, last + (2 * p + 1) * kLanes)};
-    }
+    for (int p = 0; p < kPairs; ++p) h[p] = LoadPair(last + 2 * p * kLanes);
     V16 least = hn::Zero(d);
     V16 most = least;
-    const int first = block.backward ? kStrip - kTile : 0;
-    const int step = block.backward ? -kTile : kTile;
-    for (int tile = 0, column = first; tile < kStrip / kTile; ++tile, column += step) {
-        V16 x[kPairs][2][kTile];
-        for (int p = 0; p < kPairs; ++p) {
-            for (int v = 0; v < 2; ++v) {
-                for (int i = 0; i < kTile; ++i) {
-                    x[p][v][i] = LoadBlocks(d, &block.samples[(2 * p + v) * kLanes + i][column]);
-                    least = hn::Min(least, x[p][v][i]);
-                    most = hn::Max(most, x[p][v][i]);
-                }
-                TransposeBlocks(x[p][v]);
-            }
-        }
-        for (int i = 0; i < kTile; ++i) {
-            const int c = block.backward ? kTile - 1 - i : i;
-            for (int p = 0; p < kPairs; ++p) {
-                const VectorPair sample{CentredQ7(x[p][0][c]), CentredQ7(x[p][1][c])};
-                h[p] = Pulled(table, sample, h[p], sample);
-                x[p][0][c] = h[p].a;
-                x[p][1][c] = h[p].b;
-            }
-        }
-        for (int p = 0; p < kPairs; ++p) {
-            for (int v = 0; v < 2; ++v) {
-                TransposeBlocks(x[p][v]);
-                for (int i = 0; i < kTile; ++i) {
-                    StoreBlocks(d, x[p][v][i], &block.pulled[(2 * p + v) * kLanes + i][column]);
-                }
-            }
-        }
-    }
+    const LoadedTable loaded(table);
+#if HWY_TARGET == HWY_NEON
+    // The table takes half of the registers.
+    ForTiles(block.backward, [&](int column) { TurnTile(block, column, least, most); });
+    ForTiles(block.backward, [&](int column) { PullTile(loaded, block, column, h); });
+    ForTiles(block.backward, [&](int column) { TurnTileBack(block, column); });
+#else
+    // Turning goes on while pulls wait for each other.
+    ForTiles(block.backward, [&](int column) HWY_ATTR {
+        TurnTile(block, column, least, most);
+        PullTile(loaded, block, column, h);
+        TurnTileBack(block, column);
+    });
+#endif
     const auto outside = hn::Or(hn::Lt(least, hn::Set(d, kWindowLow)), hn::Gt(most, hn::Set(d, kWindowHigh)));
     if (!hn::AllFalse(d, outside)) return false;
-    for (int p = 0; p < kPairs; ++p) {
-        hn::Store(h[p].a, d, last + 2 * p * kLanes);
-        hn::Store(h[p].b, d, last + (2 * p + 1) * kLanes);
-    }
+    for (int p = 0; p < kPairs; ++p) StorePair(h[p], last + 2 * p * kLanes);
     for (int r = 0; r < kBlockRows; ++r) block.state[r] = last[r] + kCentre;
     return true;
 }
 
+// Outputs in place of samples, from what the columns' pull has made of them.
+HWY_INLINE void Restore(const LoadedTable& table, const VectorPair& v, int16_t* samples) {
+    const V16 rounding = hn::Set(D16(), 63);
+    const V16 centre = hn::Set(D16(), kCentre >> 7);
+    const VectorPair x = CentredQ7(LoadPair(samples));
+    const VectorPair out = Pulled(table, {hn::Add(v.a, rounding), hn::Add(v.b, rounding)}, x, v);
+    StorePair({hn::Add(hn::ShiftRight<7>(out.a), centre), hn::Add(hn::ShiftRight<7>(out.b), centre)}, samples);
+}
+
 // Pulls the strip's rows down its columns and leaves the outputs in place of the samples.
 void PullDown(const PullTables& tables, RowBlock& block, int16_t* HWY_RESTRICT line) {
-    const D16 d;
-    const V16 rounding = hn::Set(d, 63);
-    const V16 centre = hn::Set(d, kCentre >> 7);
-    for (int c = 0; c < kStrip; c += 2 * kLanes) {
-        const int16_t* opening = block.opensPass ? block.pulled[0] : line;
-        VectorPair v{hn::Load(d, opening + c), hn::Load(d, opening + c + kLanes)};
+    const LoadedTable down(tables.down);
+    // As many columns at once as keep pulls from waiting for each other.
+    constexpr int kColumns = 2 * kLanes * kPairs;
+    for (int c = 0; c < kStrip; c += kColumns) {
+        const int16_t* opening = (block.opensPass ? block.pulled[0] : line) + c;
+        VectorPair v[kPairs];
+        for (int p = 0; p < kPairs; ++p) v[p] = LoadPair(opening + 2 * p * kLanes);
         for (int r = 0; r < block.rows; ++r) {
-            int16_t* samples = block.samples[r] + c;
-            const int16_t* pulled = block.pulled[r] + c;
             hwy::Prefetch(block.nextStrip + r * block.nextRow + c);
-            const VectorPair h{hn::Load(d, pulled), hn::Load(d, pulled + kLanes)};
-            v = Pulled(tables.down, h, v, h);
-            const VectorPair x{CentredQ7(hn::Load(d, samples)), CentredQ7(hn::Load(d, samples + kLanes))};
-            const VectorPair out = Pulled(tables.restore, {hn::Add(v.a, rounding), hn::Add(v.b, rounding)}, x, v);
-            hn::Store(hn::Add(hn::ShiftRight<7>(out.a), centre), d, samples);
-            hn::Store(hn::Add(hn::ShiftRight<7>(out.b), centre), d, samples + kLanes);
+            ForPairs([&](int p) HWY_ATTR {
+                int16_t* pulled = block.pulled[r] + c + 2 * p * kLanes;
+                const VectorPair h = LoadPair(pulled);
+                v[p] = Pulled(down, h, v[p], h);
+#if HWY_TARGET == HWY_NEON
+                StorePair(v[p], pulled);
+#else
+                Restore(tables.restore, v[p], block.samples[r] + c + 2 * p * kLanes);
+#endif
+            });
         }
-        hn::Store(v.a, d, line + c);
-        hn::Store(v.b, d, line + c + kLanes);
+        for (int p = 0; p < kPairs; ++p) StorePair(v[p], line + c + 2 * p * kLanes);
     }
+#if HWY_TARGET == HWY_NEON
+    // In a loop of its own: two tables would take all registers.
+    const LoadedTable restore(tables.restore);
+    for (int r = 0; r < block.rows; ++r) {
+        for (int c = 0; c < kStrip; c += 2 * kLanes) {
+            Restore(restore, LoadPair(block.pulled[r] + c), block.samples[r] + c);
+        }
+    }
+#endif
 }
 
 // Whether all values lie within `room` of the window, as differences from the centre.

@@ -133,21 +133,37 @@ HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> LoadBlocks(const uint8_t* HWY
 
 // A row interpolated at a vector of columns from block b on: 20 bits, 4096 times the sample value.
 HWY_INLINE SumsV ColumnSums(const uint8_t* HWY_RESTRICT row, const CompactColumns& columns, size_t b) {
-    const Sums d;
     const hn::Repartition<uint8_t, Sums> d8;
     const hn::Repartition<int16_t, Sums> d16;
     const auto samples = hn::TableLookupBytesOr0(LoadBlocks(row, columns.base + b), hn::Load(d8, columns.lanes[b]));
+    const auto weights = hn::Load(d16, columns.weights[b]);
+#if HWY_ARCH_ARM
+    const int16x8_t words = hn::BitCast(d16, samples).raw;
+    const int32x4_t left = vmull_s16(vget_low_s16(words), vget_low_s16(weights.raw));
+    return SumsV(vmlal_high_s16(left, words, weights.raw));
+#else
+    const Sums d;
     SumsV second = hn::Zero(d);
-    const SumsV first = hn::ReorderWidenMulAccumulate(d, hn::BitCast(d16, samples), hn::Load(d16, columns.weights[b]),
-                                                      hn::Zero(d), second);
+    const SumsV first = hn::ReorderWidenMulAccumulate(d, hn::BitCast(d16, samples), weights, hn::Zero(d), second);
     return hn::Add(first, second);
+#endif
 }
 
-// Sums of four vectors, 0 to 255 each, as bytes in order.
+// The uppermost bytes of four vectors in order.
 HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> PackSums(SumsV a, SumsV b, SumsV c, SumsV d) {
     const hn::Repartition<int16_t, Sums> d16;
-    const auto ab = hn::ReorderDemote2To(d16, a, b);
-    const auto cd = hn::ReorderDemote2To(d16, c, d);
+#if HWY_ARCH_ARM
+    const hn::Repartition<uint8_t, Sums> d8;
+    const auto words = [&](SumsV first, SumsV second) {
+        return hn::BitCast(d8, hn::ConcatOdd(d16, hn::BitCast(d16, second), hn::BitCast(d16, first)));
+    };
+    return hn::ConcatOdd(d8, words(c, d), words(a, b));
+#else
+    const auto upper = [](SumsV v) HWY_ATTR {
+        return hn::BitCast(Sums(), hn::ShiftRight<24>(hn::BitCast(hn::RebindToUnsigned<Sums>(), v)));
+    };
+    const auto ab = hn::ReorderDemote2To(d16, upper(a), upper(b));
+    const auto cd = hn::ReorderDemote2To(d16, upper(c), upper(d));
     const auto bytes = PackBlocks(ab, cd);
 #if HWY_CAP_GE256
     // Both packings work in halves of a vector.
@@ -155,6 +171,7 @@ HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> PackSums(SumsV a, SumsV b, Su
     return hn::Vec<hn::Repartition<uint8_t, Sums>>{_mm256_permutevar8x32_epi32(bytes.raw, order)};
 #else
     return bytes;
+#endif
 #endif
 }
 
@@ -171,15 +188,13 @@ struct RowPair {
 // second one is.
 void BlendRows(const RowPair& rows, const CompactColumns& columns, int count, uint8_t* HWY_RESTRICT dst) {
     const Sums d;
-    const hn::RebindToUnsigned<Sums> dU;
     const hn::Repartition<uint8_t, Sums> d8;
     const SumsV fy = hn::Set(d, static_cast<int32_t>(rows.fraction));
     constexpr size_t kStep = kSumLanes / kBlock;
     const auto blend = [&](size_t b) HWY_ATTR {
         const SumsV upper = ColumnSums(rows.upper, columns, b);
         const SumsV lower = ColumnSums(rows.lower, columns, b);
-        const SumsV sum = hn::Add(hn::ShiftLeft<12>(upper), hn::Mul(hn::Sub(lower, upper), fy));
-        return hn::BitCast(d, hn::ShiftRight<24>(hn::BitCast(dU, sum)));
+        return hn::Add(hn::ShiftLeft<12>(upper), hn::Mul(hn::Sub(lower, upper), fy));
     };
     for (int x = 0; x < count; x += kBytes) {
         const size_t b = static_cast<size_t>(x) / kBlock;

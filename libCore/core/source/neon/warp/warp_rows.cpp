@@ -174,15 +174,23 @@ HWY_INLINE bool NoneTogether(const uint32_t* words) {
     return hn::AllTrue(d, hn::Eq(hn::LoadU(d, words), hn::Zero(d)));
 }
 
-// Each column between its two neighbours, which stand side by side: twice the sample, at most 510.
+// Samples and weights are multiplied in pairs of neighbours on x86, and on NEON in halves: left ones, then right ones.
+#if HWY_ARCH_ARM
+alignas(16) constexpr uint8_t kContiguous[16] = {0, 1, 2, 3, 4, 5, 6, 7, 1, 2, 3, 4, 5, 6, 7, 8};
+alignas(16) constexpr uint8_t kScattered[16] = {0, 1, 4, 5, 8, 9, 12, 13, 1, 2, 5, 6, 9, 10, 13, 14};
+alignas(16) constexpr uint8_t kWeights[16] = {0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15};
+#else
+alignas(16) constexpr uint8_t kContiguous[16] = {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8};
+alignas(16) constexpr uint8_t kScattered[16] = {0, 1, 1, 2, 4, 5, 5, 6, 8, 9, 9, 10, 12, 13, 13, 14};
+#endif
+
+// Each column between its two neighbours: twice the sample, at most 510.
 template <class D>
 HWY_INLINE hn::Vec<D> BlendColumns(D d, hn::Vec<Samples<D>> pairs, hn::Vec<Samples<D>> weights) {
 #if HWY_ARCH_ARM
-    const uint16x8_t samples = vreinterpretq_u16_u8(pairs.raw);
-    const uint16x8_t parts = vreinterpretq_u16_u8(weights.raw);
-    const uint16x8_t left = vmull_u8(vmovn_u16(samples), vmovn_u16(parts));
-    const hn::Vec<D> sum{vmlal_u8(left, vshrn_n_u16(samples, 8), vshrn_n_u16(parts, 8))};
-    return hn::ShiftRight<6>(hn::Add(sum, hn::Set(d, 32)));
+    (void)d;
+    const uint16x8_t left = vmull_u8(vget_low_u8(pairs.raw), vget_low_u8(weights.raw));
+    return hn::Vec<D>(vrshrq_n_u16(vmlal_high_u8(left, pairs.raw, weights.raw), 6));
 #else
     // The products take signed samples: 128 is subtracted before and, at a weight of 128 in all, added behind.
     const auto centred = hn::Xor(pairs, hn::Set(Samples<D>(), 0x80));
@@ -190,21 +198,26 @@ HWY_INLINE hn::Vec<D> BlendColumns(D d, hn::Vec<Samples<D>> pairs, hn::Vec<Sampl
 #endif
 }
 
-// Exact in 16 bits: upper * (128 - fy) + lower * fy is at most 65280.
+// As bytes. Exact in 16 bits: upper * (128 - fy) + lower * fy is at most 65280.
 template <class V>
-HWY_INLINE V BlendRows(V upper, V lower, V fy) {
+HWY_INLINE auto BlendRows(V upper, V lower, V fy) {
     const hn::DFromV<V> d;
+    const hn::Rebind<uint8_t, decltype(d)> dOut;
     const V sum = hn::Add(hn::ShiftLeft<7>(upper), hn::Mul(hn::Sub(lower, upper), fy));
-    return hn::ShiftRight<8>(hn::Add(sum, hn::Set(d, 128)));
+#if HWY_ARCH_ARM
+    return hn::VFromD<decltype(dOut)>(vrshrn_n_u16(sum.raw, 8));
+#else
+    const hn::RebindToSigned<decltype(d)> dSigned;
+    return hn::DemoteTo(dOut, hn::BitCast(dSigned, hn::ShiftRight<8>(hn::Add(sum, hn::Set(d, 128)))));
+#endif
 }
 
 // The nine samples of a contiguous group as pairs.
 template <class D>
 HWY_INLINE hn::Vec<Samples<D>> ContiguousPairs(D /*d*/, const uint8_t* plane, const int32_t* offset) {
-    alignas(16) static constexpr uint8_t kPairs[16] = {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8};
     const Samples<D> d;
     const Samples<GroupColumns> dGroup;
-    const auto pairs = hn::LoadDup128(d, kPairs);
+    const auto pairs = hn::LoadDup128(d, kContiguous);
     const auto first = hn::LoadU(dGroup, plane + offset[0]);
     if constexpr (hn::MaxLanes(D()) == kWarpGroupColumns) {
         return hn::TableLookupBytes(first, pairs);
@@ -216,27 +229,28 @@ HWY_INLINE hn::Vec<Samples<D>> ContiguousPairs(D /*d*/, const uint8_t* plane, co
 
 // The three samples of each position as pairs.
 HWY_INLINE hn::Vec<Samples<GroupColumns>> ScatteredPairs(const uint8_t* plane, const int32_t* offset) {
-    alignas(16) static constexpr uint8_t kPairs[16] = {0, 1, 1, 2, 4, 5, 5, 6, 8, 9, 9, 10, 12, 13, 13, 14};
     const Samples<GroupColumns> d;
     alignas(16) uint32_t samples[kWarpGroupPositions];
     for (int j = 0; j < kWarpGroupPositions; ++j) std::memcpy(&samples[j], plane + offset[j], sizeof samples[j]);
     const auto loaded = hn::Load(hn::CappedTag<uint32_t, 4>(), samples);
-    return hn::TableLookupBytes(hn::BitCast(d, loaded), hn::Load(d, kPairs));
+    return hn::TableLookupBytes(hn::BitCast(d, loaded), hn::LoadDup128(d, kScattered));
 }
 
 // Makes two destination rows of the groups' columns from three source rows, given as pairs of neighbours.
 template <class D, class Pairs>
 HWY_INLINE void BlendLuma(D d, Pairs pairs, const Positions& at, int position, uint8_t* out, int64_t outStride) {
     const hn::Repartition<uint32_t, D> d32;
-    const hn::RebindToSigned<D> dSigned;
     const hn::Rebind<uint8_t, D> dOut;
-    const auto weights = hn::BitCast(Samples<D>(), hn::LoadU(d32, at.columnWeights + position));
+    auto weights = hn::BitCast(Samples<D>(), hn::LoadU(d32, at.columnWeights + position));
+#if HWY_ARCH_ARM
+    weights = hn::TableLookupBytes(weights, hn::LoadDup128(Samples<D>(), kWeights));
+#endif
     const auto fy = hn::BitCast(d, hn::LoadU(d32, at.rowWeights + position));
     const auto a0 = BlendColumns(d, pairs(0), weights);
     const auto a1 = BlendColumns(d, pairs(1), weights);
     const auto a2 = BlendColumns(d, pairs(2), weights);
-    hn::StoreU(hn::DemoteTo(dOut, hn::BitCast(dSigned, BlendRows(a0, a1, fy))), dOut, out);
-    hn::StoreU(hn::DemoteTo(dOut, hn::BitCast(dSigned, BlendRows(a1, a2, fy))), dOut, out + outStride);
+    hn::StoreU(BlendRows(a0, a1, fy), dOut, out);
+    hn::StoreU(BlendRows(a1, a2, fy), dOut, out + outStride);
 }
 
 // Whether loads of 16 bytes from the first `count` offsets lie in the plane, two rows below, too.

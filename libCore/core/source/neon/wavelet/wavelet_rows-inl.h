@@ -45,22 +45,15 @@ struct Truncated {
     }
 };
 
-// The last vector overlaps the one before it.
 template <class Form>
 HWY_INLINE void FilterRow(const int16_t* a, const int16_t* b, const int16_t* c, int16_t* HWY_RESTRICT out, int count,
                           Form form) {
+    const auto filter = [&](auto d, int x)
+                            HWY_ATTR { return form(hn::LoadU(d, a + x), hn::LoadU(d, b + x), hn::LoadU(d, c + x)); };
     const hn::ScalableTag<int16_t> d;
-    const auto filter = [&](auto tag, int x) HWY_ATTR {
-        hn::StoreU(form(hn::LoadU(tag, a + x), hn::LoadU(tag, b + x), hn::LoadU(tag, c + x)), tag, out + x);
-    };
-    const int lanes = static_cast<int>(hn::Lanes(d));
-    int x = 0;
-    for (; x + lanes <= count; x += lanes) filter(d, x);
-    if (x < count && count >= lanes) {
-        filter(d, count - lanes);
-        x = count;
-    }
-    for (; x < count; ++x) filter(hn::CappedTag<int16_t, 1>(), x);
+    FillRow(
+        d, count, out, [&](int x) HWY_ATTR { return filter(d, x); },
+        [&](int x) HWY_ATTR { return hn::GetLane(filter(hn::CappedTag<int16_t, 1>(), x)); });
 }
 
 HWY_INLINE int16_t SingleSample(int32_t a, int32_t b, int32_t c) {

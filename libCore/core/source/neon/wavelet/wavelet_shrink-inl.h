@@ -79,18 +79,24 @@ inline NarrowCurve NarrowCurveOf(const ShrinkCurve& curve) {
     return narrow;
 }
 
-// One vector, for Q7 samples, and curves and maps that fit.
-template <bool first, class D>
-HWY_INLINE void ShrinkNarrow(D d, const int16_t* high, const int16_t* low, const uint16_t* map, int16_t* sum,
-                             const NarrowCurve& curve) {
+// The gain of each Q7 sample.
+template <class D>
+HWY_INLINE hn::Vec<D> GainsAt(D d, hn::Vec<D> level, const NarrowCurve& curve) {
     const hn::RebindToUnsigned<D> du;
     const hn::Repartition<uint8_t, D> d8;
-    const auto level = hn::LoadU(d, low);
     // Twice the brightness class and one more: where the two bytes of its gain stand.
     const auto bin = hn::And(hn::BitCast(du, level), hn::Set(du, 0x6000));
     const auto at = hn::Or(hn::MulHigh(bin, hn::Set(du, 0x1010)), hn::Set(du, 0x0100));
     const auto gains = hn::BitCast(d8, hn::LoadDup128(d, curve.gains));
-    const auto gain = hn::BitCast(d, hn::TableLookupBytes(gains, hn::BitCast(d8, at)));
+    return hn::BitCast(d, hn::TableLookupBytes(gains, hn::BitCast(d8, at)));
+}
+
+// One vector, for Q7 samples, and curves and maps that fit.
+template <bool first, class D>
+HWY_INLINE void ShrinkNarrow(D d, hn::Vec<D> gain, const int16_t* high, const int16_t* low, const uint16_t* map,
+                             int16_t* sum, const NarrowCurve& curve) {
+    const hn::RebindToUnsigned<D> du;
+    const auto level = hn::LoadU(d, low);
     const auto weight = hn::BitCast(d, hn::LoadU(du, map));
     const auto floor = hn::Set(d, curve.floor);
     auto threshold = hn::MulFixedPoint15(hn::Add(weight, weight), gain);
@@ -114,13 +120,29 @@ void ShrinkRowNarrow(const int16_t* HWY_RESTRICT high, const int16_t* HWY_RESTRI
                      const uint16_t* HWY_RESTRICT map, int16_t* HWY_RESTRICT sum, int count,
                      const NarrowCurve& shared) {
     const NarrowCurve curve = shared;
+    const auto shrink = [&](auto d, hn::Vec<decltype(d)> gain, int x)
+                            HWY_ATTR { ShrinkNarrow<first>(d, gain, high + x, low + x, map + x, sum + x, curve); };
+    const auto shrinkAt = [&](auto d, int x) HWY_ATTR { shrink(d, GainsAt(d, hn::LoadU(d, low + x), curve), x); };
     const hn::ScalableTag<int16_t> d;
     const int lanes = static_cast<int>(hn::Lanes(d));
     int x = 0;
-    for (; x + lanes <= count; x += lanes) ShrinkNarrow<first>(d, high + x, low + x, map + x, sum + x, curve);
-    for (; x < count; x += 8) {
-        ShrinkNarrow<first>(hn::CappedTag<int16_t, 8>(), high + x, low + x, map + x, sum + x, curve);
+#if HWY_ARCH_ARM
+    // Two vectors are looked up as one of brightness classes, for the gains' lower and for their upper bytes.
+    const uint8x16_t gains = vreinterpretq_u8_s16(vld1q_s16(curve.gains));
+    const uint8x16_t lower = vuzp1q_u8(gains, gains);
+    const uint8x16_t upper = vuzp2q_u8(gains, gains);
+    for (; x + 2 * lanes <= count; x += 2 * lanes) {
+        const uint8x16_t a = vreinterpretq_u8_s16(vld1q_s16(low + x));
+        const uint8x16_t b = vreinterpretq_u8_s16(vld1q_s16(low + x + lanes));
+        const uint8x16_t bins = vshrq_n_u8(vuzp2q_u8(a, b), 5);
+        const uint8x16_t lowerBytes = vqtbl1q_u8(lower, bins);
+        const uint8x16_t upperBytes = vqtbl1q_u8(upper, bins);
+        shrink(d, hn::Vec<decltype(d)>(vreinterpretq_s16_u8(vzip1q_u8(lowerBytes, upperBytes))), x);
+        shrink(d, hn::Vec<decltype(d)>(vreinterpretq_s16_u8(vzip2q_u8(lowerBytes, upperBytes))), x + lanes);
     }
+#endif
+    for (; x + lanes <= count; x += lanes) shrinkAt(d, x);
+    for (; x < count; x += 8) shrinkAt(hn::CappedTag<int16_t, 8>(), x);
 }
 
 EIS_AFTER_TARGET();
