@@ -54,6 +54,7 @@ OUTSIDE = {
     "host/commands/": TOOLS + ["host/merge/", "host/motion/", "include/", "config/tuning_keys.h"],
     "host/lab/": INSIDES + TOOLS + ["host/commands/", "platform/"],
     "examples/": ["include/"],
+    "cmake/abi/": ["include/"],
     "bench/": INSIDES + ["host/", "examples/"],
     "fuzz/": INSIDES + ["host/lab/tuning_origin.h"],
     "tests/": INSIDES + ["host/", "platform/"],
