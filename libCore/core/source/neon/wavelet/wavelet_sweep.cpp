@@ -54,7 +54,7 @@ class Sweep {
     void take(int level, int y) {
         const int step = 1 << (level - 1);
         const bool lastRow = y == p_.height - 1;
-        HorizontalRow(rings_.low(level - 1, y), rings_.horizontal(level, y), p_.width, step, lastRow);
+        HorizontalRow(rings_.low(level - 1, y), rings_.horizontal(level, y), p_.width, step);
         int& next = levels_[level - 1].next;
         const int end = lastRow ? p_.height : y - step + 1;
         while (next < end) finish(level, next++);
