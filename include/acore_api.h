@@ -5,7 +5,11 @@
    joins, flushes its outputs, unless said, and returns a status. File entries, registration and scaling invalidate what
    they read; for the others the host makes it coherent. All log through __android_log_print: under the tag "MFNR_AP"
    what concerns the OpenCL platform, devices and context and its profiling, all else under "EIS_AP". The pool of worker
-   threads, which no entry opens, prints on standard output. */
+   threads, which no entry opens, prints on standard output.
+
+   Entries may run at once, on any threads, each on memory of its own. The exceptions: the three setters, and
+   CalcShrinkLUTDnCoef where it installs an allocator, run while no other entry does; ParseXML_AcoreAPI_EIS,
+   SpatialNrHLMain_ACoreApi and CleanOpenclMFNR_AcoreAPI do not run twice at once. A callback calls no entry. */
 #ifndef ACORE_API_H
 #define ACORE_API_H
 

@@ -11,9 +11,10 @@
 typedef struct ST_DN_PARAMS_NEW {
     uint8_t dnReserved0;    /* not read */
     DeviceAddress pMaskIIR; /* motion mask: a byte for each luma pixel, rows (width + 127) & ~127 bytes apart, which
-                               should be the call's stride: at heights of 256 and more, bands start at rows of that.
-                               At its top value chroma edges are guarded in full, at 0 by half. Only
-                               ChromaLowLevelMainCall_2 reads it, but it must convert for all */
+                               should be the call's stride: at heights of 256 and more, bands start at rows of that;
+                               height rows of the larger of both are read. At its top value chroma edges are guarded
+                               in full, at 0 by half. Only ChromaLowLevelMainCall_2 reads it, but it must convert for
+                               all */
     uint8_t iirImgCount;    /* images in the recursive average: 2, 3 to 4 (also 0 and 1), 5 to 8, 9 and more stand for a
                                mask of 5, 6, 7, 8 bits */
     int32_t lumaMed;        /* non-zero: a 3x3 median at the start of the luma pass, and on the texture map */
