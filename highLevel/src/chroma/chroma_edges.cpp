@@ -62,7 +62,7 @@ void SobelRow(const uint8_t* HWY_RESTRICT r0, const uint8_t* HWY_RESTRICT r1, co
 
 void SatAddRow(uint8_t* dst, const uint8_t* HWY_RESTRICT add, int count) {
     const D8 d;
-    FillRow(
+    ChangeRow(
         d, count, dst, [&](int x) HWY_ATTR { return hn::SaturatedAdd(hn::LoadU(d, dst + x), hn::LoadU(d, add + x)); },
         [&](int x) { return Saturate(dst[x] + add[x]); });
 }

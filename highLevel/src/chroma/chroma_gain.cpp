@@ -21,7 +21,7 @@ void BlendRow(const uint8_t* HWY_RESTRICT first, uint8_t* denoised, const uint8_
               int count) {
     const auto rest = static_cast<uint8_t>(255 - alpha);
     const D8 d;
-    FillRow(
+    ChangeRow(
         d, count, denoised,
         [&](int x) HWY_ATTR {
             const V8 own = hn::LoadU(d, denoised + x);
@@ -73,7 +73,7 @@ void GainRow(const uint8_t* HWY_RESTRICT gains, uint8_t* samples, int count) {
         const auto product = hn::Add(hn::Mul(difference, hn::BitCast(d16, gain)), hn::Set(d16, 64));
         return hn::Add(hn::ShiftRight<7>(product), hn::Set(d16, 128));
     };
-    FillRow(
+    ChangeRow(
         d, count, samples,
         [&](int x) HWY_ATTR {
             const auto differences = Differences(hn::LoadU(d, samples + x), hn::Set(d, 128));

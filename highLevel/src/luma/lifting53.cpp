@@ -40,9 +40,7 @@ void DetailRow(const uint8_t* HWY_RESTRICT x0, const uint8_t* HWY_RESTRICT x1, c
         count,
         [&](int x) HWY_ATTR {
             const auto half = FloorHalf(hn::LoadU(bytes, x0 + x), hn::LoadU(bytes, x2 + x));
-            return OrderedDifferences(hn::LoadU(bytes, x1 + x), half);
-        },
-        [&](const auto& details, int x) HWY_ATTR {
+            const auto details = OrderedDifferences(hn::LoadU(bytes, x1 + x), half);
             hn::StoreU(details.a, tag, d + x);
             hn::StoreU(details.b, tag, d + x + kLanes);
         },

@@ -161,10 +161,12 @@ struct RowBlock {
     bool opensPass;                                 // its first row has none before it
     HWY_ALIGN int16_t samples[kBlockRows][kStrip];  // of the strip at hand; rows without samples of their own repeat
     HWY_ALIGN int16_t pulled[kBlockRows][kStrip];   // along the row, Q7 around the centre
-    HWY_ALIGN int16_t turned[kStrip][kBlockRows];   // the same, rows and columns in each other's places
-    int32_t state[kBlockRows];                      // the last value of each row
-    const int16_t* nextStrip;                       // in the first row, fetched while the strip at hand is filtered
-    int64_t nextRow;                                // samples from row to row there
+#if HWY_TARGET == HWY_NEON
+    HWY_ALIGN int16_t turned[kStrip][kBlockRows];  // the same, rows and columns in each other's places
+#endif
+    int32_t state[kBlockRows];  // the last value of each row
+    const int16_t* nextStrip;   // in the first row, fetched while the strip at hand is filtered
+    int64_t nextRow;            // samples from row to row there
 };
 
 HWY_INLINE V16 CentredQ7(V16 samples) {
@@ -176,6 +178,15 @@ HWY_INLINE VectorPair CentredQ7(const VectorPair& samples) {
     return {CentredQ7(samples.a), CentredQ7(samples.b)};
 }
 
+// Calls pair(p) for each, without a loop.
+template <class Pair>
+HWY_INLINE void ForPairs(Pair pair) {
+    static_assert(kPairs <= 2);
+    pair(0);
+    if constexpr (kPairs == 2) pair(1);
+}
+
+#if HWY_TARGET == HWY_NEON
 // Rows of a tile become columns, of samples inside the window as long as `least` and `most` are.
 HWY_INLINE void TurnTile(RowBlock& block, int column, V16& least, V16& most) {
     const D16 d;
@@ -189,14 +200,6 @@ HWY_INLINE void TurnTile(RowBlock& block, int column, V16& least, V16& most) {
         TransposeBlocks(x);
         for (int i = 0; i < kTile; ++i) hn::Store(x[i], d, &block.turned[column + i][r]);
     }
-}
-
-// Calls pair(p) for each, without a loop.
-template <class Pair>
-HWY_INLINE void ForPairs(Pair pair) {
-    static_assert(kPairs <= 2);
-    pair(0);
-    if constexpr (kPairs == 2) pair(1);
 }
 
 HWY_INLINE void PullTile(const LoadedTable& table, RowBlock& block, int column, VectorPair* h) {
@@ -220,6 +223,8 @@ HWY_INLINE void TurnTileBack(RowBlock& block, int column) {
     }
 }
 
+#endif
+
 // Calls tile(column) for the strip's tiles in the pass's order.
 template <class Tile>
 HWY_INLINE void ForTiles(bool backward, Tile tile) {
@@ -235,18 +240,43 @@ bool PullAlong(const PullTable& table, RowBlock& block) {
     for (int p = 0; p < kPairs; ++p) h[p] = LoadPair(last + 2 * p * kLanes);
     V16 least = hn::Zero(d);
     V16 most = least;
-    const LoadedTable loaded(table);
 #if HWY_TARGET == HWY_NEON
     // The table takes half of the registers.
+    const LoadedTable loaded(table);
     ForTiles(block.backward, [&](int column) { TurnTile(block, column, least, most); });
     ForTiles(block.backward, [&](int column) { PullTile(loaded, block, column, h); });
     ForTiles(block.backward, [&](int column) { TurnTileBack(block, column); });
 #else
     // Turning goes on while pulls wait for each other.
     ForTiles(block.backward, [&](int column) HWY_ATTR {
-        TurnTile(block, column, least, most);
-        PullTile(loaded, block, column, h);
-        TurnTileBack(block, column);
+        V16 x[kPairs][2][kTile];
+        for (int p = 0; p < kPairs; ++p) {
+            for (int v = 0; v < 2; ++v) {
+                for (int i = 0; i < kTile; ++i) {
+                    x[p][v][i] = LoadBlocks(d, &block.samples[(2 * p + v) * kLanes + i][column]);
+                    least = hn::Min(least, x[p][v][i]);
+                    most = hn::Max(most, x[p][v][i]);
+                }
+                TransposeBlocks(x[p][v]);
+            }
+        }
+        for (int i = 0; i < kTile; ++i) {
+            const int c = block.backward ? kTile - 1 - i : i;
+            for (int p = 0; p < kPairs; ++p) {
+                const VectorPair sample{CentredQ7(x[p][0][c]), CentredQ7(x[p][1][c])};
+                h[p] = Pulled(table, sample, h[p], sample);
+                x[p][0][c] = h[p].a;
+                x[p][1][c] = h[p].b;
+            }
+        }
+        for (int p = 0; p < kPairs; ++p) {
+            for (int v = 0; v < 2; ++v) {
+                TransposeBlocks(x[p][v]);
+                for (int i = 0; i < kTile; ++i) {
+                    StoreBlocks(d, x[p][v][i], &block.pulled[(2 * p + v) * kLanes + i][column]);
+                }
+            }
+        }
     });
 #endif
     const auto outside = hn::Or(hn::Lt(least, hn::Set(d, kWindowLow)), hn::Gt(most, hn::Set(d, kWindowHigh)));

@@ -44,31 +44,45 @@ HWY_INLINE V Median(V a, V b, V c) {
     return hn::Max(hn::Min(a, b), hn::Min(hn::Max(a, b), c));
 }
 
-// Goes over a row in steps: store(make(x), x) does kStep samples from x on. What reads at its own places alone may work
-// in place, for the last step, which overlaps the one before it, is made first. Of a row shorter than a step each
-// sample has single(x).
-template <int kStep, class Make, class Store, class Single>
-HWY_INLINE void ForSteps(int count, Make make, Store store, Single single) {
+// Goes over a row in steps: step(x) does kStep samples from x on, the last time over some of the step before. Of a row
+// shorter than a step each sample has single(x).
+template <int kStep, class Step, class Single>
+HWY_INLINE void ForSteps(int count, Step step, Single single) {
     if (count < kStep) {
         for (int x = 0; x < count; ++x) single(x);
         return;
     }
     const int end = count - kStep;
-    const auto last = make(end);
     int x = 0;
+#if HWY_ARCH_ARM
+    // Two at a time leave half of the loop's own instructions. x86 has room for these, and streams run slower so.
     for (; x + kStep < end; x += 2 * kStep) {
-        store(make(x), x);
-        store(make(x + kStep), x + kStep);
+        step(x);
+        step(x + kStep);
     }
-    if (x < end) store(make(x), x);
-    store(last, end);
+#endif
+    for (; x < end; x += kStep) step(x);
+    step(end);
 }
 
-// The same, to a row of vectors of `d`.
+// Fills a row from vector(x), the samples of `d` from x on; of a row shorter than a vector each is sample(x).
 template <class D, class Vector, class Sample>
 HWY_INLINE void FillRow(D d, int count, hn::TFromD<D>* out, Vector vector, Sample sample) {
     ForSteps<static_cast<int>(hn::MaxLanes(D()))>(
-        count, vector, [&](auto v, int x) HWY_ATTR { hn::StoreU(v, d, out + x); }, [&](int x) { out[x] = sample(x); });
+        count, [&](int x) HWY_ATTR { hn::StoreU(vector(x), d, out + x); }, [&](int x) { out[x] = sample(x); });
+}
+
+// The same in place, from what stands at the samples' own places: the last vector is made first.
+template <class D, class Vector, class Sample>
+HWY_INLINE void ChangeRow(D d, int count, hn::TFromD<D>* row, Vector vector, Sample sample) {
+    constexpr int kStep = static_cast<int>(hn::MaxLanes(D()));
+    if (count < kStep) {
+        for (int x = 0; x < count; ++x) row[x] = sample(x);
+        return;
+    }
+    const auto last = vector(count - kStep);
+    for (int x = 0; x < count - kStep; x += kStep) hn::StoreU(vector(x), d, row + x);
+    hn::StoreU(last, d, row + count - kStep);
 }
 
 // The magnitude with the sign of another value. Where that is 0, the magnitude should be as well: targets differ there.

@@ -31,16 +31,28 @@ void SumPairs(const uint8_t* HWY_RESTRICT row, int count, uint16_t* HWY_RESTRICT
 void HalfRow(const uint16_t* HWY_RESTRICT upperSums, const uint8_t* HWY_RESTRICT lower, int count,
              uint8_t* HWY_RESTRICT dst) {
     const auto quarters = [&](int x) HWY_ATTR {
-        const auto sums = AddPairSums(hn::LoadU(Words(), upperSums + x), hn::LoadU(Bytes(), lower + 2 * x));
-        return hn::BitCast(hn::RebindToSigned<Words>(), hn::ShiftRight<2>(sums));
+        return hn::ShiftRight<2>(AddPairSums(hn::LoadU(Words(), upperSums + x), hn::LoadU(Bytes(), lower + 2 * x)));
     };
+    const auto sample = [&](int x) {
+        return static_cast<uint8_t>((upperSums[x] + lower[2 * x] + lower[2 * x + 1]) >> 2);
+    };
+#if HWY_ARCH_ARM
     FillRow(
-        Bytes(), count, dst, [&](int x) HWY_ATTR { return PackBytes(quarters(x), quarters(x + kWords)); },
-        [&](int x) { return static_cast<uint8_t>((upperSums[x] + lower[2 * x] + lower[2 * x + 1]) >> 2); });
+        Bytes(), count, dst,
+        [&](int x) {
+            return JoinBytes(WordPair{quarters(x), quarters(x + kWords)});
+        },
+        sample);
+#else
+    const hn::RebindToSigned<Words> d;
+    const hn::Rebind<uint8_t, Words> half;
+    FillRow(
+        half, count, dst, [&](int x) HWY_ATTR { return hn::DemoteTo(half, hn::BitCast(d, quarters(x))); }, sample);
+#endif
 }
 
 void ScaleHalf(const uint8_t* src, int64_t srcPitch, uint8_t* dst, int dstW, int dstH, int dstPitch) {
-    uint16_t upperSums[kStrip];
+    alignas(kAlignment) uint16_t upperSums[kStrip];
     for (int y = 0; y < dstH; ++y) {
         const uint8_t* upper = src + 2 * int64_t{y} * srcPitch;
         uint8_t* row = dst + int64_t{y} * dstPitch;

@@ -89,9 +89,13 @@ void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, floa
     std::fill(Y + positions, Y + end, 0.0F);
 }
 
-// Float to integer, truncated. The values fit 32 bits, so that the instruction alone does, without the library's care
-// for those that do not.
-#if HWY_ARCH_X86
+// Coordinates in units of 1/128, truncated. The values fit 32 bits, so that the instruction alone does, without the
+// library's care for those that do not.
+#if HWY_ARCH_ARM
+HWY_INLINE hn::Vec128<int32_t> Units(hn::Vec128<float> v) {
+    return hn::Vec128<int32_t>(vcvtq_n_s32_f32(v.raw, 7));
+}
+#else
 HWY_INLINE hn::Vec128<int32_t> Truncated(hn::Vec128<float> v) {
     return hn::Vec128<int32_t>{_mm_cvttps_epi32(v.raw)};
 }
@@ -105,12 +109,21 @@ HWY_INLINE hn::Vec512<int32_t> Truncated(hn::Vec512<float> v) {
     return hn::Vec512<int32_t>{_mm512_cvttps_epi32(v.raw)};
 }
 #endif
-#else
 template <class V>
-HWY_INLINE auto Truncated(V v) {
-    return hn::ConvertTo(hn::RebindToSigned<hn::DFromV<V>>(), v);
+HWY_INLINE auto Units(V v) {
+    return Truncated(hn::Mul(v, hn::Set(hn::DFromV<V>(), 128.0F)));
 }
 #endif
+
+// Half the whole part of a coordinate in units, rounded up.
+template <class V>
+HWY_INLINE V HalfUp(V units) {
+#if HWY_ARCH_ARM
+    return V(vrshrq_n_s32(units.raw, 8));
+#else
+    return hn::ShiftRight<8>(hn::Add(units, hn::Set(hn::DFromV<V>(), 128)));
+#endif
+}
 
 // Offsets and weights of all positions. Coordinates from 0 to 32767 have 22 bits in units of 1/128, which floats and
 // words hold exactly; a position with any other is marked as uncommon and left to the plain form.
@@ -127,8 +140,6 @@ void Locate(const float* HWY_RESTRICT X, const float* HWY_RESTRICT Y, const Sour
     for (int p = 0; p < positions; p += static_cast<int>(hn::Lanes(d))) {
         const auto limited = [&](auto coordinate)
                                  HWY_ATTR { return hn::Min(hn::Max(coordinate, hn::Zero(d)), hn::Set(d, 32767.0F)); };
-        const auto units = [&](auto coordinate) HWY_ATTR { return Truncated(hn::Mul(coordinate, hn::Set(d, 128.0F))); };
-        const auto half = [&](auto whole) HWY_ATTR { return hn::ShiftRight<1>(hn::Add(whole, hn::Set(dI, 1))); };
         const auto fractionTwice = [&](auto unit) HWY_ATTR {
             const auto fraction = hn::And(unit, hn::Set(dI, 127));
             return hn::BitCast(d16, hn::Or(fraction, hn::ShiftLeft<16>(fraction)));
@@ -137,12 +148,12 @@ void Locate(const float* HWY_RESTRICT X, const float* HWY_RESTRICT Y, const Sour
         const auto rawY = hn::LoadU(d, Y + p);
         const auto x = limited(rawX);
         const auto y = limited(rawY);
-        const auto unitsX = units(x);
-        const auto unitsY = units(y);
+        const auto unitsX = Units(x);
+        const auto unitsY = Units(y);
         const auto ix = hn::ShiftRight<7>(unitsX);
         const auto iy = hn::ShiftRight<7>(unitsY);
         const auto offset = hn::Add(ix, hn::Mul(iy, hn::Set(dI, static_cast<int32_t>(from.stride))));
-        const auto chromaOffset = hn::Add(half(ix), hn::Mul(half(iy), hn::Set(dI, from.chromaPitch)));
+        const auto chromaOffset = hn::Add(HalfUp(unitsX), hn::Mul(HalfUp(unitsY), hn::Set(dI, from.chromaPitch)));
         const auto uncommon = hn::BitCast(dU, hn::VecFromMask(d, hn::Or(hn::Ne(x, rawX), hn::Ne(y, rawY))));
         const auto uneven = hn::BitCast(dU, hn::Xor(offset, hn::Add(hn::Broadcast<0>(offset), steps)));
         const auto columnWeights = hn::Add(hn::Mul(fractionTwice(unitsX), hn::Set(d16, 255)), hn::Set(d16, 128));
