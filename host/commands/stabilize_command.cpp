@@ -121,16 +121,16 @@ class Report {
         summary_.add(frame);
     }
 
-    void finish() {
+    void finish(const StabilizerTimes& times) {
         if (json_) {
             std::fprintf(to_, "%s\"summary\": %s}\n", summary_.frames() == 0 ? "{\"frames\": [], " : "\n], ",
-                         summary_.json().dump().c_str());
+                         summary_.json(times).dump().c_str());
         } else {
-            std::fprintf(to_, "%s", summary_.text().c_str());
+            std::fprintf(to_, "%s", summary_.text(times).c_str());
         }
     }
 
-    nlohmann::ordered_json summary() const { return summary_.json(); }
+    nlohmann::ordered_json summary(const StabilizerTimes& times) const { return summary_.json(times); }
     void tellPage(const std::string& path) const {
         if (!json_) std::fprintf(to_, "page        %s\n", path.c_str());
     }
@@ -186,9 +186,9 @@ void runStabilize(const StabilizeArguments& arguments) {
     stabilizer.finish();
     progress.hide();
     const std::size_t kept = damage ? output.finishEarly() : (output.finish(), 0);
-    report.finish();
+    report.finish(stabilizer.times());
     if (page) {
-        page->write(report.summary());
+        page->write(report.summary(stabilizer.times()));
         report.tellPage(page->path());
     }
     if (!damage) return;

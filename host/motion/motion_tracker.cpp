@@ -26,14 +26,17 @@ constexpr int kFewestPoints = 160;      // then new ones are looked for
 constexpr int kSearchEach = 8;          // frames; points wander off with what was in view first
 constexpr double kPointQuality = 0.01;  // of the strongest corner
 constexpr double kPointDistance = 14;   // pixels of the reduced frame
-constexpr int kPointWindow = 5;
+constexpr int kPointWindow = 3;
+constexpr int kLeastSearched = 400;  // pixels of width
 const cv::Size kWindow(15, 15);
 constexpr int kLevels = 3;
 constexpr int kRounds = 10;
 constexpr double kSettled = 0.02;
 constexpr int kReducedWidth = 640;
 
-constexpr double kTolerance = 1;  // pixels of the reduced frame that points of one motion may be off
+// Pixels of the reduced frame that points of one motion may be off. Tracking is good to a tenth; what is less exact
+// gets the second one, as where the camera moves through a scene of much depth.
+constexpr double kTolerances[] = {0.4, 1.5};
 constexpr std::size_t kFewestAgree = 12;
 constexpr double kLeastAgree = 0.3;  // of all points that were followed
 constexpr double kOutlier = 2.5;     // times the residual
@@ -118,7 +121,8 @@ MotionTracker::View MotionTracker::prepare(const cv::Mat& luma) const {
     cv::resize(luma, reduced, {luma.cols / reduction_, luma.rows / reduction_}, 0, 0, cv::INTER_AREA);
     View view;
     view.thumbnail = thumbnailOf(reduced);
-    cv::buildOpticalFlowPyramid(reduced, view.pyramid, kWindow, kLevels);
+    // Derivatives, which could stand in the pyramid, cost four times as much here as where they are used.
+    cv::buildOpticalFlowPyramid(reduced, view.pyramid, kWindow, kLevels, false);
     return view;
 }
 
@@ -127,10 +131,14 @@ MotionTracker::View MotionTracker::prepare(const cv::Mat& luma) const {
 void MotionTracker::findPoints(View& view) const {
     view.sinceSearch = 0;
     if (cv::countNonZero(view.thumbnail) == 0) return;
-    std::vector<cv::Point2f> strongest;
-    cv::goodFeaturesToTrack(view.pyramid[0], strongest, kMostCandidates, kPointQuality, kPointDistance, {},
-                            kPointWindow);
     const cv::Size size = view.pyramid[0].size();
+    // A corner's place need not be exact, so half the size again does.
+    const int level = size.width >= kLeastSearched ? 1 : 0;
+    const int step = 1 << level;
+    std::vector<cv::Point2f> strongest;
+    cv::goodFeaturesToTrack(view.pyramid[level], strongest, kMostCandidates, kPointQuality, kPointDistance / step, {},
+                            kPointWindow);
+    for (cv::Point2f& point : strongest) point *= step;
     std::array<int, kCells> taken{};
     for (const cv::Point2f& point : view.points) ++taken.at(cellOf(point, size));
     const std::vector<cv::Point2f> older = view.points;
@@ -177,8 +185,8 @@ MotionTracker::Followed MotionTracker::follow(const View& from, const View& to, 
 
 // The points that move with the scene. Where a second motion has many points, too, that of a large object, the scene's
 // is the one that is seen in more cells, at the frame's edges above all, and by points that agreed before.
-MotionTracker::Followed MotionTracker::ofTheScene(const Followed& points, cv::Size reduced) {
-    const std::vector<int> first = filter_.agreeing(points.pairs, kTolerance, options_.log);
+MotionTracker::Followed MotionTracker::ofTheScene(const Followed& points, cv::Size reduced, double tolerance) {
+    const std::vector<int> first = filter_.agreeing(points.pairs, tolerance, options_.log);
     std::vector<int> rest;
     for (int i = 0; i < static_cast<int>(points.ages.size()); ++i) {
         if (!std::binary_search(first.begin(), first.end(), i)) rest.push_back(i);
@@ -186,7 +194,7 @@ MotionTracker::Followed MotionTracker::ofTheScene(const Followed& points, cv::Si
     const Followed most = points.those(first);
     if (rest.size() < kFewestAgree || rest.size() < kLeastAgree * static_cast<double>(points.ages.size())) return most;
     const Followed others = points.those(rest);
-    const Followed second = others.those(filter_.agreeing(others.pairs, kTolerance, options_.log));
+    const Followed second = others.those(filter_.agreeing(others.pairs, tolerance, options_.log));
     if (second.ages.size() < kFewestAgree) return most;
     const auto weight = [&](const Followed& group) {
         std::array<int, kCells> cells{};
@@ -202,11 +210,14 @@ MotionTracker::Followed MotionTracker::ofTheScene(const Followed& points, cv::Si
 std::optional<MotionTracker::Estimate> MotionTracker::estimate(const View& from, const View& to,
                                                                const cv::Matx33d& expected) {
     if (from.points.size() < kFewestAgree) return std::nullopt;
-    const Followed scene = ofTheScene(follow(from, to, expected), to.pyramid[0].size());
-    if (scene.ages.size() < kFewestAgree ||
-        static_cast<double>(scene.ages.size()) < kLeastAgree * static_cast<double>(from.points.size())) {
-        return std::nullopt;
+    const Followed followed = follow(from, to, expected);
+    const auto fewest = static_cast<std::size_t>(kLeastAgree * static_cast<double>(from.points.size()));
+    Followed scene;
+    for (const double tolerance : kTolerances) {
+        scene = ofTheScene(followed, to.pyramid[0].size(), tolerance);
+        if (scene.ages.size() >= std::max(kFewestAgree, fewest)) break;
     }
+    if (scene.ages.size() < std::max(kFewestAgree, fewest)) return std::nullopt;
     const auto reducedHomography = robustFit(scene.pairs);
     if (!reducedHomography) return std::nullopt;
     // Samples of the reduced frame are means, whose middles lie between those of the frame.

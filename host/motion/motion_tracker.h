@@ -59,7 +59,7 @@ class MotionTracker {
     View prepare(const cv::Mat& luma) const;
     void findPoints(View& view) const;
     Followed follow(const View& from, const View& to, const cv::Matx33d& expected) const;
-    Followed ofTheScene(const Followed& points, cv::Size reduced);
+    Followed ofTheScene(const Followed& points, cv::Size reduced, double tolerance);
     std::optional<Estimate> estimate(const View& from, const View& to, const cv::Matx33d& expected);
     std::optional<Estimate> acrossGap(const View& view);
     void refineByReference(const View& view, FrameMotion& motion);

@@ -15,18 +15,12 @@ namespace {
 constexpr std::size_t kHeld = 3;   // frames that a difference of third order reaches back
 constexpr double kOverhang = 0.1;  // of half the width
 constexpr double kStillOverhang = 0.25;
-constexpr PathWeights kWeights{1, 10, 100};
+constexpr PathWeights kWeights{3, 10, 10};
 constexpr PathWeights kStillWeights{100, 1, 10};
 constexpr double kShapeDeviation = 6;  // frames
 constexpr std::size_t kShapeReach = 15;
 constexpr double kReach = 2.5;    // standard deviations
 constexpr double kSafety = 0.25;  // pixels that the path stays off the frame's edges
-
-PathWeights envWeights() {
-    PathWeights w = kWeights;
-    if (const char* e = getenv("W")) sscanf(e, "%lf,%lf,%lf", &w.speed, &w.acceleration, &w.jerk);
-    return w;
-}
 
 }  // namespace
 
@@ -39,6 +33,9 @@ PathPlanner::PathPlanner(cv::Size frame, const PathOptions& options) : frame_(fr
 
 void PathPlanner::beginScene() {
     motions_.clear();
+    similarMotions_.clear();
+    unbounded_.clear();
+    shares_.clear();
     decided_.clear();
 }
 
@@ -93,7 +90,7 @@ std::vector<cv::Matx33d> PathPlanner::takeOptimal(std::size_t first, std::size_t
         if (at < first) window.held.push_back(decided_[at]);
     }
     const std::vector<Similarity> path =
-        l1Path(window, bounds_, options_.kind == PathKind::kStill ? kStillWeights : envWeights());
+        l1Path(window, bounds_, options_.kind == PathKind::kStill ? kStillWeights : kWeights);
     std::vector<cv::Matx33d> corrections;
     for (std::size_t at = first; at < first + count; ++at) {
         decided_.push_back(path[at - begin]);
@@ -102,21 +99,21 @@ std::vector<cv::Matx33d> PathPlanner::takeOptimal(std::size_t first, std::size_t
     return corrections;
 }
 
-std::vector<cv::Matx33d> PathPlanner::takeGaussian(std::size_t first, std::size_t count) const {
+std::vector<cv::Matx33d> PathPlanner::takeGaussian(std::size_t first, std::size_t count) {
     const auto lookahead = static_cast<std::size_t>(options_.lookahead);
     const std::size_t reach = std::min<std::size_t>(static_cast<std::size_t>(std::ceil(kReach * options_.smooth)),
                                                     std::max<std::size_t>(1, lookahead * 3 / 4));
     // Where the frame's bounds limit a correction its neighbours give way, too, so that nothing jerks: the least share
     // of frames around, then the mean of that.
-    const std::size_t soft = std::max<std::size_t>(1, (lookahead - std::min(lookahead, reach)) / 2);
+    const std::size_t soft = std::max<std::size_t>(1, (lookahead - 1 - std::min(lookahead - 1, reach)) / 2);
     const std::size_t from = first - std::min(first, 2 * soft);
     const std::size_t end = std::min(motions_.size(), first + count + 2 * soft);
-    std::vector<cv::Matx33d> full;
-    std::vector<double> shares;
-    for (std::size_t at = from; at < end; ++at) {
-        full.push_back(gaussianCorrection(motions_, at, options_.smooth, reach) * plain());
-        shares.push_back(shareInside(full.back()));
+    for (std::size_t at = unbounded_.size(); at < end; ++at) {
+        unbounded_.push_back(gaussianCorrection(motions_, at, options_.smooth, reach) * plain());
+        shares_.push_back(shareInside(unbounded_.back()));
     }
+    const std::vector<double> shares(shares_.begin() + static_cast<std::ptrdiff_t>(from),
+                                     shares_.begin() + static_cast<std::ptrdiff_t>(end));
     const auto around = [&](std::size_t at, auto visit) {
         for (std::size_t k = at - std::min(at, soft); k <= std::min(at + soft, shares.size() - 1); ++k) visit(k);
     };
@@ -132,7 +129,7 @@ std::vector<cv::Matx33d> PathPlanner::takeGaussian(std::size_t first, std::size_
             sum += least[k];
             ++frames;
         });
-        corrections.push_back(between(plain(), full[at - from], sum / frames, frame_));
+        corrections.push_back(between(plain(), unbounded_[at], sum / frames, frame_));
     }
     return corrections;
 }
@@ -155,10 +152,15 @@ std::vector<cv::Matx33d> PathPlanner::take(std::span<const cv::Matx33d> pending,
     // What lies further back than any mean reaches is done with.
     const std::size_t kept = std::max<std::size_t>(kShapeReach, 2 * static_cast<std::size_t>(options_.lookahead));
     if (decided_.size() > kept) {
-        const auto gone = static_cast<std::ptrdiff_t>(decided_.size() - kept);
-        decided_.erase(decided_.begin(), decided_.begin() + gone);
-        motions_.erase(motions_.begin(), motions_.begin() + gone);
-        similarMotions_.erase(similarMotions_.begin(), similarMotions_.begin() + gone);
+        const std::size_t gone = decided_.size() - kept;
+        const auto drop = [gone](auto& values) {
+            values.erase(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(std::min(gone, values.size())));
+        };
+        drop(decided_);
+        drop(motions_);
+        drop(similarMotions_);
+        drop(unbounded_);
+        drop(shares_);
     }
     return corrections;
 }

@@ -45,7 +45,7 @@ class PathPlanner {
     // The part of each frame's motion that no similarity follows, undone.
     cv::Matx33d shapeCorrection(std::size_t at) const;
     std::vector<cv::Matx33d> takeOptimal(std::size_t first, std::size_t count);
-    std::vector<cv::Matx33d> takeGaussian(std::size_t first, std::size_t count) const;
+    std::vector<cv::Matx33d> takeGaussian(std::size_t first, std::size_t count);
     double shareInside(const cv::Matx33d& correction) const;
 
     cv::Size frame_;
@@ -54,7 +54,10 @@ class PathPlanner {
     // Of the scene's frames that are still needed, those that are pending included.
     std::vector<cv::Matx33d> motions_;
     std::vector<cv::Matx33d> similarMotions_;  // their nearest similarities
-    std::vector<Similarity> decided_;          // corrections of the first ones, without the shape's
+    // Their Gaussian corrections, and which share of each the frame's bounds leave, as far as these are known.
+    std::vector<cv::Matx33d> unbounded_;
+    std::vector<double> shares_;
+    std::vector<Similarity> decided_;  // corrections of the first ones, without the shape's
 };
 
 }  // namespace eishost

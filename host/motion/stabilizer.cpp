@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/program/cpu_time.h"
 #include "host/program/exit_codes.h"
 
 namespace eishost {
@@ -40,12 +41,18 @@ Stabilizer::Stabilizer(cv::Size frame, const StabilizerOptions& options, std::fu
       arena_(options.trace),
       tracker_(arena_, frame, {options.path.kind == PathKind::kStill, options.log}),
       planner_(frame, options.path),
-      warp_(arena_, padded(frame.width, padding_), padded(frame.height, padding_)) {}
+      warp_(arena_, padded(frame.width, padding_), padded(frame.height, padding_)) {
+    // Pieces of a frame are too small to be worth several threads, which cost more than they save here.
+    cv::setNumThreads(1);
+}
 
 void Stabilizer::add(Picture&& picture, std::string_view fields) {
     SteadyFrame frame;
     frame.number = count_++;
-    frame.motion = tracker_.next(picture.mat(0));
+    {
+        const CpuTimeOf time(times_.motion);
+        frame.motion = tracker_.next(picture.mat(0));
+    }
     frame.picture = std::move(picture);
     frame.fields = fields;
     if (frame.motion.cut) {
@@ -67,13 +74,23 @@ void Stabilizer::finish() {
 void Stabilizer::decide(std::size_t count) {
     std::vector<cv::Matx33d> motions;
     for (const SteadyFrame& frame : pending_) motions.push_back(frame.motion.fromPrevious);
-    for (const cv::Matx33d& correction : planner_.take(motions, count)) {
+    std::vector<cv::Matx33d> corrections;
+    {
+        const CpuTimeOf time(times_.path);
+        corrections = planner_.take(motions, count);
+    }
+    for (const cv::Matx33d& correction : corrections) {
         SteadyFrame frame = std::move(pending_.front());
         pending_.pop_front();
         frame.correction = correction;
         if (!options_.measureOnly) steady(frame);
         take_(std::move(frame));
     }
+}
+
+bool Stabilizer::warped(const cv::Matx33d& correction) {
+    const CpuTimeOf time(times_.library);
+    return warp_.warp(moved(correction, padding_), options_.log);
 }
 
 void Stabilizer::steady(SteadyFrame& frame) {
@@ -84,10 +101,10 @@ void Stabilizer::steady(SteadyFrame& frame) {
         cv::copyMakeBorder(samples, input, before, input.rows - samples.rows - before, before,
                            input.cols - samples.cols - before, cv::BORDER_REFLECT);
     }
-    if (!warp_.warp(moved(frame.correction, padding_), options_.log)) {
+    if (!warped(frame.correction)) {
         frame.refused = true;
         frame.correction = planner_.plain();
-        (void)warp_.warp(moved(frame.correction, padding_), options_.log);
+        (void)warped(frame.correction);
     }
     frame.border = shareOutside(frame.correction, frame_);
     for (int plane = 0; plane < 3; ++plane) {

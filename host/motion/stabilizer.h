@@ -32,6 +32,13 @@ struct SteadyFrame {
     double border = 0;       // share of the result that the frame does not cover
 };
 
+// Processor time so far, in milliseconds.
+struct StabilizerTimes {
+    double motion = 0;
+    double path = 0;
+    double library = 0;  // the entry that fits and warps
+};
+
 // The least sides that the library can warp.
 constexpr int kLeastClipSide = 32;
 
@@ -42,12 +49,15 @@ class Stabilizer {
 
     void add(Picture&& picture, std::string_view fields);
 
+    const StabilizerTimes& times() const { return times_; }
+
     // Does what waits for frames that will not come.
     void finish();
 
   private:
     void decide(std::size_t count);
     void steady(SteadyFrame& frame);
+    bool warped(const cv::Matx33d& correction);
 
     StabilizerOptions options_;
     cv::Size frame_;
@@ -59,6 +69,7 @@ class Stabilizer {
     FrameWarp warp_;
     std::deque<SteadyFrame> pending_;
     std::size_t count_ = 0;
+    StabilizerTimes times_;
 };
 
 }  // namespace eishost

@@ -30,26 +30,37 @@ void SteadySummary::add(const SteadyFrame& frame) {
     mostBorder_ = std::max(mostBorder_, frame.border);
 }
 
-nlohmann::ordered_json SteadySummary::json() const {
+double SteadySummary::each(double sum) const {
+    return frames_ > 0 ? sum / static_cast<double>(frames_) : 0;
+}
+
+nlohmann::ordered_json SteadySummary::json(const StabilizerTimes& times) const {
     return {{"frames", frames_},
             {"width", frame_.width},
             {"height", frame_.height},
             {"zoom", zoom_},
             {"shake", {{"before", before_.value()}, {"after", after_.value()}}},
-            {"border", {{"mean", frames_ > 0 ? border_ / static_cast<double>(frames_) : 0}, {"most", mostBorder_}}},
+            {"border", {{"mean", each(border_)}, {"most", mostBorder_}}},
             {"cuts", cuts_},
             {"unreliable", unreliable_},
-            {"refused", refused_}};
+            {"refused", refused_},
+            {"cpuMsPerFrame",
+             {{"all", each(cpuMilliseconds() - start_)},
+              {"motion", each(times.motion)},
+              {"path", each(times.path)},
+              {"library", each(times.library)}}}};
 }
 
-std::string SteadySummary::text() const {
-    char line[400];
+std::string SteadySummary::text(const StabilizerTimes& times) const {
+    char line[600];
     std::snprintf(line, sizeof line,
                   "frames      %zu of %dx%d, %zu cuts, %zu without a reliable motion, %zu refused by the library\n"
                   "shake       %.3f > %.3f px, the content's acceleration as the tracked motion has it\n"
-                  "frame       zoom %.3f, border %.2f%% on average, %.2f%% at most\n",
+                  "frame       zoom %.3f, border %.2f%% on average, %.2f%% at most\n"
+                  "time        %.1f ms of CPU a frame: motion %.1f ms, path %.1f ms, the library's warp %.1f ms\n",
                   frames_, frame_.width, frame_.height, cuts_, unreliable_, refused_, before_.value(), after_.value(),
-                  zoom_, frames_ > 0 ? 100 * border_ / static_cast<double>(frames_) : 0, 100 * mostBorder_);
+                  zoom_, 100 * each(border_), 100 * mostBorder_, each(cpuMilliseconds() - start_), each(times.motion),
+                  each(times.path), each(times.library));
     return line;
 }
 

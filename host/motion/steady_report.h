@@ -5,6 +5,7 @@
 
 #include "host/motion/shake.h"
 #include "host/motion/stabilizer.h"
+#include "host/program/cpu_time.h"
 
 namespace eishost {
 
@@ -18,11 +19,13 @@ class SteadySummary {
     SteadySummary(cv::Size frame, double zoom) : frame_(frame), zoom_(zoom), before_(frame), after_(frame) {}
 
     void add(const SteadyFrame& frame);
-    nlohmann::ordered_json json() const;
-    std::string text() const;
+    nlohmann::ordered_json json(const StabilizerTimes& times) const;
+    std::string text(const StabilizerTimes& times) const;
     std::size_t frames() const { return frames_; }
 
   private:
+    double each(double milliseconds) const;
+
     cv::Size frame_;
     double zoom_;
     ShakeMeter before_;
@@ -33,6 +36,7 @@ class SteadySummary {
     std::size_t refused_ = 0;
     double border_ = 0;
     double mostBorder_ = 0;
+    double start_ = cpuMilliseconds();
 };
 
 }  // namespace eishost

@@ -8,6 +8,12 @@
 
 namespace eishost {
 
+namespace {
+
+constexpr std::size_t kBufferBytes = std::size_t{1} << 18;
+
+}  // namespace
+
 void InputFile::Close::operator()(std::FILE* file) const {
     if (file != stdin) std::fclose(file);
 }
@@ -15,6 +21,8 @@ void InputFile::Close::operator()(std::FILE* file) const {
 InputFile::InputFile(const std::string& path)
     : name_(path == "-" ? "standard input" : path), file_(path == "-" ? stdin : std::fopen(path.c_str(), "rbe")) {
     if (!file_) fail(std::string("cannot be opened: ") + std::strerror(errno));
+    // Rows of pictures are read one by one, and a call of the system for every few would take as long as the rest.
+    std::setvbuf(file_.get(), nullptr, _IOFBF, kBufferBytes);
 }
 
 void InputFile::fail(const std::string& what, ExitCode code) const {
