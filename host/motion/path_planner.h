@@ -18,7 +18,7 @@ enum class PathKind {
 
 struct PathOptions {
     PathKind kind = PathKind::kGaussian;
-    double smooth = 15;  // standard deviation of the Gaussian, in frames
+    double smooth = 25;  // standard deviation of the Gaussian, in frames
     double zoom = 1.085;
     bool mirror = false;  // the shown part may reach over the frame's edges
     int lookahead = 45;   // frames
