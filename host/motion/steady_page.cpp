@@ -171,6 +171,7 @@ json SteadyPage::facts(const json& summary) const {
 
 void SteadyPage::write(const json& summary) {
     const bool hasVideo = video_.finish();
+    if (hasVideo) stills_ = {stills_.at(stills_.size() / 2)};
     const json strip = saveStills();
     const json& middle = strip.at(strip.size() / 2);
     json notes = json::array();

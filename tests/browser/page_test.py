@@ -38,7 +38,9 @@ def make_pages():
     run("eis-lab", "stages", burst / "frame_00.png", OUT / "stages")
     run("eis-host", "merge", *sorted(burst.glob("frame_*.png")), "--truth", burst, "--out", OUT / "merged.png",
         "--report", OUT / "page", "--stages", OUT / "stages")
-    run("eis-host", "pages", OUT / "page", "--out", OUT / "index.html")
+    run("eis-host", "synth", PHOTO, "--clip", "--frames", 40, "--cut", 25, "--size", "640x360", "--out", OUT / "clip")
+    run("eis-host", "stabilize", OUT / "clip/clip.y4m", OUT / "steady.y4m", "--report", OUT / "film")
+    run("eis-host", "pages", OUT / "page", OUT / "film", "--out", OUT / "index.html")
 
 
 class Browser:
@@ -167,6 +169,17 @@ class PageTest(unittest.TestCase):
             self.assertIn("reference", panes[1])
             browser.save("lens.png")
             self.check_all_loaded(browser)
+
+    def test_clip(self):
+        for name, device, dark in (("clip", DESKTOP, False), ("clip-phone-dark", PHONE, True)):
+            with self.subTest(name), Browser(OUT / "film/index.html", device, dark) as browser:
+                if (OUT / "film/both.mp4").exists():
+                    WebDriverWait(browser.driver, 60).until(
+                        lambda _: browser.script("return document.querySelector('video').currentTime > 0"))
+                # Five plots of two lines, each of a piece before the cut and one behind it.
+                self.assertEqual(browser.script("return document.querySelectorAll('.plot polyline').length"), 20)
+                browser.save(f"{name}.png")
+                self.check_all_loaded(browser)
 
     def test_index(self):
         with Browser(OUT / "index.html", DESKTOP) as browser:
