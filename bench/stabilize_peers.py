@@ -100,15 +100,19 @@ def correction_of(output, source, guess):
     if corners is None:
         return guess
     corners = 2 * corners + 0.5
-    start = cv2.perspectiveTransform(corners, guess).astype(np.float32)
-    settings = {"winSize": (21, 21), "maxLevel": 3, "flags": cv2.OPTFLOW_USE_INITIAL_FLOW}
+    size = (output.shape[1], output.shape[0])
     stop = (cv2.TERM_CRITERIA_EPS | cv2.TERM_CRITERIA_COUNT, 30, 0.005)
-    found, status, _ = cv2.calcOpticalFlowPyrLK(output, source, corners, start, criteria=stop, **settings)
-    kept = status.ravel() == 1
-    if kept.sum() < 20:
-        return guess
-    homography, _ = cv2.findHomography(corners[kept], found[kept], cv2.RANSAC, 0.7)
-    return guess if homography is None else homography
+    # Lucas-Kanade takes a corner's surroundings to be shifted alone, which a zoom of a few per cent makes wrong by
+    # tenths of a pixel: the input is laid onto the output as well as is known, and what is left is measured.
+    for _ in range(2):
+        laid = cv2.warpPerspective(source, guess, size, flags=cv2.INTER_CUBIC | cv2.WARP_INVERSE_MAP)
+        found, status, _ = cv2.calcOpticalFlowPyrLK(output, laid, corners, None, criteria=stop)
+        kept = status.ravel() == 1
+        left = cv2.findHomography(corners[kept], found[kept], cv2.RANSAC, 0.7)[0] if kept.sum() >= 20 else None
+        if left is None:
+            return guess
+        guess = guess @ left
+    return guess
 
 
 def corrections_of(path, source):
