@@ -5,7 +5,7 @@
 #include <string>
 
 #include "host/dsp/device_picture.h"
-#include "host/dsp/library_log.h"
+#include "host/dsp/entry_call.h"
 #include "host/dsp/match_tables.h"
 #include "host/program/exit_codes.h"
 
@@ -16,7 +16,7 @@ namespace {
 constexpr int kGridColumns = 10;
 constexpr int kGridRows = 6;
 constexpr int kPairs = kGridColumns * kGridRows;
-constexpr int kIdx = 1;
+constexpr int kWarped = 1;
 
 template <typename T>
 void putValue(std::uint8_t* table, int index, T value) {
@@ -81,17 +81,17 @@ FrameWarp::FrameWarp(DspArena& arena, int width, int height)
 
     // Of the reference the entry reads the size alone, so the frame stands for it.
     ST_REGISTRATION_IN_BLOCK in{};
-    in.astInImg[0] = in.astInImg[kIdx] = pictures[0];
-    in.astPairs[kIdx - 1] = {contextWords_.stMatchPairs.pRefPoints, contextWords_.stMatchPairs.pCurPoints, 0};
+    in.astInImg[0] = in.astInImg[kWarped] = pictures[0];
+    in.astPairs[kWarped - 1] = {contextWords_.stMatchPairs.pRefPoints, contextWords_.stMatchPairs.pCurPoints, 0};
     status_ = arena.allocate(sizeof(std::int32_t), "pStatus");
     ST_REGISTRATION_OUT_BLOCK out{};
-    out.astOutImg[kIdx] = pictures[1];
+    out.astOutImg[kWarped] = pictures[1];
     out.pStatus = status_;
     ST_RANSAC_REGIS_BLOCK call{};
     call.pRansacEstParaContext = context_;
     call.stImgRegistrationParamsIn = arena.put(in, "stImgRegistrationParamsIn");
     call.stImgRegistrationParamsOut = arena.put(out, "stImgRegistrationParamsOut");
-    call.idx = kIdx;
+    call.idx = kWarped;
     call.pHomography = arena.allocate(9 * sizeof(float), "pHomography");
     block_ = arena.put(call, "block of Ransac_Regis_AcoreAPI_EIS");
     arena.syncToCpu(call.stImgRegistrationParamsOut);
@@ -119,9 +119,8 @@ void FrameWarp::writePairs(const cv::Matx33d& homography) {
 
 bool FrameWarp::warp(const cv::Matx33d& homography, std::ostream* log) {
     writePairs(homography);
-    startLibraryLog(log);
-    const ret_status returned =
-        Ransac_Regis_AcoreAPI_EIS(reinterpret_cast<const ST_RANSAC_REGIS_BLOCK*>(arena_.cpuSide(block_)));
+    const auto* const block = reinterpret_cast<const ST_RANSAC_REGIS_BLOCK*>(arena_.cpuSide(block_));
+    const ret_status returned = callEntry(arena_, Ransac_Regis_AcoreAPI_EIS, block, log).status;
     if (returned != retStsOK) {
         throw HostError(kExitLibrary, "Ransac_Regis_AcoreAPI_EIS returned " + std::to_string(returned));
     }

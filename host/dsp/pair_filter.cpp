@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "host/dsp/library_log.h"
+#include "host/dsp/entry_call.h"
 #include "host/dsp/match_tables.h"
 #include "host/program/exit_codes.h"
 
@@ -86,9 +86,8 @@ std::vector<int> PairFilter::agreeing(const PointPairs& pairs, double tolerance,
         arena_.syncToCpu(address);
     }
 
-    startLibraryLog(log);
     auto* const block = reinterpret_cast<RansacEstParaContext*>(arena_.cpuSide(block_));
-    const ret_status status = RansacEst_AcoreAPI_EIS(block);
+    const ret_status status = callEntry(arena_, RansacEst_AcoreAPI_EIS, block, log).status;
     if (status == retStsNotEnoughKeypoints) return {};
     if (status != retStsOK) {
         throw HostError(kExitLibrary, "RansacEst_AcoreAPI_EIS returned " + std::to_string(status));

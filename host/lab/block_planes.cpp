@@ -183,8 +183,9 @@ void surveyRegistration(Survey& survey) {
     surveyPicture(survey, in + text(idx) + "]", reference, chroma, false);
     surveyPicture(survey, "stImgRegistrationParamsOut.astOutImg[" + text(idx) + "]", reference, chroma, true);
     survey.area("stImgRegistrationParamsOut.pStatus", 4, true);
+    const std::string pairs = "stImgRegistrationParamsIn.astPairs[" + text(idx - 1) + "].";
     for (const char* list : {"pRefPoints", "pCurPoints"}) {
-        const std::string pair = "stImgRegistrationParamsIn.astPairs[" + text(idx - 1) + "]." + list;
+        const std::string pair = pairs + list;
         const std::string match = std::string("pRansacEstParaContext.stMatchPairs.") + list;
         if (survey.has(pair) && survey.has(match) && survey.address(pair) != survey.address(match)) {
             survey.faults.push_back(pair + " is not " + match);
