@@ -87,6 +87,7 @@ std::vector<std::string> missingFrom(const std::vector<std::string>& other, cons
 
 std::vector<std::string> touchTexts(const std::vector<DspArena::Touch>& touches, const Names& names) {
     std::vector<std::string> texts;
+    texts.reserve(touches.size());
     for (const DspArena::Touch& touch : touches) texts.push_back(touchText(touch, names));
     return texts;
 }
@@ -97,6 +98,7 @@ std::vector<std::string> steadyTexts(const std::vector<LogLine>& log) {
     static const std::regex pointer("(0x)?0x[0-9a-f]+");
     static const std::regex date("[A-Z][a-z][a-z] [ 0-9][0-9] [0-9]{4}(__| +)[0-9:]{8}");
     std::vector<std::string> texts;
+    texts.reserve(log.size());
     for (const LogLine& line : log) {
         std::string text = std::regex_replace(line.text, time, "cost N ms");
         text = std::regex_replace(text, pointer, "0xN");
