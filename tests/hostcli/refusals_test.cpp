@@ -22,8 +22,11 @@ TEST(Refusals, AreToldInOneLine) {
                                               {"plain.jpg", 64, 48}}) {
         cv::imwrite(folder.path(name), collage(width, height));
     }
-    for (const auto& [name, width, height] :
-         {std::tuple{"in.y4m", 256, 192}, {"blank.png", 640, 480}, {"other.png", 192, 256}, {"low.y4m", 126, 128}, {"slim.y4m", 256, 16}}) {
+    for (const auto& [name, width, height] : {std::tuple{"in.y4m", 256, 192},
+                                              {"blank.png", 640, 480},
+                                              {"other.png", 192, 256},
+                                              {"low.y4m", 126, 128},
+                                              {"slim.y4m", 256, 16}}) {
         savePicture(folder.path(name), Picture(width, height));
     }
     folder.write("text.jpg", "no picture");
