@@ -12,10 +12,11 @@ namespace eishost {
 namespace {
 
 constexpr int kParts = 4;              // of a similarity
-constexpr double kNarrowest = 0.9;     // of the shown part's size, by how much the path may zoom in further
+constexpr double kNarrowest = 0.98;    // of the shown part's size, by how much the path may zoom in further
 constexpr double kFarthestTurn = 0.2;  // radians
 constexpr double kCentring = 0.02;     // weight that a path has which may lie anywhere to lie about the middle
 constexpr int kCentredEach = 6;        // frames
+constexpr double kBeyond = 1000;       // weight of what lies beyond the bounds, where no path keeps to all of them
 
 // Rows of a linear program, term by term. Columns are free unless they are bounded.
 class Program {
@@ -73,8 +74,9 @@ class Program {
 // first frame, so that its differences are plain ones.
 class PathProgram {
   public:
-    PathProgram(const PathWindow& window, const FrameBounds& bounds, const PathWeights& weights)
-        : window_(window), bounds_(bounds) {
+    // Strictly within the bounds, or as far as it can be.
+    PathProgram(const PathWindow& window, const FrameBounds& bounds, const PathWeights& weights, bool strict)
+        : window_(window), bounds_(bounds), strict_(strict) {
         for (std::size_t frame = 0; frame < window.size(); ++frame) addPosition(frame);
         for (std::size_t frame = window.held.size(); frame < window.size(); ++frame) {
             addBounds(frame);
@@ -127,11 +129,16 @@ class PathProgram {
             const double x = i % 2 == 0 ? -1 : 1;
             const double y = i / 2 == 0 ? -bounds_.aspect : bounds_.aspect;
             const cv::Point2d off = window_.slack[frame][i] + cv::Point2d(to.dx, to.dy);
-            addRow(frame, {to.a * x - to.b * y, -to.b * x - to.a * y, to.a, -to.b}, -mostX - off.x, mostX - off.x);
-            addRow(frame, {to.b * x + to.a * y, -to.b * y + to.a * x, to.b, to.a}, -mostY - off.y, mostY - off.y);
+            addBound(frame, {to.a * x - to.b * y, -to.b * x - to.a * y, to.a, -to.b}, -mostX - off.x, mostX - off.x);
+            addBound(frame, {to.b * x + to.a * y, -to.b * y + to.a * x, to.b, to.a}, -mostY - off.y, mostY - off.y);
         }
-        addRow(frame, {to.a, -to.b, 0, 0}, kNarrowest / bounds_.zoom, COIN_DBL_MAX);
-        addRow(frame, {to.b, to.a, 0, 0}, -kFarthestTurn, kFarthestTurn);
+        addBound(frame, {to.a, -to.b, 0, 0}, kNarrowest / bounds_.zoom, COIN_DBL_MAX);
+        addBound(frame, {to.b, to.a, 0, 0}, -kFarthestTurn, kFarthestTurn);
+    }
+
+    void addBound(std::size_t frame, const Parts& factors, double least, double most) {
+        const int row = addRow(frame, factors, least, most);
+        if (!strict_) program_.addDistance(row, kBeyond);
     }
 
     void addCentring(std::size_t frame) {
@@ -158,13 +165,15 @@ class PathProgram {
 
     const PathWindow& window_;
     const FrameBounds& bounds_;
+    bool strict_;
     Program program_;
 };
 
 }  // namespace
 
 std::vector<Similarity> l1Path(const PathWindow& window, const FrameBounds& bounds, const PathWeights& weights) {
-    std::vector<Similarity> path = PathProgram(window, bounds, weights).solve();
+    std::vector<Similarity> path = PathProgram(window, bounds, weights, true).solve();
+    if (path.empty()) path = PathProgram(window, bounds, weights, false).solve();
     if (path.empty()) throw HostError(kExitInternal, "the camera's path has no smooth one under the frame's bounds");
     return path;
 }
