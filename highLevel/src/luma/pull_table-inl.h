@@ -17,15 +17,15 @@ EIS_BEFORE_TARGET();
 // window, and no table moves a value beyond its target by more than half the room on either side, no sum can wrap. The
 // low band of 8-bit luma reaches -160 to 415, in patterns that pictures hardly have: strips with such samples take 32
 // bits.
-constexpr int kCentre = 128 * 128;
-constexpr int kWindowLow = -120;
-constexpr int kWindowHigh = 375;
-constexpr int kRoom = 1000;  // Q7; one half of it along the row, one half down the column
+inline constexpr int kCentre = 128 * 128;
+inline constexpr int kWindowLow = -120;
+inline constexpr int kWindowHigh = 375;
+inline constexpr int kRoom = 1000;  // Q7; one half of it along the row, one half down the column
 // Differences within one step share an entry, so that a pull may overshoot where the entry for k steps comes within
 // half a step of them; it then does so by k steps at most.
-constexpr int kMaxOvershootSteps = kRoom / 2 / 32;
+inline constexpr int kMaxOvershootSteps = kRoom / 2 / 32;
 
-constexpr int kMiddle = kRecursiveLutEntries / 2;
+inline constexpr int kMiddle = kRecursiveLutEntries / 2;
 
 struct PullTable {
     const int16_t* all;
@@ -33,7 +33,7 @@ struct PullTable {
 };
 
 // Whether the table is fit for 16 bits.
-bool SetTable(const int16_t* all, PullTable& table) {
+inline bool SetTable(const int16_t* all, PullTable& table) {
     table.all = all;
     bool fit = true;
     for (int k = 0; k < kHalfTableEntries; ++k) {
