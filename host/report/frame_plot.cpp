@@ -12,11 +12,7 @@ namespace {
 
 using nlohmann::json;
 
-// In units of the drawing, whose size the template tells.
-constexpr double kLeft = 56;
-constexpr double kRight = 628;
-constexpr double kTop = 10;
-constexpr double kBottom = 178;
+constexpr PlotArea kFrameArea{.left = 56, .right = 628, .top = 10, .bottom = 178};
 constexpr std::size_t kMostPoints = 1200;  // of a line: two for each unit across
 
 // The range that the lines fill, to whole ticks.
@@ -58,8 +54,10 @@ json framePlot(const std::string& title, const std::vector<FrameLine>& lines, co
     const std::size_t frames = lines.front().values.size();
     const double last = std::max<double>(1, static_cast<double>(frames) - 1);
     const Axis axis = valueAxis(lines);
-    const auto xOf = [&](double frame) { return fixedText(kLeft + (kRight - kLeft) * frame / last, 1); };
-    const auto yOf = [&](double value) { return axis.at(value, kBottom, kTop); };
+    const auto xOf = [&](double frame) {
+        return fixedText(kFrameArea.left + (kFrameArea.right - kFrameArea.left) * frame / last, 1);
+    };
+    const auto yOf = [&](double value) { return axis.at(value, kFrameArea.bottom, kFrameArea.top); };
 
     json plot{{"title", title},
               {"lines", json::array()},

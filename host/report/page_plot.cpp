@@ -11,15 +11,11 @@ namespace {
 
 using nlohmann::json;
 
-// In units of the drawing, whose size the template tells.
-constexpr double kLeft = 48;
-constexpr double kRight = 628;
-constexpr double kTop = 12;
-constexpr double kBottom = 268;
+constexpr PlotArea kNoiseArea{.left = 48, .right = 628, .top = 12, .bottom = 268};
 constexpr double kBrightest = 256;
 
 double xOf(double brightness) {
-    return kLeft + (kRight - kLeft) * brightness / kBrightest;
+    return kNoiseArea.left + (kNoiseArea.right - kNoiseArea.left) * brightness / kBrightest;
 }
 
 }  // namespace
@@ -40,7 +36,9 @@ json noisePlot(const json& versions) {
     if (highest <= 0) return false;
     const double step = tickStep(highest);
     const double most = std::ceil(highest / step) * step;
-    const auto yOf = [&](double sigma) { return kBottom - (kBottom - kTop) * sigma / most; };
+    const auto yOf = [&](double sigma) {
+        return kNoiseArea.bottom - (kNoiseArea.bottom - kNoiseArea.top) * sigma / most;
+    };
 
     json plot{{"lines", json::array()}, {"xTicks", json::array()}, {"yTicks", json::array()}};
     for (int brightness = 0; brightness <= kBrightest; brightness += 64) {

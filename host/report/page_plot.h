@@ -5,6 +5,14 @@
 
 namespace eishost {
 
+// Where the lines are drawn, in units of the drawing, whose size the template tells.
+struct PlotArea {
+    double left;
+    double right;
+    double top;
+    double bottom;
+};
+
 // A step between ticks that makes 3 to 6 of them over a span: 1, 2 or 5 times a power of ten.
 double tickStep(double span);
 

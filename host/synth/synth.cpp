@@ -5,6 +5,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/program/exit_codes.h"
+#include "host/synth/resampling.h"
 #include "host/synth/synth_mover.h"
 #include "host/synth/synth_seed.h"
 
@@ -13,8 +14,6 @@ namespace eishost {
 namespace {
 
 constexpr double kDegree = CV_PI / 180;
-constexpr int kKernelReach = 4;      // of the resampling kernel
-constexpr int kLargestSide = 32000;  // positions of the resampler are 16 bits
 constexpr int kSmallestSide = 64;
 
 // Streams of random numbers besides those of the frames' noise.

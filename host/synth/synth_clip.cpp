@@ -7,6 +7,7 @@
 
 #include "host/program/exit_codes.h"
 #include "host/synth/hand_shake.h"
+#include "host/synth/resampling.h"
 #include "host/synth/synth_mover.h"
 #include "host/synth/synth_seed.h"
 
@@ -14,15 +15,14 @@ namespace eishost {
 
 namespace {
 
-constexpr int kKernelReach = 4;                   // of the resampling kernel
-constexpr int kLargestSide = 32000;               // positions of the resampler are 16 bits
 const cv::Point2d kSpeed(1 / 640.0, 1 / 2560.0);  // of the pan, of the frame's width a frame
 const cv::Size2d kRoom(1.4, 1.1);                 // of the photograph for a pan, of the frame's size
 constexpr double kTurnFrames = HandShake::kRate;
 constexpr double kMoverRound = 6 * HandShake::kRate;  // frames that the object takes to come back
 constexpr double kMoverReach = 0.3;                   // of the room that the frame leaves it
 
-enum Stream : std::uint64_t { kShakeStream, kMoverStream, kFirstNoiseStream };
+// Streams of random numbers.
+enum ClipStream : std::uint64_t { kShakeStream, kClipMoverStream, kFirstClipNoiseStream };
 
 cv::Matx33d translation(const cv::Point2d& by) {
     return {1, 0, by.x, 0, 1, by.y, 0, 0, 1};
@@ -55,7 +55,7 @@ ClipSynthesiser::ClipSynthesiser(const cv::Mat& photo, const ClipOptions& option
                                    : cv::Size(cvRound(side / 6.0), cvRound(side / 8.0));
     if (options.mover && moverSize_.height > side)
         throw HostError(kExitUnsuitable, "the mover is larger than the frame's shorter side");
-    moverPhase_ = cv::RNG(mixSeed(options.seed, kMoverStream)).uniform(0.0, 2 * CV_PI);
+    moverPhase_ = cv::RNG(mixSeed(options.seed, kClipMoverStream)).uniform(0.0, 2 * CV_PI);
 }
 
 void ClipSynthesiser::layOut(const cv::Mat& photo) {
@@ -136,7 +136,8 @@ cv::Mat ClipSynthesiser::frame(int index) const {
     cv::Mat view;
     cv::warpPerspective(picture, view, homography(index) * translation(-origin_), options_.size, cv::INTER_LANCZOS4,
                         cv::BORDER_REFLECT_101);
-    return addNoise(view, options_.noise, mixSeed(options_.seed, kFirstNoiseStream + static_cast<std::uint64_t>(index)))
+    return addNoise(view, options_.noise,
+                    mixSeed(options_.seed, kFirstClipNoiseStream + static_cast<std::uint64_t>(index)))
         .noisy;
 }
 
