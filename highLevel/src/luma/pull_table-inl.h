@@ -56,7 +56,11 @@ struct LoadedTable {
     HWY_INLINE explicit LoadedTable(const PullTable& table) : low(table.half.low), high(table.half.high) {}
 };
 #else
-using LoadedTable = const PullTable&;
+struct LoadedTable {
+    const HalfTable& half;
+
+    HWY_INLINE LoadedTable(const PullTable& table) : half(table.half) {}
+};
 #endif
 
 // Each base plus the table's entry for the difference from - to, which saturates far outside the table. The index

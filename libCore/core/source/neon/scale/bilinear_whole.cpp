@@ -13,7 +13,6 @@ EIS_BEFORE_TARGET();
 using Bytes = HWY_CAPPED(uint8_t, 32);
 using Words = hn::Repartition<uint16_t, Bytes>;
 constexpr int kBytes = static_cast<int>(hn::MaxLanes(Bytes()));
-constexpr int kWords = static_cast<int>(hn::MaxLanes(Words()));
 
 // Samples of a strip, one row of which waits on the stack: rows are read and written one after the other, because
 // hardware prefetching and write combining follow one stream far better than two that take turns. A strip is a whole
@@ -40,7 +39,7 @@ void HalfRow(const uint16_t* HWY_RESTRICT upperSums, const uint8_t* HWY_RESTRICT
     FillRow(
         Bytes(), count, dst,
         [&](int x) {
-            return JoinBytes(WordPair{quarters(x), quarters(x + kWords)});
+            return JoinBytes(WordPair{quarters(x), quarters(x + static_cast<int>(hn::MaxLanes(Words())))});
         },
         sample);
 #else
