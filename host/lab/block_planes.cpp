@@ -188,7 +188,7 @@ void surveyRegistration(Survey& survey) {
         const std::string pair = pairs + list;
         const std::string match = std::string("pRansacEstParaContext.stMatchPairs.") + list;
         if (survey.has(pair) && survey.has(match) && survey.address(pair) != survey.address(match)) {
-            survey.faults.push_back(pair + " is not " + match);
+            survey.faults.push_back(std::string(pair).append(" is not ").append(match));
         }
     }
 }

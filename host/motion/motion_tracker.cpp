@@ -191,7 +191,7 @@ MotionTracker::Followed MotionTracker::ofTheScene(const Followed& points, cv::Si
     for (int i = 0; i < static_cast<int>(points.ages.size()); ++i) {
         if (!std::binary_search(first.begin(), first.end(), i)) rest.push_back(i);
     }
-    const Followed most = points.those(first);
+    Followed most = points.those(first);
     if (rest.size() < kFewestAgree || rest.size() < kLeastAgree * static_cast<double>(points.ages.size())) return most;
     const Followed others = points.those(rest);
     const Followed second = others.those(filter_.agreeing(others.pairs, tolerance, options_.log));

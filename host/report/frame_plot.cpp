@@ -65,11 +65,12 @@ json framePlot(const std::string& title, const std::vector<FrameLine>& lines, co
               {"yTicks", json::array()},
               {"marks", json::array()}};
     const double step = std::max(1.0, tickStep(last));
-    for (double frame = 0; frame <= last; frame += step) {
-        plot["xTicks"].push_back({{"at", xOf(frame)}, {"text", fixedText(frame, 0)}});
+    for (int i = 0; i * step <= last; ++i) {
+        plot["xTicks"].push_back({{"at", xOf(i * step)}, {"text", fixedText(i * step, 0)}});
     }
-    for (double value = axis.low; value <= axis.high + axis.step / 2; value += axis.step) {
+    for (int i = 0; axis.low + i * axis.step <= axis.high + axis.step / 2; ++i) {
         // A tick at 0 may miss it by a rounding, which would show as -0.
+        const double value = axis.low + i * axis.step;
         const double tick = std::abs(value) < axis.step / 2 ? 0 : value;
         plot["yTicks"].push_back({{"at", fixedText(yOf(tick), 1)},
                                   {"textAt", fixedText(yOf(tick) + 4, 1)},
