@@ -57,6 +57,7 @@ void VideoFile::start(const Picture& picture) {
                                    "mp4",
                                    part_};
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
 
