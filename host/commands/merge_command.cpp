@@ -11,6 +11,7 @@
 #include "host/merge/merge_page.h"
 #include "host/merge/merge_report.h"
 #include "host/picture/raw_options.h"
+#include "host/program/cpu_time.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "host/program/progress.h"
@@ -104,10 +105,9 @@ void runMerge(const MergeArguments& arguments) {
     std::optional<ToleranceMeasure> tolerance;
     const auto measure = [&](const Picture& reference, const AlignedFrame& frame) {
         if (options.weights == MergeWeights::kMean) return;
-        const double start = cpuMilliseconds();
+        const CpuTimeOf time(report.measureCpu);
         if (!tolerance) tolerance.emplace(reference);
         tolerance->add(frame);
-        report.measureCpu += cpuMilliseconds() - start;
     };
     const auto reading = [&](std::size_t done, const std::string& name) { progress.at(done, name); };
     const BurstInput input(arguments.inputs, arguments.raw,

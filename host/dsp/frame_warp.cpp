@@ -6,7 +6,7 @@
 
 #include "host/dsp/device_picture.h"
 #include "host/dsp/entry_call.h"
-#include "host/dsp/match_tables.h"
+#include "host/picture/metrics.h"
 #include "host/program/exit_codes.h"
 
 namespace eishost {
@@ -16,18 +16,6 @@ namespace {
 constexpr int kGridColumns = 10;
 constexpr int kGridRows = 6;
 constexpr int kPairs = kGridColumns * kGridRows;
-constexpr int kWarped = 1;
-
-template <typename T>
-void putValue(std::uint8_t* table, int index, T value) {
-    std::memcpy(table + index * sizeof value, &value, sizeof value);
-}
-
-void putKeypoint(std::uint8_t* table, int index, const cv::Point2d& point) {
-    putValue(table, 3 * index, static_cast<std::int32_t>(std::lround(point.x * kKeypointUnits)));
-    putValue(table, 3 * index + 1, static_cast<std::int32_t>(std::lround(point.y * kKeypointUnits)));
-    putValue(table, 3 * index + 2, std::int32_t{0});
-}
 
 // Positions from corner to corner of a picture.
 std::vector<cv::Point2d> gridOf(cv::Size size) {
@@ -60,42 +48,19 @@ FrameWarp::FrameWarp(DspArena& arena, int width, int height)
         pictures[picture] = device.block();
     }
 
-    contextWords_.stMatchPairs.pRefPoints = arena.allocate(kPairs * sizeof(cv::Point2f), "pRefPoints");
-    contextWords_.stMatchPairs.pCurPoints = arena.allocate(kPairs * sizeof(cv::Point2f), "pCurPoints");
-    contextWords_.pRefKeypoints = refKeypoints_ = arena.allocate(kPairs * 3 * sizeof(std::int32_t), "pRefKeypoints");
-    contextWords_.pCurKeypoints = curKeypoints_ = arena.allocate(kPairs * 3 * sizeof(std::int32_t), "pCurKeypoints");
-    const DeviceAddress indices = arena.allocate(kPairs * sizeof(std::int16_t), "pRefIndex");
-    const DeviceAddress distances = arena.allocate(kPairs * sizeof(std::int32_t), "pDistance");
+    MatchTables tables;
     for (int i = 0; i < kPairs; ++i) {
-        putKeypoint(arena.dspSide(refKeypoints_), i, grid_[i]);
-        putValue(arena.dspSide(indices), i, static_cast<std::int16_t>(i));
-        putValue(arena.dspSide(distances), i, std::int32_t{0});
+        const KeypointRow row = keypointRow(grid_[i]);
+        tables.refKeypoints.insert(tables.refKeypoints.end(), row.begin(), row.end());
+        tables.refIndex.push_back(static_cast<std::int16_t>(i));
     }
-    for (const DeviceAddress address : {refKeypoints_, indices, distances}) arena.syncToCpu(address);
-    contextWords_.pRefIndex = contextWords_.pCurIndex = indices;
-    contextWords_.pDistance = distances;
-    contextWords_.matchNum = kPairs;
-    contextWords_.coordScale = 1;
-    contextWords_.ratio = 1;
-    context_ = arena.allocate(sizeof contextWords_, "pRansacEstParaContext");
-
+    tables.curKeypoints = tables.refKeypoints;
+    tables.curIndex = tables.refIndex;
+    tables.distance.assign(kPairs, 0);
+    tables.ratio = 1;
+    contextWords_ = putMatches(arena, tables);
     // Of the reference the entry reads the size alone, so the frame stands for it.
-    ST_REGISTRATION_IN_BLOCK in{};
-    in.astInImg[0] = in.astInImg[kWarped] = pictures[0];
-    in.astPairs[kWarped - 1] = {contextWords_.stMatchPairs.pRefPoints, contextWords_.stMatchPairs.pCurPoints, 0};
-    status_ = arena.allocate(sizeof(std::int32_t), "pStatus");
-    ST_REGISTRATION_OUT_BLOCK out{};
-    out.astOutImg[kWarped] = pictures[1];
-    out.pStatus = status_;
-    ST_RANSAC_REGIS_BLOCK call{};
-    call.pRansacEstParaContext = context_;
-    call.stImgRegistrationParamsIn = arena.put(in, "stImgRegistrationParamsIn");
-    call.stImgRegistrationParamsOut = arena.put(out, "stImgRegistrationParamsOut");
-    call.idx = kWarped;
-    call.pHomography = arena.allocate(9 * sizeof(float), "pHomography");
-    block_ = arena.put(call, "block of Ransac_Regis_AcoreAPI_EIS");
-    arena.syncToCpu(call.stImgRegistrationParamsOut);
-    arena.syncToCpu(block_);
+    call_ = putRegistration(arena, contextWords_, {pictures[0], pictures[0], pictures[1]}, false);
 }
 
 cv::Mat FrameWarp::plane_(int picture, int plane) const {
@@ -106,25 +71,25 @@ cv::Mat FrameWarp::plane_(int picture, int plane) const {
 }
 
 void FrameWarp::writePairs(const cv::Matx33d& homography) {
-    std::uint8_t* const table = arena_.dspSide(curKeypoints_);
+    std::uint8_t* const table = arena_.dspSide(contextWords_.pCurKeypoints);
     for (int i = 0; i < kPairs; ++i) {
-        const cv::Vec3d to = homography * cv::Vec3d(grid_[i].x, grid_[i].y, 1);
-        putKeypoint(table, i, {to[0] / to[2], to[1] / to[2]});
+        const KeypointRow row = keypointRow(project(homography, grid_[i]));
+        std::memcpy(table + i * sizeof row, row.data(), sizeof row);
     }
-    arena_.syncToCpu(curKeypoints_);
-    contextWords_.stMatchPairs.pointNum = kPairs;
-    std::memcpy(arena_.dspSide(context_), &contextWords_, sizeof contextWords_);
-    arena_.syncToCpu(context_);
+    arena_.syncToCpu(contextWords_.pCurKeypoints);
+    // The entry leaves the number of pairs that it kept in the block.
+    std::memcpy(arena_.dspSide(call_.context), &contextWords_, sizeof contextWords_);
+    arena_.syncToCpu(call_.context);
 }
 
 bool FrameWarp::warp(const cv::Matx33d& homography, std::ostream* log) {
     writePairs(homography);
-    const auto* const block = reinterpret_cast<const ST_RANSAC_REGIS_BLOCK*>(arena_.cpuSide(block_));
+    const auto* const block = reinterpret_cast<const ST_RANSAC_REGIS_BLOCK*>(arena_.cpuSide(call_.block));
     const ret_status returned = callEntry(arena_, Ransac_Regis_AcoreAPI_EIS, block, log).status;
     if (returned != retStsOK) {
         throw HostError(kExitLibrary, "Ransac_Regis_AcoreAPI_EIS returned " + std::to_string(returned));
     }
-    return arena_.get<std::int32_t>(status_) == retStsOK;
+    return arena_.get<std::int32_t>(call_.status) == retStsOK;
 }
 
 }  // namespace eishost

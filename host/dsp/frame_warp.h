@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/dsp/dsp_arena.h"
+#include "host/dsp/registration_call.h"
 
 namespace eishost {
 
@@ -34,12 +35,8 @@ class FrameWarp {
     cv::Size size_;
     std::vector<std::uint8_t> memory_[2][3];  // input and output
     std::vector<cv::Point2d> grid_;
-    DeviceAddress refKeypoints_ = 0;
-    DeviceAddress curKeypoints_ = 0;
-    DeviceAddress context_ = 0;
     RansacEstParaContext contextWords_{};
-    DeviceAddress status_ = 0;
-    DeviceAddress block_ = 0;
+    RegistrationBlock call_{};
 };
 
 }  // namespace eishost

@@ -1,8 +1,13 @@
 // A k-nearest-neighbour result in the form that the registration block takes.
 #pragma once
 
+#include <array>
+#include <cmath>
 #include <cstdint>
+#include <opencv2/core.hpp>
 #include <vector>
+
+#include "host/dsp/dsp_arena.h"
 
 namespace eishost {
 
@@ -22,5 +27,17 @@ struct MatchTables {
 
 constexpr int kMaxKeypoints = 32767;  // indices are signed 16-bit words
 constexpr float kKeypointUnits = 64.0f;
+
+// A row of a keypoint table.
+using KeypointRow = std::array<std::int32_t, 3>;
+template <typename T>
+KeypointRow keypointRow(const cv::Point_<T>& point) {
+    return {static_cast<std::int32_t>(std::lround(point.x * kKeypointUnits)),
+            static_cast<std::int32_t>(std::lround(point.y * kKeypointUnits)), 0};
+}
+
+// Lays lists and tables into memory of the DSP, with room for a pair of points an entry, and makes them coherent: the
+// entries do not. What comes back is the block that tells where they are.
+RansacEstParaContext putMatches(DspArena& arena, const MatchTables& matches);
 
 }  // namespace eishost

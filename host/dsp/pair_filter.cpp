@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <numeric>
 #include <string>
 
 #include "host/dsp/entry_call.h"
@@ -20,9 +21,8 @@ constexpr int kFewestPairs = 5;
 // A keypoint table of the points times `scale`.
 void writeKeypoints(std::uint8_t* to, const std::vector<cv::Point2f>& points, double scale) {
     for (const cv::Point2f& point : points) {
-        const std::int32_t row[3] = {static_cast<std::int32_t>(std::lround(point.x * scale * kKeypointUnits)),
-                                     static_cast<std::int32_t>(std::lround(point.y * scale * kKeypointUnits)), 0};
-        std::memcpy(to, row, sizeof row);
+        const KeypointRow row = keypointRow(cv::Point2d(point) * scale);
+        std::memcpy(to, row.data(), sizeof row);
         to += sizeof row;
     }
 }
@@ -43,34 +43,18 @@ std::vector<int> rowsOf(const std::uint8_t* points, int count, const std::uint8_
 
 }  // namespace
 
-PairFilter::PairFilter(DspArena& arena, int mostPairs)
-    : arena_(arena), mostPairs_(std::min(mostPairs, kMaxKeypoints)), block_(0) {
-    const auto most = static_cast<std::size_t>(mostPairs_);
-    words_.stMatchPairs.pRefPoints = arena.allocate(most * sizeof(cv::Point2f), "stMatchPairs.pRefPoints");
-    words_.stMatchPairs.pCurPoints = arena.allocate(most * sizeof(cv::Point2f), "stMatchPairs.pCurPoints");
-    words_.pRefKeypoints = arena.allocate(most * 3 * sizeof(std::int32_t), "pRefKeypoints");
-    words_.pCurKeypoints = arena.allocate(most * 3 * sizeof(std::int32_t), "pCurKeypoints");
-    words_.pRefIndex = list(most * sizeof(std::int16_t), "pRefIndex");
-    words_.pCurIndex = list(most * sizeof(std::int16_t), "pCurIndex");
-    words_.pDistance = list(most * sizeof(std::int32_t), "pDistance");
-    for (int i = 0; i < mostPairs_; ++i) {  // pair i is row i of both tables
-        const auto row = static_cast<std::int16_t>(i);
-        std::memcpy(arena.dspSide(words_.pRefIndex) + i * sizeof row, &row, sizeof row);
-        std::memcpy(arena.dspSide(words_.pCurIndex) + i * sizeof row, &row, sizeof row);
-    }
-    for (const DeviceAddress address : {words_.pRefIndex, words_.pCurIndex, words_.pDistance}) {
-        arena.syncToCpu(address);
-    }
-    words_.coordScale = 1;
-    words_.ratio = 1;
+PairFilter::PairFilter(DspArena& arena, int mostPairs) : arena_(arena), mostPairs_(std::min(mostPairs, kMaxKeypoints)) {
+    // Pair i is row i of both tables. All distances are 0, below that of a second best, which no pair has.
+    MatchTables tables;
+    tables.refKeypoints.resize(mostPairs_ * std::tuple_size_v<KeypointRow>);
+    tables.curKeypoints = tables.refKeypoints;
+    tables.refIndex.resize(mostPairs_);
+    std::iota(tables.refIndex.begin(), tables.refIndex.end(), std::int16_t{0});
+    tables.curIndex = tables.refIndex;
+    tables.distance.resize(mostPairs_);
+    tables.ratio = 1;
+    words_ = putMatches(arena, tables);
     block_ = arena.allocate(sizeof words_, "block of RansacEst_AcoreAPI_EIS");
-}
-
-// All 0, so that a distance is always below that of a second best, which no pair has.
-DeviceAddress PairFilter::list(std::size_t bytes, const char* field) {
-    const DeviceAddress address = arena_.allocate(bytes, field);
-    std::memset(arena_.dspSide(address), 0, bytes);
-    return address;
 }
 
 std::vector<int> PairFilter::agreeing(const PointPairs& pairs, double tolerance, std::ostream* log) {

@@ -27,12 +27,10 @@ class PairFilter {
     std::vector<int> agreeing(const PointPairs& pairs, double tolerance, std::ostream* log);
 
   private:
-    DeviceAddress list(std::size_t bytes, const char* field);
-
     DspArena& arena_;
     int mostPairs_;
     RansacEstParaContext words_{};
-    DeviceAddress block_;
+    DeviceAddress block_ = 0;
 };
 
 }  // namespace eishost

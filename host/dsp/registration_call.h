@@ -29,6 +29,23 @@ struct RegistrationOptions {
     std::ostream* log = nullptr;    // the library's lines as they come
 };
 
+struct RegistrationPictures {
+    ST_PICTURE_DEV reference;
+    ST_PICTURE_DEV frame;
+    ST_PICTURE_DEV aligned;
+};
+
+// Where the block of a call stands, and what of it is looked at again.
+struct RegistrationBlock {
+    DeviceAddress block;
+    DeviceAddress context;
+    DeviceAddress status;
+};
+
+// Lays the block of Ransac_Regis_AcoreAPI_EIS and all that it leads to into memory of the DSP, for one frame.
+RegistrationBlock putRegistration(DspArena& arena, const RansacEstParaContext& context,
+                                  const RegistrationPictures& pictures, bool lumaOnly);
+
 // Both pictures must have one size, with a height that is a multiple of 8. HostError(kExitLibrary) when the entry
 // fails; a refusal is an outcome.
 RegistrationOutcome registerFrame(const Picture& reference, const Picture& frame, const MatchTables& matches,

@@ -92,8 +92,8 @@ void surveyPicture(Survey& survey, const std::string& picture, const std::string
     }
 }
 
-void surveyDenoiseRecord(Survey& survey, const std::string& record, std::int64_t maskWidth, std::int64_t rows) {
-    survey.plane(record + ".pMaskIIR", maskWidth, rows, aligned(maskWidth), false);
+void surveyDenoiseRecord(Survey& survey, const std::string& record, std::int64_t maskBytes) {
+    survey.area(record + ".pMaskIIR", maskBytes, false);
     survey.area(record + ".pSpatialChromaNrLUT", 160, false);
 }
 
@@ -113,7 +113,7 @@ void surveySpatial(Survey& survey) {
         picture + ".stride", [=](auto v) { return v == pitch; },
         "plays no part, rows of luma lie " + text(pitch) + " bytes apart");
     surveyPicture(survey, picture, picture, true, true);
-    surveyDenoiseRecord(survey, "inPara.stDNParams", 1, 1);
+    surveyDenoiseRecord(survey, "inPara.stDNParams", 1);
 }
 
 void surveyChroma(Survey& survey, bool low) {
@@ -140,7 +140,7 @@ void surveyChroma(Survey& survey, bool low) {
             "memSize", [=](auto v) { return v >= scratch; }, "the scratch takes " + text(scratch) + " bytes");
     }
     survey.area("pMemoryManagement", survey.number("memSize"), true);
-    surveyDenoiseRecord(survey, "stDNParams", low ? width : 1, low ? rows : 1);
+    surveyDenoiseRecord(survey, "stDNParams", low ? rows * std::max(survey.number("stride"), aligned(width)) : 1);
 }
 
 void surveyMatches(Survey& survey, const std::string& prefix) {

@@ -51,9 +51,8 @@ bool refine(const cv::Mat& ref, const cv::Mat& cur, const cv::Point2f& at, cv::P
 }
 
 void addKeypoint(std::vector<std::int32_t>& table, const cv::Point2f& point) {
-    table.push_back(static_cast<std::int32_t>(std::lround(point.x * kKeypointUnits)));
-    table.push_back(static_cast<std::int32_t>(std::lround(point.y * kKeypointUnits)));
-    table.push_back(0);
+    const KeypointRow row = keypointRow(point);
+    table.insert(table.end(), row.begin(), row.end());
 }
 
 }  // namespace

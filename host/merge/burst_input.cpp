@@ -90,11 +90,10 @@ void BurstInput::takeFrame(BurstMember& member, Picture picture) {
     FrameReport report = reportFrame(*prepared_, PreparedFrame(member.name, std::move(picture)), options_);
     if (report.outcome.status != retStsOK) {
         member.leftOut = report.refusal ? report.refusal->reason : "the library refused it";
+        member.asItCame = smallBgr(report.outcome.aligned);
     } else if (!report.area || report.area->empty()) {
         member.leftOut = "nothing of it covers the reference";
     }
-    if (!member.leftOut.empty())
-        member.asItCame = smallBgr(report.outcome.aligned);  // which a refusal leaves as it came
     const AlignedFrame aligned{.picture = std::exchange(report.outcome.aligned, {}),
                                .area = report.area.value_or(cv::Rect()),
                                .ghosts = member.leftOut.empty() ? ghostsOf(members_.size() - 1) : cv::Mat()};

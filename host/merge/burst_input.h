@@ -20,7 +20,7 @@ struct BurstMember {
     int index = 0;                      // of the picture in its file
     std::optional<FrameReport> report;  // without the aligned picture; none for the reference and what cannot be used
     std::string leftOut;                // why it is not merged, "" when it is
-    cv::Mat asItCame;                   // small, 8-bit BGR: of a frame that registration left out
+    cv::Mat asItCame;                   // small, 8-bit BGR: of a frame that the library refused, and so copied
 };
 
 // What is told while frames are read; either may be empty.

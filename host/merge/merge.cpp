@@ -1,12 +1,11 @@
 #include "host/merge/merge.h"
 
-#include <sys/resource.h>
-
 #include <cmath>
 #include <utility>
 #include <vector>
 
 #include "host/merge/row_settings.h"
+#include "host/program/cpu_time.h"
 
 namespace eishost {
 
@@ -17,24 +16,12 @@ constexpr std::size_t kGroup = 4;
 // For a frame that nothing can be measured on, as in the burst command.
 constexpr int kUsualRow = 5;
 
-class CpuWatch {
-  public:
-    explicit CpuWatch(double& total) : total_(total), start_(cpuMilliseconds()) {}
-    ~CpuWatch() { total_ += cpuMilliseconds() - start_; }
-    CpuWatch(const CpuWatch&) = delete;
-    CpuWatch& operator=(const CpuWatch&) = delete;
-
-  private:
-    double& total_;
-    double start_;
-};
-
 // Reads the frames again into the accumulator, and into `plain` where there is one.
 void accumulate(const BurstInput& input, Accumulator& accumulator, std::optional<Accumulator>& plain, double& cpu) {
     std::vector<AlignedFrame> group;
     const auto flush = [&] {
         {
-            const CpuWatch watch(cpu);
+            const CpuTimeOf time(cpu);
             accumulator.add(group);
         }
         if (plain) plain->add(group);
@@ -86,7 +73,7 @@ MergeResult mergeFrames(const BurstInput& input, std::optional<ToleranceMeasure>
     MergeResult result;
     std::optional<ToleranceMap> map;
     if (robust) {
-        const CpuWatch watch(result.cpu["measure"]);
+        const CpuTimeOf time(result.cpu["measure"]);
         map = tolerance->finish(Accumulator::unitFor(frames));
     }
     tolerance.reset();
@@ -97,10 +84,10 @@ MergeResult mergeFrames(const BurstInput& input, std::optional<ToleranceMeasure>
     if (plain) result.mean = plain->mean();
     plain.reset();
     if (!robust) {
-        const CpuWatch watch(result.cpu["merge"]);
+        const CpuTimeOf time(result.cpu["merge"]);
         result.mean = accumulator.mean();
     }
-    const CpuWatch watch(result.cpu["combine"]);
+    const CpuTimeOf time(result.cpu["combine"]);
     result.combined = combine(input.reference(), accumulator, frames);
     if (!robust) usePlainMean(*result.combined, *result.mean, accumulator.weights(), accumulator.unit());
     if (!options.keepMean) result.mean.reset();
@@ -109,15 +96,6 @@ MergeResult mergeFrames(const BurstInput& input, std::optional<ToleranceMeasure>
 }
 
 }  // namespace
-
-double cpuMilliseconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto milliseconds = [](const timeval& time) {
-        return 1e3 * static_cast<double>(time.tv_sec) + 1e-3 * static_cast<double>(time.tv_usec);
-    };
-    return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
-}
 
 std::vector<StagePicture> stagePictures(const BurstInput& input, const MergeResult& result) {
     std::vector<StagePicture> stages{{"reference", input.reference()}};
@@ -142,7 +120,7 @@ MergeResult mergeBurst(const BurstInput& input, std::optional<ToleranceMeasure>&
         return result;
     }
     result.merged = result.combined->picture;
-    const CpuWatch watch(result.cpu["denoise"]);
+    const CpuTimeOf time(result.cpu["denoise"]);
     result.row = options.isoRow ? *options.isoRow : rowForNoise(std::sqrt(result.combined->planes[0].meanNoise));
     result.settings = settingsAt(*options.tuning, *result.row);
     result.residue = denoiseResidue(*result.combined, input.reference(), result.settings, options.denoise);

@@ -53,7 +53,4 @@ struct StagePicture {
 // their owners.
 std::vector<StagePicture> stagePictures(const BurstInput& input, const MergeResult& result);
 
-// Processor time of this process so far, in milliseconds.
-double cpuMilliseconds();
-
 }  // namespace eishost

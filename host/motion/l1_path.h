@@ -10,9 +10,9 @@ namespace eishost {
 // What a path costs: its speed, the change of that, and the change of this, each as a sum of absolute values. A high
 // first weight makes the camera stand, a high third one makes it start and stop softly.
 struct PathWeights {
-    double speed = 10;
-    double acceleration = 1;
-    double jerk = 100;
+    double speed;
+    double acceleration;
+    double jerk;
 };
 
 // Corrections of all frames of the window, those that are held included. The path of the result is of least cost under

@@ -181,6 +181,7 @@ void SteadyPage::write(const json& summary) {
               {"version", EIS_VERSION},
               {"machine", machineName()},
               {"facts", facts(summary)},
+              {"allowed", "media-src 'self' file:"},
               {"video", hasVideo ? json(kVideoName) : json()},
               {"strip", strip},
               {"plots", plots()},

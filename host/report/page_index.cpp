@@ -38,8 +38,8 @@ std::string linkTo(const fs::path& file, const fs::path& from) {
 
 void savePageIndex(const std::string& file, const std::string& title, const std::vector<std::string>& folders) {
     const fs::path home = fs::absolute(file).parent_path();
-    nlohmann::json view{
-        {"title", title}, {"mark", kPageMark}, {"version", EIS_VERSION}, {"machine", machineName()}, {"pages", {}}};
+    nlohmann::json view{{"command", "pages"},     {"title", title},           {"mark", kPageMark},
+                        {"version", EIS_VERSION}, {"machine", machineName()}, {"pages", {}}};
     for (const std::string& folder : folders) {
         const fs::path page = fs::path(folder) / "index.html";
         const nlohmann::json data = dataOf(page.string());

@@ -40,6 +40,8 @@ std::string renderPage(const char* pageTemplate, const nlohmann::json& view) {
     kainjow::mustache::mustache page{std::string(pageTemplate)};
     if (!page.is_valid()) throw HostError(kExitInternal, "the page's template: " + page.error_message());
     data values = dataOf(view);
+    values.set("hasFacts", data(view.contains("facts")));
+    values.set("head", data(kainjow::mustache::partial([] { return std::string(kPageHead); })));
     values.set("style", data(std::string(kPageStyle)));
     values.set("script", data(std::string(kPageScript)));
     return page.render(values);

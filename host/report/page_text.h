@@ -6,6 +6,7 @@
 
 namespace eishost {
 
+extern const char kPageHead[];
 extern const char kPageTemplate[];
 extern const char kBurstsTemplate[];
 extern const char kClipTemplate[];
@@ -16,7 +17,8 @@ extern const char kPageScript[];
 inline constexpr char kPageMark[] = "<meta name=\"generator\" content=\"kelvane_eis_ap\">";
 
 // A Mustache template with the values of an object; null and "" are false to it. The style comes as "style", the script
-// as "script".
+// as "script", the head of all pages as the partial "head". "allowed" is what the page may load beside pictures and
+// styles, in the words of a Content-Security-Policy.
 std::string renderPage(const char* pageTemplate, const nlohmann::json& view);
 
 }  // namespace eishost

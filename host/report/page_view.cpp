@@ -196,6 +196,7 @@ json pageView(const json& document) {
               {"version", document.at("version")},
               {"machine", document.at("machine")},
               {"facts", facts(document)},
+              {"allowed", "script-src 'unsafe-inline'"},
               {"data", inlineJson(viewerData(document))},
               {"hasTruth", hasTruth},
               {"hasMover", !at(versions.front(), "/moverPsnrY").is_null()},

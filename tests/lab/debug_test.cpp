@@ -63,6 +63,21 @@ TEST(Block, FollowsAddressesIntoDumpedMemory) {
     }
 }
 
+// Rows of the mask are read at the stride, for it is above the width.
+TEST(Block, TheMaskReachesToTheLastRowOfTheStride) {
+    const TempFolder folder;
+    ST_DN_PARAMS_NEW record{};
+    record.pMaskIIR = 0x8000;
+    const ST_CHROMA_CALL_BLOCK block{0x1000, 0x2000, 1 << 20, 128, 256, 256, 0x3000, 0x4000};
+    folder.write("block", {reinterpret_cast<const char*>(&block), sizeof block});
+    folder.write("record", {reinterpret_cast<const char*>(&record), sizeof record});
+    folder.write("mask", std::string(256 * 256 - 1, 'x'));
+    const std::string call = "block block --entry ChromaLowLevelMainCall_2 --memory 0x1000=record --memory 0x8000=mask";
+    const std::string text = eishost::runCli(call, folder.path("")).out;
+    EXPECT_NE(text.find("stDNParams.pMaskIIR: the entry takes 65536 bytes, its buffer has 65535"), std::string::npos)
+        << text;
+}
+
 // One registration that was refused and one that never ended, in each format.
 TEST(Log, GroupsCallsInEveryFormat) {
     const struct {
