@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Mutation check: what would the tests notice?
 
-Takes the mutants of list.txt one by one: applies it to a copy of the tree in build/mutants/tree, builds the one test
-program, runs it, and puts the source back. A mutant that fails the tests, crashes them or keeps them longer than a
+Takes the mutants of list.txt and drawn.txt one by one: applies it to a copy of the tree in build/mutants/tree, builds
+the one test program, runs it, and puts the source back. A mutant that fails the tests, crashes them or keeps them longer than a
 minute ("hung") is caught; one that passes has survived, and names a check that is missing. One that the tree has no
 place for, or that does not compile, is not applicable.
 
@@ -33,12 +33,13 @@ CAUGHT, HUNG, SURVIVED, EQUIVALENT, STALE = "caught", "hung", "survived", "equiv
 
 
 class Mutant:
-    """A line of the list: FILE SUITE[:FILTER] CONTEXT[[OLD => NEW]]CONTEXT, and for an equivalent one ## REASON."""
+    """A line of a list: FILE SUITE[+SUITE][:FILTER] CONTEXT[[OLD => NEW]]CONTEXT; an equivalent one with ## REASON."""
 
     def __init__(self, line):
         self.line, _, self.reason = (part.strip() for part in line.partition(" ## "))
         self.name, suite, text = self.line.split(maxsplit=2)
-        self.suite, _, self.filter = suite.partition(":")
+        suites, _, self.filter = suite.partition(":")
+        self.suites = suites.split("+")
         marked = re.fullmatch(r"(.*)\[\[(.*) => (.*?)\]\](.*)", text)
         if marked is None:
             sys.exit(f"mutants: no [[OLD => NEW]] in: {line}")
@@ -63,7 +64,8 @@ class Mutant:
         return file, text, text[:match.start(2)] + self.new + text[match.end(2):]
 
     def key(self, text, files):
-        tests = [f for f in files if f.startswith((f"tests/{self.suite}/", "tests/harness/"))]
+        folders = (*(f"tests/{suite}/" for suite in self.suites), "tests/harness/")
+        tests = [file for file in files if file.startswith(folders)]
         parts = [self.line.split(maxsplit=1)[1], text] + [(ROOT / file).read_text(errors="replace") for file in tests]
         # Files that only move to another folder keep their verdicts.
         parts = [re.sub(r"(?m)^#include.*\n", "", part) for part in parts]
@@ -126,37 +128,42 @@ class Suites:
         properties = {item["name"]: item["value"] for test in shown["tests"][:1] for item in test["properties"]}
         return dict(pair.split("=", 1) for pair in properties.get("ENVIRONMENT", []))
 
-    def run(self, mutant, seconds):
-        program = TREE / "build/release/bin" / ("test_" + mutant.suite)
-        command = [program, "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=" + (mutant.filter or "*")]
-        return run(command, seconds, env={**os.environ, **self.environments[mutant.suite]})
+    def run(self, suite, tests, seconds):
+        program = TREE / "build/release/bin" / ("test_" + suite)
+        command = [program, "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=" + (tests or "*")]
+        return run(command, seconds, env={**os.environ, **self.environments[suite]})
 
-    def prepare(self, mutant):
+    def prepare(self, suite, tests):
         """A suite that fails without a mutant says nothing about one."""
-        if (mutant.suite, mutant.filter) in self.spent:
+        if (suite, tests) in self.spent:
             return
-        if not build(mutant.suite):
-            sys.exit(f"mutants: test_{mutant.suite} does not build, see {WORK}/log")
-        if mutant.suite not in self.environments:
-            self.environments[mutant.suite] = self.environment(mutant.suite)
+        if not build(suite):
+            sys.exit(f"mutants: test_{suite} does not build, see {WORK}/log")
+        if suite not in self.environments:
+            self.environments[suite] = self.environment(suite)
         start = time.monotonic()
-        status = self.run(mutant, 10 * SECONDS)
+        status = self.run(suite, tests, 10 * SECONDS)
         spent = time.monotonic() - start
         if status != 0 or "] 0 tests" in (WORK / "log").read_text(errors="replace"):
-            sys.exit(f"mutants: test_{mutant.suite} {mutant.filter}: fails, hangs or has no tests, see {WORK}/log")
-        print(f"{'passes':14} {spent:5.1f} s  test_{mutant.suite} {mutant.filter}, without a mutant", flush=True)
-        self.spent[mutant.suite, mutant.filter] = spent
+            sys.exit(f"mutants: test_{suite} {tests}: fails, hangs or has no tests, see {WORK}/log")
+        print(f"{'passes':14} {spent:5.1f} s  test_{suite} {tests}, without a mutant", flush=True)
+        self.spent[suite, tests] = spent
 
     def judge(self, mutant, file, mutated):
-        self.prepare(mutant)
+        """One suite after the other, until one notices."""
+        for suite in mutant.suites:
+            self.prepare(suite, mutant.filter)
         pristine = (TREE / file).read_text()
         try:
             (TREE / file).write_text(mutated)
-            if not build(mutant.suite):
-                return STALE
-            # A machine that is busy with other things takes its time.
-            status = self.run(mutant, max(SECONDS, 4 * self.spent[mutant.suite, mutant.filter]))
-            return HUNG if status is None else SURVIVED if status == 0 else CAUGHT
+            for suite in mutant.suites:
+                if not build(suite):
+                    return STALE
+                # A machine that is busy with other things takes its time.
+                status = self.run(suite, mutant.filter, max(SECONDS, 4 * self.spent[suite, mutant.filter]))
+                if status != 0:
+                    return HUNG if status is None else CAUGHT
+            return SURVIVED
         finally:
             (TREE / file).write_text(pristine)
 
@@ -169,7 +176,8 @@ def main():
     options.add_argument("--list", action="store_true", help="show the mutants and what is known of them, run nothing")
     args = options.parse_args()
 
-    lines = (Path(__file__).parent / "list.txt").read_text().splitlines()
+    lists = [Path(__file__).parent / name for name in ("list.txt", "drawn.txt")]
+    lines = [line for path in lists for line in path.read_text().splitlines()]
     mutants = [Mutant(line) for line in lines if line.strip() and not line.startswith("#")]
     if args.only:
         mutants = [mutant for mutant in mutants if re.search(args.only, mutant.line)]
