@@ -82,6 +82,7 @@ TEST_F(XmlFile, Outcomes) {
     checkWideText = 1;
     EXPECT_TRUE(IsNull(LoadXmlFile(folder_.path("absent").c_str(), &report_)));
     EXPECT_EQ(report_.outcome, cannotOpen);
+    EXPECT_FALSE(report_.wideText) << "of the file before";
     EXPECT_TRUE(IsNull(LoadXmlFile(folder_.path("").c_str(), &report_))) << "a folder";
 }
 

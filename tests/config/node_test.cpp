@@ -39,6 +39,13 @@ TEST(XmlNode, HandlesCount) {
     EXPECT_EQ(treeText(root), "r{'1' <!--x--> c '2'}");
 }
 
+TEST(XmlNode, NamelessRootStandsNowhere) {
+    const XmlNode root = ParseXmlText("x<a/>", nullptr);
+    ASSERT_EQ(treeText(root), "{'x' a}");
+    EXPECT_EQ(root.body()->line, 0);
+    EXPECT_EQ(root.body()->column, 0);
+}
+
 TEST(XmlNode, Lookups) {
     const std::string longName(200, 'n');
     const std::string source = "<?xml?><Config><A>1<b>2</b><B>3</B>4</A><a>5</a><c><d/></c><" + longName + "><" +

@@ -43,6 +43,8 @@ const struct {
     // No usable inverse.
     {"not numbers", 640, 480, {kNan, kNan, kNan, kNan, kNan, kNan, kNan, kNan, kNan}, kRefused, kNoArea},
     {"singular", 640, 480, {1, 1, 0, 1, 1, 0, 0, 0, 1}, kRefused, kNoArea},
+    {"no width", 1280, 960, {1e6F, 0, 0, 0, 1, 0, 0, 0, 1}, kRefused, kNoArea},
+    {"no height", 1280, 960, {1, 0, 0, 0, 1e6F, 0, 0, 0, 1}, kRefused, kNoArea},
     {"perspective in x", 640, 480, {1, 0, 0, 0, 1, 0, 0.00011F, 0, 1}, kRefused, kBadHomography},
     {"perspective at its bound", 640, 480, {1, 0, 0, 0, 1, 0, 0.0001F, 0, 1}, {0, 0, 640, 472}, kNoLog},
     // All elements in play; computed apart from this code, from the definition. The inverse's third element is the one

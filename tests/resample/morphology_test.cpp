@@ -136,6 +136,10 @@ TEST(MaskMorphology, ReachOfTheRectangles) {
     EXPECT_EQ(cross, expected);
     Erosion(cross.data(), 9, 9, 2, 1);
     EXPECT_EQ(std::count(cross.begin(), cross.end(), 0), 80);
+    Dilation(cross.data(), 9, 9, 3, 0);
+    EXPECT_EQ(std::count(cross.begin(), cross.end(), 0), 74) << "a row";
+    Dilation(cross.data(), 9, 9, 0, 1);
+    EXPECT_EQ(std::count(cross.begin(), cross.end(), 0), 60) << "a row and its neighbours";
 }
 
 TEST(MaskMorphology, WithoutMemoryTheMaskStays) {

@@ -31,8 +31,9 @@ std::vector<Sizes> allSizes() {
         sizes.push_back({upTo(w), upTo(9), w, 2 * upTo(6) + 1});
         sizes.push_back({w + upTo(3 * w), upTo(30), w, upTo(9)});
     }
-    for (const Sizes& wide : {Sizes{3000, 5, 2500, 7}, Sizes{64, 3, 2051, 4}, Sizes{1, 1, 1030, 3},
-                              Sizes{5001, 2, 1025, 2}, Sizes{40000, 2, 1, 2}, Sizes{2, 40000, 3, 5}}) {
+    for (const Sizes& wide :
+         {Sizes{3000, 5, 2500, 7}, Sizes{64, 3, 2051, 4}, Sizes{1, 1, 1030, 3}, Sizes{5001, 2, 1025, 2},
+          Sizes{40000, 2, 1, 2}, Sizes{2, 40000, 3, 5}, Sizes{3000, 3, 6144, 5}, Sizes{9000, 3, 12289, 2}}) {
         sizes.push_back(wide);
     }
     return sizes;
