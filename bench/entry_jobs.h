@@ -155,4 +155,25 @@ static inline void* jobCopyBlock(int width, int height) {
     return jobRegisterBlock(width, height, 4);
 }
 
+static inline ret_status jobFastTables(const void* block) {
+    return CalcFastDn2dControl_AcoreAPI(block);
+}
+static inline void* jobFastTablesBlock(int width, int height) {
+    (void)width, (void)height;
+    static ST_FAST_DN2D_CONTROL block;
+    block = (ST_FAST_DN2D_CONTROL){0, {0, 0, 0}, -60, -60, 10, -60, 60, 1.2f};
+    hostAllocate(kFastEntries * sizeof(int16_t), &block.iDnCoefs);
+    return &block;
+}
+static inline ret_status jobShrinkTables(const void* block) {
+    return CalcShrinkLUTDnCoef(block);
+}
+static inline void* jobShrinkTablesBlock(int width, int height) {
+    (void)width, (void)height;
+    static ST_SHRINK_LUT_CONTROL block;
+    block = (ST_SHRINK_LUT_CONTROL){0, -40, -28, 100, 300, -60, 0};
+    hostAllocate(kShrinkEntries * sizeof(int16_t), &block.iLutCoefs);
+    return &block;
+}
+
 #endif

@@ -20,27 +20,6 @@ static void* byFiveEighths(int width, int height) {
     return jobScaleBlock(width * 8 / 5, height * 8 / 5, width, height);
 }
 
-static ret_status fastTables(const void* block) {
-    return CalcFastDn2dControl_AcoreAPI(block);
-}
-static void* fastTablesBlock(int width, int height) {
-    (void)width, (void)height;
-    static ST_FAST_DN2D_CONTROL block;
-    block = (ST_FAST_DN2D_CONTROL){0, {0, 0, 0}, -60, -60, 10, -60, 60, 1.2f};
-    hostAllocate(kFastEntries * sizeof(int16_t), &block.iDnCoefs);
-    return &block;
-}
-static ret_status shrinkTables(const void* block) {
-    return CalcShrinkLUTDnCoef(block);
-}
-static void* shrinkTablesBlock(int width, int height) {
-    (void)width, (void)height;
-    static ST_SHRINK_LUT_CONTROL block;
-    block = (ST_SHRINK_LUT_CONTROL){0, -40, -28, 100, 300, -60, 0};
-    hostAllocate(kShrinkEntries * sizeof(int16_t), &block.iLutCoefs);
-    return &block;
-}
-
 static const struct {
     const char* name;
     EntryCall call;
@@ -54,8 +33,8 @@ static const struct {
             {"scale to double", jobScale, doubled, 0},
             {"scale by 5/8", jobScale, byFiveEighths, 0},
             {"registration", jobRegister, jobWarpBlock, 0},
-            {"fast tables", fastTables, fastTablesBlock, kFastEntries},
-            {"shrink tables", shrinkTables, shrinkTablesBlock, kShrinkEntries}};
+            {"fast tables", jobFastTables, jobFastTablesBlock, kFastEntries},
+            {"shrink tables", jobShrinkTables, jobShrinkTablesBlock, kShrinkEntries}};
 
 int main(int argc, char** argv) {
     const int twelve = argc > 1 && atoi(argv[1]) == 12;
