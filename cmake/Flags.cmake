@@ -48,9 +48,11 @@ else()
     # Without the crypto extensions x86-64-v2 leaves exactly the targets SSE4, AVX2 and AVX3.
     target_compile_options(eis_common INTERFACE -march=x86-64-v2)
     target_compile_definitions(eis_common INTERFACE HWY_DISABLE_PCLMUL_AES)
-    # Which vectors a thread works with is all the same to the thread sanitizer.
-    if(EIS_SANITIZE STREQUAL "thread")
+    # Which vectors a thread works with is all the same to the thread sanitizer, and valgrind cannot run Highway's library.
+    if(EIS_SANITIZE STREQUAL "thread" OR EIS_ONE_TARGET)
         target_compile_definitions(eis_common INTERFACE HWY_COMPILE_ONLY_STATIC)
+        set(EIS_HWY_LIBRARY "")
+    else()
+        set(EIS_HWY_LIBRARY hwy)
     endif()
-    set(EIS_HWY_LIBRARY hwy)
 endif()
