@@ -56,7 +56,7 @@ OUTSIDE = {
     "examples/": ["include/"],
     "cmake/abi/": ["include/"],
     "bench/": INSIDES + ["host/", "examples/"],
-    "fuzz/": INSIDES + ["host/lab/tuning_origin.h"],
+    "fuzz/": INSIDES + TOOLS[:3] + ["host/lab/tuning_origin.h"],
     "tests/": INSIDES + ["host/", "platform/"],
 }
 
