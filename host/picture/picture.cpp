@@ -19,7 +19,7 @@ std::string sizeText(int width, int height) {
 
 }  // namespace
 
-Picture::Picture(int pictureWidth, int pictureHeight) : width(pictureWidth), height(pictureHeight) {
+void Picture::checkSize(int width, int height) {
     const auto luma = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
     if (width < 2 || height < 2 || width > kMaxPictureSide || height > kMaxPictureSide || luma > kMaxPicturePixels)
         throw HostError(kExitUnsuitable, "a picture of " + sizeText(width, height) + " pixels is " +
@@ -27,6 +27,11 @@ Picture::Picture(int pictureWidth, int pictureHeight) : width(pictureWidth), hei
     if (width % 2 != 0 || height % 2 != 0)
         throw HostError(kExitUnsuitable, "a picture of " + sizeText(width, height) +
                                              " pixels: 4:2:0 needs even sides, crop it to even ones first");
+}
+
+Picture::Picture(int pictureWidth, int pictureHeight) : width(pictureWidth), height(pictureHeight) {
+    checkSize(width, height);
+    const auto luma = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
     planes[0].resize(luma);
     planes[1].resize(luma / 4);
     planes[2].resize(luma / 4);

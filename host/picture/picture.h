@@ -27,7 +27,8 @@ enum class ColorRange { kFull, kLimited };
 
 struct Picture {
     Picture() = default;
-    Picture(int pictureWidth, int pictureHeight);  // zeroed planes; HostError for sides that are odd or out of range
+    Picture(int pictureWidth, int pictureHeight);  // zeroed planes; HostError as checkSize
+    static void checkSize(int width, int height);  // HostError for sides that are odd or out of range
 
     int chromaWidth() const { return width / 2; }
     int chromaHeight() const { return height / 2; }

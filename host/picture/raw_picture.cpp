@@ -141,8 +141,15 @@ const char* nameOf(RawFormat format) {
 }
 
 RawOutcome readRaw(InputFile& file, const RawLayout& layout, Picture& picture) {
+    const int width = layout.size.width & ~1;
+    const int height = layout.size.height & ~1;
     try {
-        picture = Picture(layout.size.width & ~1, layout.size.height & ~1);
+        Picture::checkSize(width, height);
+        // A short file may name any size: no memory is taken for a picture that is not there.
+        const std::optional<std::uintmax_t> left = file.bytesLeft();
+        if (left && *left < layout.bytes() - layout.padding())
+            return *left == 0 ? RawOutcome::kEnd : RawOutcome::kCutShort;
+        picture = Picture(width, height);
     } catch (const HostError& error) {
         file.fail(error.what(), error.code);
     }
