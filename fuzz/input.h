@@ -17,10 +17,16 @@
 #if __has_feature(address_sanitizer)
 #include <sanitizer/asan_interface.h>
 #endif
+#if __has_feature(memory_sanitizer)
+#include <sanitizer/msan_interface.h>
+#endif
 #endif
 #ifndef ASAN_POISON_MEMORY_REGION
 #define ASAN_POISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
 #define ASAN_UNPOISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
+#endif
+#ifndef MSAN_INTERFACE_H
+#define __msan_allocated_memory(address, size) ((void)(address), (void)(size))
 #endif
 
 namespace eisfuzz {
@@ -99,6 +105,7 @@ class Memory {
         // Eight bytes have one mark: those that the block begins in have another one now.
         if (block.bytes < before) ASAN_POISON_MEMORY_REGION(block.end - before - 8, before - block.bytes + 8);
         ASAN_UNPOISON_MEMORY_REGION(data, block.bytes);
+        __msan_allocated_memory(data, block.bytes);
         return reinterpret_cast<T*>(data);
     }
     template <class T>
