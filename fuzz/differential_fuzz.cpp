@@ -115,8 +115,9 @@ void resample(Form& f) {
 }
 
 void scale(Form& f) {
-    const int srcW = f.in.side(160);
-    const int srcH = f.in.side(120);
+    const bool wide = f.in.oneIn(4);
+    const int srcW = wide ? f.in.in(161, 1400) : f.in.side(160);
+    const int srcH = f.in.side(wide ? 16 : 120);
     const int ratio = f.in.in(0, 4);
     const int dstW = ratio == 0 ? 2 * srcW : ratio == 1 ? srcW : ratio == 2 ? (srcW + 1) / 2 : f.in.side(160);
     const int dstH = ratio == 0 ? 2 * srcH : ratio == 1 ? srcH : ratio == 2 ? (srcH + 1) / 2 : f.in.side(120);
