@@ -36,10 +36,10 @@ struct GhostWork {
         out.pGhostSize = &ghostSize;
     }
 
-    template <class Filter>
-    void filter(Filter filterPlanes) {
-        filterPlanes(frame.plane(0), reference.plane(0), filtered.data(), mask.data(), frame.width() / 4,
-                     frame.height() / 4, kThresholds);
+    void filter(void (*filterPlanes)(const eis::GhostPlanes&, const eis::GhostThresholds&)) {
+        filterPlanes(
+            {frame.plane(0), reference.plane(0), filtered.data(), mask.data(), frame.width() / 4, frame.height() / 4},
+            kThresholds);
         benchmark::ClobberMemory();
     }
 

@@ -90,7 +90,7 @@ void maskAndGhost(Form& f) {
     const uint8_t* a = f.planes.bytes(size);
     const uint8_t* b = f.planes.bytes(size);
     const GhostThresholds thresholds{f.in.in(0, 60), f.in.in(0, 60), f.in.in(0, 255)};
-    (f.plain ? GhostFilter_plain : GhostFilter)(a, b, f.spare.empty<int16_t>(size), mask, width, height, thresholds);
+    (f.plain ? GhostFilter_plain : GhostFilter)({a, b, f.spare.empty<int16_t>(size), mask, width, height}, thresholds);
 }
 
 void resample(Form& f) {
@@ -238,7 +238,7 @@ void lumaAsDefined(Memory& spare, const ST_DN_PARAMS_VA& dn, const ST_PICTURE& p
     for (int y = 1; y < halfH - 1; ++y) {
         const int16_t* row = plane + y * w;
         const int at = y * halfW;
-        GradientRow_plain(row - w, row, row + w, halfW, 10, gradients[0] + at, gradients[1] + at, gradients[2] + at);
+        GradientRow_plain(row - w, row, row + w, halfW, 10, {gradients[0] + at, gradients[1] + at, gradients[2] + at});
     }
     DownScaleBox2x2_plain(gradients[2], halfW, gradQuarter, halfW, halfH);
     if (dn.lumaNrEnable == 0) return;

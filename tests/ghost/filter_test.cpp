@@ -18,7 +18,7 @@ TEST(GhostFilter, FormsAgree) {
         const GhostThresholds thresholds{kThresholds[c.seed % 10], kThresholds[c.seed / 3 % 10], kNoise[c.seed % 8]};
         const auto scratch = c.empty<int16_t>(width, height, width);
         auto mask = c.empty<uint8_t>(width, height, width);
-        (plain ? GhostFilter_plain : GhostFilter)(a.data(), b.data(), scratch.data(), mask.data(), width, height,
+        (plain ? GhostFilter_plain : GhostFilter)({a.data(), b.data(), scratch.data(), mask.data(), width, height},
                                                   thresholds);
         EXPECT_TRUE(scratch.paddingIntact());
         return mask;

@@ -28,7 +28,7 @@ ReferenceGhosts referenceGhosts(const ST_GHOSTDETECTION_PARAMS_IN& in) {
         downScale(in.imgRef.pData[p], in.img.height / part, in.img.width / part, b.data());
         std::vector<int16_t> scratch(size);
         if (w >= kGhostFilterMinSize && h >= kGhostFilterMinSize) {
-            GhostFilter_plain(a.data(), b.data(), scratch.data(), mask.data(), w, h, p == 0 ? luma : chroma);
+            GhostFilter_plain({a.data(), b.data(), scratch.data(), mask.data(), w, h}, p == 0 ? luma : chroma);
         }
         (p == 0 ? QX_IVS_Dilation_r7_and_Erosion_r3 : QX_IVS_Erosion_r3_and_Dilation_r7)(mask.data(), w, h);
         if (p == 0) out.size = static_cast<uint32_t>(16 * std::count(mask.begin(), mask.end(), 255));

@@ -142,8 +142,8 @@ TEST(GradientPlanes, FormsAgree) {
         auto planes = c.empty<uint8_t>(c.width, 3 * c.height, c.width);
         GradientPlanes(low.data(), planes.data(), c.width, c.height, c.pitch(), threshold);
         for (int y = 1; y < c.height - 1 && plain; ++y) {
-            GradientRow_plain(low.row(y - 1), low.row(y), low.row(y + 1), c.width, threshold, planes.row(y),
-                              planes.row(c.height + y), planes.row(2 * c.height + y));
+            GradientRow_plain(low.row(y - 1), low.row(y), low.row(y + 1), c.width, threshold,
+                              {planes.row(y), planes.row(c.height + y), planes.row(2 * c.height + y)});
         }
         return planes;
     });

@@ -26,8 +26,8 @@ HWY_INLINE V8 ZeroBelow(V8 gradient, V8 threshold) {
 }
 
 // Of kRun samples, from columns x - 1 to x + 1 of three rows.
-HWY_INLINE void GradientRun(const int16_t* r0, const int16_t* r1, const int16_t* r2, V8 threshold, uint8_t* gradX,
-                            uint8_t* gradY, uint8_t* gradMean) {
+HWY_INLINE void GradientRun(const int16_t* r0, const int16_t* r1, const int16_t* r2, V8 threshold,
+                            const GradientRows& out) {
     const D16 d;
     const D8 d8;
     V16 left[2];
@@ -47,19 +47,19 @@ HWY_INLINE void GradientRun(const int16_t* r0, const int16_t* r1, const int16_t*
     }
     const V8 cutX = ZeroBelow(PackDistances(left[0], right[0], left[1], right[1]), threshold);
     const V8 cutY = ZeroBelow(PackDistances(top[0], bottom[0], top[1], bottom[1]), threshold);
-    hn::StoreU(cutX, d8, gradX);
-    hn::StoreU(cutY, d8, gradY);
-    hn::StoreU(hn::AverageRound(cutX, cutY), d8, gradMean);
+    hn::StoreU(cutX, d8, out.x);
+    hn::StoreU(cutY, d8, out.y);
+    hn::StoreU(hn::AverageRound(cutX, cutY), d8, out.mean);
 }
 
 void GradientsOfRow(const int16_t* r0, const int16_t* r1, const int16_t* r2, int width, uint8_t threshold,
-                    uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean) {
+                    const GradientRows& to) {
     const V8 limit = hn::Set(D8(), threshold);
-    uint8_t* const out[3] = {gradX, gradY, gradMean};
+    uint8_t* const out[3] = {to.x, to.y, to.mean};
     for (uint8_t* row : out) row[0] = row[width - 1] = 0;
     int x = 1;
     for (; x + kRun < width; x += kRun) {
-        GradientRun(r0 + x, r1 + x, r2 + x, limit, gradX + x, gradY + x, gradMean + x);
+        GradientRun(r0 + x, r1 + x, r2 + x, limit, {out[0] + x, out[1] + x, out[2] + x});
     }
     // What is left, from copies of the rows.
     const int left = width - 1 - x;
@@ -68,7 +68,7 @@ void GradientsOfRow(const int16_t* r0, const int16_t* r1, const int16_t* r2, int
     int16_t samples[3][kRun + 2] = {};
     uint8_t gradients[3][kRun];
     for (int i = 0; i < 3; ++i) memcpy(samples[i], rows[i] + x - 1, (left + 2) * sizeof(int16_t));
-    GradientRun(samples[0] + 1, samples[1] + 1, samples[2] + 1, limit, gradients[0], gradients[1], gradients[2]);
+    GradientRun(samples[0] + 1, samples[1] + 1, samples[2] + 1, limit, {gradients[0], gradients[1], gradients[2]});
     for (int i = 0; i < 3; ++i) memcpy(out[i] + x, gradients[i], left);
 }
 
@@ -80,13 +80,13 @@ namespace eis {
 HWY_EXPORT(GradientsOfRow);
 
 void GradientRow(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
-                 uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean) {
+                 const GradientRows& out) {
     if (threshold > 255) {
-        for (uint8_t* out : {gradX, gradY, gradMean}) std::memset(out, 0, width);
+        for (uint8_t* gradients : {out.x, out.y, out.mean}) std::memset(gradients, 0, width);
         return;
     }
     HWY_DYNAMIC_DISPATCH(GradientsOfRow)
-    (above, row, below, width, static_cast<uint8_t>(std::max(threshold, 0)), gradX, gradY, gradMean);
+    (above, row, below, width, static_cast<uint8_t>(std::max(threshold, 0)), out);
 }
 
 void GradientPlanes(const int16_t* pLow, uint8_t* pPlanes, int width, int height, int stride, int threshold) {
@@ -100,7 +100,7 @@ void GradientPlanes(const int16_t* pLow, uint8_t* pPlanes, int width, int height
     for (int64_t y = 1; y < height - 1; ++y) {
         const int16_t* row = pLow + y * stride;
         uint8_t* out = pPlanes + y * width;
-        GradientRow(row - stride, row, row + stride, width, threshold, out, out + planeSize, out + 2 * planeSize);
+        GradientRow(row - stride, row, row + stride, width, threshold, {out, out + planeSize, out + 2 * planeSize});
     }
 }
 

@@ -10,10 +10,16 @@ namespace eis {
 // threshold. The outermost rows and columns are 0. Rows of pLow are `stride` samples apart.
 void GradientPlanes(const int16_t* pLow, uint8_t* pPlanes, int width, int height, int stride, int threshold);
 
+struct GradientRows {
+    uint8_t* x;
+    uint8_t* y;
+    uint8_t* mean;
+};
+
 // One row of them, inside the planes.
 void GradientRow(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
-                 uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean);
+                 const GradientRows& out);
 void GradientRow_plain(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
-                       uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean);
+                       const GradientRows& out);
 
 }  // namespace eis

@@ -19,7 +19,7 @@ int gradient(int a, int b, int threshold) {
 }  // namespace
 
 void GradientRow_plain(const int16_t* above, const int16_t* row, const int16_t* below, int width, int threshold,
-                       uint8_t* gradX, uint8_t* gradY, uint8_t* gradMean) {
+                       const GradientRows& out) {
     for (int x = 0; x < width; ++x) {
         int gx = 0;
         int gy = 0;
@@ -30,9 +30,9 @@ void GradientRow_plain(const int16_t* above, const int16_t* row, const int16_t* 
             gx = gradient(weightedSum(r0[-1], r1[-1], r2[-1]), weightedSum(r0[1], r1[1], r2[1]), threshold);
             gy = gradient(weightedSum(r0[-1], r0[0], r0[1]), weightedSum(r2[-1], r2[0], r2[1]), threshold);
         }
-        gradX[x] = static_cast<uint8_t>(gx);
-        gradY[x] = static_cast<uint8_t>(gy);
-        gradMean[x] = static_cast<uint8_t>((gx + gy + 1) >> 1);
+        out.x[x] = static_cast<uint8_t>(gx);
+        out.y[x] = static_cast<uint8_t>(gy);
+        out.mean[x] = static_cast<uint8_t>((gx + gy + 1) >> 1);
     }
 }
 

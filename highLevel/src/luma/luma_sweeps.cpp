@@ -192,8 +192,8 @@ struct LumaSweep {
     }
     void takeGradients(int i) {
         if (i > 0 && i < halfHeight - 1) {
-            GradientRow(low(i - 1), low(i), low(i + 1), halfWidth, kGradientThreshold, lines.gradX, lines.gradY,
-                        gradMean(i));
+            GradientRow(low(i - 1), low(i), low(i + 1), halfWidth, kGradientThreshold,
+                        {lines.gradX, lines.gradY, gradMean(i)});
             return;
         }
         for (uint8_t* line : {lines.gradX, lines.gradY, gradMean(i)}) std::memset(line, 0, halfWidth);

@@ -18,8 +18,9 @@ HWY_INLINE int16_t Limit(int32_t threshold) {
     return static_cast<int16_t>(std::clamp(threshold, -1, 32767));
 }
 
-HWY_INLINE int16_t Binomial7(int16_t v0, int16_t v1, int16_t v2, int16_t v3, int16_t v4, int16_t v5, int16_t v6) {
-    const auto sum = static_cast<int16_t>(20 * v3 + 15 * (v2 + v4) + 6 * (v1 + v5) + v0 + v6);
+// The middle sample, and the sums of those one, two and three away from it on either side.
+HWY_INLINE int16_t Binomial7(int16_t middle, int beside, int second, int outer) {
+    const auto sum = static_cast<int16_t>(20 * middle + 15 * beside + 6 * second + outer);
     return static_cast<int16_t>(sum >> 6);
 }
 
@@ -35,7 +36,7 @@ void DifferenceRow(const uint8_t* HWY_RESTRICT a, const uint8_t* HWY_RESTRICT b,
 
 void FilterColumns(const int16_t* HWY_RESTRICT in, int16_t* HWY_RESTRICT out, int count) {
     for (int x = 0; x < count; ++x) {
-        out[x] = Binomial7(in[x], in[x + 1], in[x + 2], in[x + 3], in[x + 4], in[x + 5], in[x + 6]);
+        out[x] = Binomial7(in[x + 3], in[x + 2] + in[x + 4], in[x + 1] + in[x + 5], in[x] + in[x + 6]);
     }
 }
 
@@ -77,7 +78,7 @@ void InnerRow(const int16_t* const* rows, const uint8_t* HWY_RESTRICT a, uint8_t
     const int16_t* HWY_RESTRICT r5 = rows[5];
     const int16_t* HWY_RESTRICT r6 = rows[6];
     for (int x = 0; x < width; ++x) {
-        mask[x] = Held(Binomial7(r0[x], r1[x], r2[x], r3[x], r4[x], r5[x], r6[x]), a[x], limits);
+        mask[x] = Held(Binomial7(r3[x], r2[x] + r4[x], r1[x] + r5[x], r0[x] + r6[x]), a[x], limits);
     }
 }
 
@@ -91,11 +92,14 @@ void EdgeRow(const int16_t* const* rows, const int16_t* taps, const uint8_t* HWY
 }
 
 // Both passes at once: of the horizontal one, the rows that the vertical one still reads are kept.
-void Filter(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
-            const GhostThresholds& thresholds) {
+void Filter(const GhostPlanes& planes, const GhostThresholds& thresholds) {
+    const uint8_t* const a = planes.a;
+    const uint8_t* const b = planes.b;
+    const int width = planes.width;
+    const int height = planes.height;
     const Limits limits{Limit(thresholds.low), Limit(thresholds.high), Limit(thresholds.noise)};
     constexpr int kKept = 7;
-    const auto kept = [&](int y) { return scratch + int64_t{y % kKept} * width; };
+    const auto kept = [&](int y) { return planes.scratch + int64_t{y % kKept} * width; };
     int filtered = 0;
     for (int y = 0; y < height; ++y) {
         const int reach = y < 3 ? 6 : std::min(y + 4, height);
@@ -108,11 +112,11 @@ void Filter(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask,
         const int16_t* rows[kKept];
         if (y >= 3 && y < height - 3) {
             for (int i = 0; i < kKept; ++i) rows[i] = kept(y - 3 + i);
-            InnerRow(rows, a + row, mask + row, width, limits);
+            InnerRow(rows, a + row, planes.mask + row, width, limits);
         } else {
             const bool top = y < 3;
             for (int i = 0; i < 6; ++i) rows[i] = kept(top ? i : height - 1 - i);
-            EdgeRow(rows, kGhostEdgeTaps[top ? y : height - 1 - y], a + row, mask + row, width, limits);
+            EdgeRow(rows, kGhostEdgeTaps[top ? y : height - 1 - y], a + row, planes.mask + row, width, limits);
         }
     }
 }
@@ -124,9 +128,8 @@ namespace eis {
 
 HWY_EXPORT(Filter);
 
-void GhostFilter(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
-                 const GhostThresholds& thresholds) {
-    HWY_DYNAMIC_DISPATCH(Filter)(a, b, scratch, mask, width, height, thresholds);
+void GhostFilter(const GhostPlanes& planes, const GhostThresholds& thresholds) {
+    HWY_DYNAMIC_DISPATCH(Filter)(planes, thresholds);
 }
 
 }  // namespace eis

@@ -14,16 +14,24 @@ struct GhostThresholds {
     int32_t noise;      // samples of `a` below it take the low threshold, others the high one
 };
 
-// Planes and mask are width by height without gaps; scratch holds as many samples. Width and height are at least 6.
+// Width by height each, without gaps; width and height are at least 6.
+struct GhostPlanes {
+    const uint8_t* a;
+    const uint8_t* b;
+    int16_t* scratch;
+    uint8_t* mask;
+    int width;
+    int height;
+};
+
+// Writes the mask.
 //
 // The first and last three columns and rows have weights of their own. The second column's add up to 74, not 64, which
 // shows as a difference there that is up to 15 per cent too large. In widths of 6 + 8n the last three columns hold
 // what they would in a row one sample longer, that ends with the next row's first difference; after the last row
 // with 0.
-void GhostFilter(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
-                 const GhostThresholds& thresholds);
-void GhostFilter_plain(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
-                       const GhostThresholds& thresholds);
+void GhostFilter(const GhostPlanes& planes, const GhostThresholds& thresholds);
+void GhostFilter_plain(const GhostPlanes& planes, const GhostThresholds& thresholds);
 
 inline constexpr int kGhostFilterMinSize = 6;
 

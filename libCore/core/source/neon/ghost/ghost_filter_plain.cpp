@@ -24,8 +24,12 @@ int16_t filterAt(int at, int size, const int16_t* secondTaps, Sample sample) {
 
 }  // namespace
 
-void GhostFilter_plain(const uint8_t* a, const uint8_t* b, int16_t* scratch, uint8_t* mask, int width, int height,
-                       const GhostThresholds& thresholds) {
+void GhostFilter_plain(const GhostPlanes& planes, const GhostThresholds& thresholds) {
+    const uint8_t* const a = planes.a;
+    const uint8_t* const b = planes.b;
+    int16_t* const scratch = planes.scratch;
+    const int width = planes.width;
+    const int height = planes.height;
     const int64_t size = int64_t{width} * height;
     for (int y = 0; y < height; ++y) {
         const auto difference = [&](int x) {
@@ -42,7 +46,7 @@ void GhostFilter_plain(const uint8_t* a, const uint8_t* b, int16_t* scratch, uin
             const int value =
                 filterAt(y, height, kGhostEdgeTaps[1], [&](int row) { return scratch[int64_t{row} * width + x]; });
             const int64_t i = int64_t{y} * width + x;
-            mask[i] = std::abs(value) > (a[i] < thresholds.noise ? thresholds.low : thresholds.high) ? 255 : 0;
+            planes.mask[i] = std::abs(value) > (a[i] < thresholds.noise ? thresholds.low : thresholds.high) ? 255 : 0;
         }
     }
 }

@@ -13,16 +13,20 @@ struct BitPlane {
     bool at(int x, int y) const { return (words[int64_t{y} * wordsPerRow + x / 32] >> (x % 32) & 1) != 0; }
 };
 
-// Each bit of `to` tells whether any bit within `radius` of it in its row, or then in its column, is `sought`, as read
+struct Reach {
+    int x, y;
+};
+
+// Each bit of `to` tells whether any bit within reach of it is `sought`, as read
 // by `bit(x, y)`.
 template <class Bit>
-void search(uint32_t* to, int wordsPerRow, int height, int radiusX, int radiusY, bool sought, Bit bit) {
+void search(uint32_t* to, int wordsPerRow, int height, Reach reach, bool sought, Bit bit) {
     const int bits = 32 * wordsPerRow;
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < bits; ++x) {
             bool found = false;
-            for (int j = std::max(y - radiusY, 0); j <= std::min(y + radiusY, height - 1); ++j) {
-                for (int i = std::max(x - radiusX, 0); i <= std::min(x + radiusX, bits - 1); ++i) {
+            for (int j = std::max(y - reach.y, 0); j <= std::min(y + reach.y, height - 1); ++j) {
+                for (int i = std::max(x - reach.x, 0); i <= std::min(x + reach.x, bits - 1); ++i) {
                     found = found || bit(i, j) == sought;
                 }
             }
@@ -33,16 +37,25 @@ void search(uint32_t* to, int wordsPerRow, int height, int radiusX, int radiusY,
     }
 }
 
-void morph(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits, int radius, bool dilate) {
-    if (height < 1) return;
-    const int wordsPerRow = wordCount / height;
-    const BitPlane source{words, wordsPerRow};
-    const BitPlane scratch{scratchWords, wordsPerRow};
-    const int pixels = 32 * wordsPerRow - padBits;
-    const int firstForced = !dilate && padBits == 0 ? pixels - 32 : pixels;
-    search(scratchWords, wordsPerRow, height, radius, 0, dilate,
+// A packed mask, room for another one, and their size.
+struct PackedMask {
+    uint32_t* words;
+    uint32_t* scratchWords;
+    int height;
+    int wordCount;
+    int padBits;
+};
+
+void morph(const PackedMask& mask, int radius, bool dilate) {
+    if (mask.height < 1) return;
+    const int wordsPerRow = mask.wordCount / mask.height;
+    const BitPlane source{mask.words, wordsPerRow};
+    const BitPlane scratch{mask.scratchWords, wordsPerRow};
+    const int pixels = 32 * wordsPerRow - mask.padBits;
+    const int firstForced = !dilate && mask.padBits == 0 ? pixels - 32 : pixels;
+    search(mask.scratchWords, wordsPerRow, mask.height, {radius, 0}, dilate,
            [&](int x, int y) { return x < firstForced ? source.at(x, y) : !dilate; });
-    search(words, wordsPerRow, height, 0, radius, dilate, [&](int x, int y) { return scratch.at(x, y); });
+    search(mask.words, wordsPerRow, mask.height, {0, radius}, dilate, [&](int x, int y) { return scratch.at(x, y); });
 }
 
 }  // namespace
@@ -65,15 +78,15 @@ void IVS_UnpackBits_plain(uint8_t* mask, const uint32_t* words, int width, int h
 }
 
 void IVS_Dilation_r3_plain(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits) {
-    morph(words, scratchWords, height, wordCount, padBits, 3, true);
+    morph({words, scratchWords, height, wordCount, padBits}, 3, true);
 }
 
 void IVS_Dilation_r7_plain(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits) {
-    morph(words, scratchWords, height, wordCount, padBits, 7, true);
+    morph({words, scratchWords, height, wordCount, padBits}, 7, true);
 }
 
 void IVS_Erosion_r3_plain(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits) {
-    morph(words, scratchWords, height, wordCount, padBits, 3, false);
+    morph({words, scratchWords, height, wordCount, padBits}, 3, false);
 }
 
 }  // namespace eis

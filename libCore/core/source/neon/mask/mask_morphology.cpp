@@ -5,6 +5,7 @@
 
 #include "libCore/core/source/frame/log.h"
 #include "libCore/core/source/frame/memory.h"
+#include "libCore/core/source/frame/plane_view.h"
 #include "libCore/core/source/neon/mask/mask_bits.h"
 
 namespace eis {
@@ -41,10 +42,11 @@ ret_status onPackedMask(const char* name, uint8_t* mask, int width, int height, 
 
 // Makes `value` of each pixel that is not sought itself, but has a sought one in the rectangle around it.
 template <class Sought>
-ret_status spreadValue(const char* name, uint8_t* mask, int width, int height, int radiusX, int radiusY, uint8_t value,
+ret_status spreadValue(const char* name, const PlaneView& plane, int radiusX, int radiusY, uint8_t value,
                        Sought sought) {
+    const auto& [mask, pitch, width, height] = plane;
     if (width < 1 || height < 1 || radiusX < 0 || radiusY < 0) return retStsOK;
-    const int64_t size = int64_t{width} * height;
+    const int64_t size = int64_t{pitch} * height;
     const Scratch<uint8_t> copy(size, name);
     if (!copy) return noMemory();
     std::memcpy(copy.get(), mask, size);
@@ -54,9 +56,9 @@ ret_status spreadValue(const char* name, uint8_t* mask, int width, int height, i
         for (int x = 0; x < width; ++x) {
             const int left = std::max(x - radiusX, 0);
             const int right = std::min(x + radiusX, width - 1);
-            uint8_t& pixel = mask[int64_t{y} * width + x];
+            uint8_t& pixel = mask[int64_t{y} * pitch + x];
             for (int j = top; j <= bottom && !sought(pixel); ++j) {
-                const uint8_t* row = copy.get() + int64_t{j} * width;
+                const uint8_t* row = copy.get() + int64_t{j} * pitch;
                 if (std::any_of(row + left, row + right + 1, sought)) pixel = value;
             }
         }
@@ -106,12 +108,13 @@ ret_status QX_IVS_Erosion_r3_and_Dilation_r7(uint8_t* mask, int width, int heigh
 }
 
 ret_status Dilation(uint8_t* mask, int width, int height, int radiusX, int radiusY) {
-    return spreadValue("Dilation", mask, width, height, radiusX, radiusY, 255,
+    return spreadValue("Dilation", {mask, width, width, height}, radiusX, radiusY, 255,
                        [](uint8_t pixel) { return pixel != 0; });
 }
 
 ret_status Erosion(uint8_t* mask, int width, int height, int radiusX, int radiusY) {
-    return spreadValue("Erosion", mask, width, height, radiusX, radiusY, 0, [](uint8_t pixel) { return pixel == 0; });
+    return spreadValue("Erosion", {mask, width, width, height}, radiusX, radiusY, 0,
+                       [](uint8_t pixel) { return pixel == 0; });
 }
 
 }  // namespace eis

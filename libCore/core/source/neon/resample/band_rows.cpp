@@ -15,17 +15,21 @@ int64_t rowsAbovePlane(const BandSource& source) {
     return source.start < 0 ? (-source.start + source.pitch - 1) / source.pitch : 0;
 }
 
-// Boxes that reach above the plane are made from a copy of their rows, sparePitch apart, all others straight from the
-// plane.
+// Room for a copy of rows.
+struct Spare {
+    uint8_t* rows;
+    int32_t pitch;
+};
+
+// Boxes that reach above the plane are made from a copy of their rows, all others straight from the plane.
 template <int box, class DownScale>
-void downScaleBand(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare, int32_t sparePitch,
-                   DownScale downScale) {
+void downScaleBand(const BandSource& source, int width, int height, uint8_t* dst, Spare spare, DownScale downScale) {
     const auto above = static_cast<int>(std::min<int64_t>((rowsAbovePlane(source) + box - 1) / box * box, height));
     const int64_t dstPitch = width / box;
     for (int row = 0; row < above; row += box) {
         const BandSource rows{source.plane, source.start + int64_t{row} * source.pitch, source.pitch};
-        CopyBand(rows, width, box, spare, sparePitch);
-        downScale(spare, sparePitch, dst + row / box * dstPitch, box);
+        CopyBand(rows, width, box, spare.rows, spare.pitch);
+        downScale(spare.rows, spare.pitch, dst + row / box * dstPitch, box);
     }
     if (above < height) {
         downScale(source.plane + (source.start + int64_t{above} * source.pitch), source.pitch,
@@ -43,14 +47,14 @@ void CopyBand(const BandSource& source, int width, int height, uint8_t* dst, int
 }
 
 void DownScaleBand2x2(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare) {
-    downScaleBand<2>(source, width, height, dst, spare, width,
+    downScaleBand<2>(source, width, height, dst, {spare, width},
                      [&](const uint8_t* rows, int32_t pitch, uint8_t* out, int count) {
                          DownScaleBox2x2_neon(rows, pitch, out, width, count);
                      });
 }
 
 void DownScaleBand4x4(const BandSource& source, int width, int height, uint8_t* dst, uint8_t* spare) {
-    downScaleBand<4>(source, width, height, dst, spare, stride128(width),
+    downScaleBand<4>(source, width, height, dst, {spare, stride128(width)},
                      [&](const uint8_t* rows, int32_t /*pitch*/, uint8_t* out, int count) {
                          DownScaleBox4x4_neon(rows, count, width, out);
                      });

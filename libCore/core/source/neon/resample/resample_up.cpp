@@ -30,13 +30,13 @@ void DoubleRow(const uint8_t* HWY_RESTRICT near, const uint8_t* HWY_RESTRICT far
     dst[2 * last + 1] = static_cast<uint8_t>((3 * near[last] + far[last] + 2) >> 2);
 }
 
-// `above` and `below` stand for the rows on either side of the band.
-void DoublePlane(const uint8_t* src, int height, int width, int64_t dstStride, uint8_t* dst, const uint8_t* above,
-                 const uint8_t* below) {
+// `around` stands for the rows above and below the band.
+void DoublePlane(const uint8_t* src, int height, int width, int64_t dstStride, uint8_t* dst,
+                 const uint8_t* const* around) {
     for (int y = 0; y < height; ++y) {
         const uint8_t* row = src + int64_t{y} * width;
-        DoubleRow(row, y > 0 ? row - width : above, width, dst);
-        DoubleRow(row, y + 1 < height ? row + width : below, width, dst + dstStride);
+        DoubleRow(row, y > 0 ? row - width : around[0], width, dst);
+        DoubleRow(row, y + 1 < height ? row + width : around[1], width, dst + dstStride);
         dst += 2 * dstStride;
     }
 }
@@ -155,29 +155,34 @@ HWY_EXPORT(QuadrupleRowOf);
 
 namespace {
 
-void upScaleX4(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst, bool readAbove, bool readBelow) {
+// Whether the rows on either side of the band can be read.
+struct ReadsOn {
+    bool above, below;
+};
+
+void upScaleX4(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst, ReadsOn reads) {
     if (height < 1 || width < 1) return;
     const uint8_t* lastRow = src + int64_t{height - 1} * width;
-    HWY_DYNAMIC_DISPATCH(DoublePlane)
-    (src, height, width, dstStride, dst, readAbove ? src - width : src, readBelow ? lastRow + width : lastRow);
+    const uint8_t* const around[2] = {reads.above ? src - width : src, reads.below ? lastRow + width : lastRow};
+    HWY_DYNAMIC_DISPATCH(DoublePlane)(src, height, width, dstStride, dst, around);
 }
 
 }  // namespace
 
 void UpScaleX4_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
-    upScaleX4(src, height, width, dstStride, dst, false, false);
+    upScaleX4(src, height, width, dstStride, dst, {false, false});
 }
 
 void UpScaleX4_TopBand_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
-    upScaleX4(src, height, width, dstStride, dst, false, true);
+    upScaleX4(src, height, width, dstStride, dst, {false, true});
 }
 
 void UpScaleX4_MidBand_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
-    upScaleX4(src, height, width, dstStride, dst, true, true);
+    upScaleX4(src, height, width, dstStride, dst, {true, true});
 }
 
 void UpScaleX4_BottomBand_neon(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
-    upScaleX4(src, height, width, dstStride, dst, true, false);
+    upScaleX4(src, height, width, dstStride, dst, {true, false});
 }
 
 void UpScaleX16_neon(const uint8_t* src, int height, int width, uint8_t* dst) {

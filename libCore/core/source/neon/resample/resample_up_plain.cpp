@@ -6,10 +6,14 @@ namespace eis {
 
 namespace {
 
-// Rows firstRow to lastRow can be read; the band's own are 0 to height - 1.
-void upScaleX4(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst, int firstRow, int lastRow) {
+// The rows that can be read; the band's own are 0 to height - 1.
+struct Rows {
+    int first, last;
+};
+
+void upScaleX4(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst, Rows rows) {
     const auto sample = [&](int row, int column) {
-        return int{src[int64_t{std::clamp(row, firstRow, lastRow)} * width + std::clamp(column, 0, width - 1)]};
+        return int{src[int64_t{std::clamp(row, rows.first, rows.last)} * width + std::clamp(column, 0, width - 1)]};
     };
     for (int y = 0; y < 2 * height; ++y) {
         const int row = (y - 1) >> 1;
@@ -32,19 +36,19 @@ uint8_t step(int a, int b, int k) {
 }  // namespace
 
 void UpScaleX4_plain(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
-    upScaleX4(src, height, width, dstStride, dst, 0, height - 1);
+    upScaleX4(src, height, width, dstStride, dst, {0, height - 1});
 }
 
 void UpScaleX4_TopBand_plain(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
-    upScaleX4(src, height, width, dstStride, dst, 0, height);
+    upScaleX4(src, height, width, dstStride, dst, {0, height});
 }
 
 void UpScaleX4_MidBand_plain(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
-    upScaleX4(src, height, width, dstStride, dst, -1, height);
+    upScaleX4(src, height, width, dstStride, dst, {-1, height});
 }
 
 void UpScaleX4_BottomBand_plain(const uint8_t* src, int height, int width, int dstStride, uint8_t* dst) {
-    upScaleX4(src, height, width, dstStride, dst, -1, height - 1);
+    upScaleX4(src, height, width, dstStride, dst, {-1, height - 1});
 }
 
 void UpScaleX16Row_plain(const uint8_t* src, int height, int width, int row, uint8_t* dst) {
