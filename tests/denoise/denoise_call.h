@@ -13,6 +13,7 @@
 #include "tests/harness/content.h"
 #include "tests/harness/device_space.h"
 #include "tests/harness/planes.h"
+#include "tests/harness/watchdog.h"
 
 namespace eis::test {
 
@@ -174,6 +175,7 @@ struct DenoiseCall {
     }
 
     ret_status run() {
+        const Watchdog watchdog("the bands of a denoise entry do not meet or end");
         if (entry == kSpatial) return SpatialNrHLMain_ACoreApi(&spatial);
         return entry == kChromaLow ? ChromaLowLevelMainCall_2(&chroma) : ChromaHighLevelMainCall_2(&chroma);
     }

@@ -13,6 +13,7 @@
 #include "tests/harness/calls.h"
 #include "tests/harness/events.h"
 #include "tests/harness/traces.h"
+#include "tests/harness/watchdog.h"
 
 namespace eis {
 namespace {
@@ -52,18 +53,38 @@ void runJob(void* userData, int index) {
 }
 
 void waitFor(const std::atomic<int>& counter, int value) {
+    const test::Watchdog watchdog("a job that was started does not begin");
     while (counter < value) usleep(200);
+}
+
+void sync(int slot) {
+    const test::Watchdog watchdog("MultiThread_sync");
+    MultiThread_sync(slot);
 }
 
 void runOnce(int slot, Job* job) {
     EXPECT_EQ(MultiThread_set(slot, runJob, job), 0);
-    MultiThread_sync(slot);
+    sync(slot);
+}
+
+void destroyPool() {
+    const test::Watchdog watchdog("MultiThread_destory");
+    MultiThread_destory();
+}
+
+int startPool(int count) {
+    return test::watched("MultiThread_Init", [=] { return MultiThread_Init(count); });
+}
+
+void waitForSlot(int slot) {
+    const test::Watchdog watchdog("MultiThread_wait");
+    MultiThread_wait(slot);
 }
 
 class Pool : public testing::Test {
   protected:
     ~Pool() override {
-        MultiThread_destory();
+        destroyPool();
         // It never speaks through the platform log.
         EXPECT_TRUE(test::eventsWere({}));
     }
@@ -71,15 +92,15 @@ class Pool : public testing::Test {
 
 TEST_F(Pool, RunsJobsOnEveryWorker) {
     Job jobs[kMultiThreadMax];
-    ASSERT_EQ(MultiThread_Init(kMultiThreadMax), 0);
+    ASSERT_EQ(startPool(kMultiThreadMax), 0);
     for (int round = 1; round <= 2; ++round) {
         for (int i = 0; i < kMultiThreadMax; ++i) {
-            MultiThread_wait(i);
+            waitForSlot(i);
             MultiThread_setJob(i, runJob, &jobs[i]);
             MultiThread_start(i);
         }
         for (int i = 0; i < kMultiThreadMax; ++i) {
-            MultiThread_clear(i);
+            test::watched("MultiThread_clear", [=] { MultiThread_clear(i); });
             EXPECT_EQ(jobs[i].left, round);
             EXPECT_EQ(jobs[i].index, i);
         }
@@ -89,7 +110,7 @@ TEST_F(Pool, RunsJobsOnEveryWorker) {
 TEST_F(Pool, BusySlotIsRefusedAtOnce) {
     Job first;
     Job second;
-    ASSERT_EQ(MultiThread_Init(2), 0);
+    ASSERT_EQ(startPool(2), 0);
     first.gate = false;
     EXPECT_EQ(MultiThread_set(1, runJob, &first), 0);
     EXPECT_EQ(MultiThread_set(1, runJob, &second), -1);
@@ -98,10 +119,10 @@ TEST_F(Pool, BusySlotIsRefusedAtOnce) {
     EXPECT_EQ(MultiThread_set(1, runJob, &second), -1);
     runOnce(0, &second);
     first.gate = true;
-    MultiThread_wait(1);
+    waitForSlot(1);
     EXPECT_EQ(first.left, 1);
     MultiThread_setJob(1, runJob, &second);
-    MultiThread_sync(1);
+    sync(1);
     EXPECT_EQ(second.left, 2);
 }
 
@@ -110,7 +131,7 @@ TEST_F(Pool, NewPoolRetiresTheOldAfterItsJobs) {
     test::takeTraces();
     Job job;
     for (const int count : {4, 8, 2, 0, 3}) {
-        ASSERT_EQ(MultiThread_Init(count), 0);
+        ASSERT_EQ(startPool(count), 0);
         for (int i = 0; i < count; ++i) runOnce(i, &job);
     }
     job.gate = false;
@@ -121,10 +142,10 @@ TEST_F(Pool, NewPoolRetiresTheOldAfterItsJobs) {
         usleep(20000);
         job.gate = true;
     });
-    MultiThread_destory();
+    destroyPool();
     EXPECT_EQ(job.left, 18);
     opener.join();
-    MultiThread_destory();
+    destroyPool();
     EXPECT_TRUE(watch.nothingLeft());
     const auto traces = test::takeTraces();
     EXPECT_EQ(traces.size(), 2u * 17);
@@ -137,8 +158,8 @@ TEST_F(Pool, FailedStartsCanBeRepeated) {
     std::string output;
     const auto start = [&] {
         int result = 0;
-        output = outputOf([&] { result = MultiThread_Init(3); });
-        MultiThread_destory();
+        output = outputOf([&] { result = startPool(3); });
+        destroyPool();
         return result;
     };
     const auto failed = [&](int result, int nth) {
@@ -154,22 +175,22 @@ TEST_F(Pool, FailedStartsCanBeRepeated) {
 // A count out of range leaves a live pool as it is; a failed attribute destruction leaves one that works.
 TEST_F(Pool, RefusedStartsLeaveAWorkingPool) {
     Job job;
-    ASSERT_EQ(MultiThread_Init(1), 0);
-    MultiThread_wait(0);
+    ASSERT_EQ(startPool(1), 0);
+    waitForSlot(0);
     // The worker speaks when the done semaphore is up already: only its end says that it has.
     EXPECT_EQ(outputOf([] {
-                  MultiThread_sync(0);
-                  MultiThread_destory();
+                  sync(0);
+                  destroyPool();
               }),
               "Thread 0 BAD Parameter, Please invoke MultiThread_set to set thread callback\n");
-    ASSERT_EQ(MultiThread_Init(1), 0);
+    ASSERT_EQ(startPool(1), 0);
     for (const int count : {9, -1, INT32_MIN, INT32_MAX}) {
-        EXPECT_EQ(outputOf([&] { EXPECT_EQ(MultiThread_Init(count), -1); }), kBadCount);
+        EXPECT_EQ(outputOf([&] { EXPECT_EQ(startPool(count), -1); }), kBadCount);
     }
     runOnce(0, &job);
     {
         const test::FailNth fail(test::kAttrDestroy, 1);
-        EXPECT_EQ(outputOf([] { EXPECT_EQ(MultiThread_Init(2), -1); }), kCreateFailed);
+        EXPECT_EQ(outputOf([] { EXPECT_EQ(startPool(2), -1); }), kCreateFailed);
     }
     runOnce(1, &job);
     EXPECT_EQ(job.left, 2);
@@ -182,7 +203,7 @@ TEST_F(Pool, SignalsDoNotWakeAWorker) {
     action.sa_handler = [](int) {};
     ASSERT_EQ(sigaction(SIGUSR1, &action, &before), 0);
     Job job;
-    ASSERT_EQ(MultiThread_Init(1), 0);
+    ASSERT_EQ(startPool(1), 0);
     runOnce(0, &job);
     for (int i = 0; i < 20; ++i) {
         pthread_kill(job.thread, SIGUSR1);

@@ -11,6 +11,7 @@
 #include "tests/harness/calls.h"
 #include "tests/harness/events.h"
 #include "tests/harness/traces.h"
+#include "tests/harness/watchdog.h"
 
 namespace eis {
 namespace {
@@ -31,6 +32,10 @@ void* body(void* argument) {
     return nullptr;
 }
 
+int runThreads(Ran* ran, int count) {
+    return test::watched("create_thread_lock", [=] { return create_thread_lock(body, ran, count); });
+}
+
 TEST(ForkAndJoin, RunsEachIndexOnce) {
     const std::string signature =
         "AP_EIS libCore/core/source/neon/multi_thread int create_thread_lock(void* (*)(void*), void*, int)";
@@ -40,7 +45,7 @@ TEST(ForkAndJoin, RunsEachIndexOnce) {
             ran.leaveByExit = leaveByExit;
             test::takeTraces();
             const test::ResourceWatch watch;
-            EXPECT_EQ(create_thread_lock(body, &ran, count), 0);
+            EXPECT_EQ(runThreads(&ran, count), 0);
             EXPECT_EQ(ran.indices, (uint64_t{1} << count) - 1);
             EXPECT_EQ(ran.count, count);
             EXPECT_EQ(watch.count(test::kThreadCreate), count);
@@ -60,7 +65,7 @@ TEST(ForkAndJoin, RunsEachIndexOnce) {
 
 TEST(ForkAndJoin, FailuresJoinWhatStarted) {
     Ran ran;
-    EXPECT_EQ(create_thread_lock(body, &ran, -1), -1);
+    EXPECT_EQ(runThreads(&ran, -1), -1);
     EXPECT_EQ(create_thread_unlock(body, &ran, INT32_MIN), -1);
     EXPECT_EQ(ran.count, 0);
     EXPECT_TRUE(test::eventsWere({"error Buffer malloc Failed!", "error Buffer malloc Failed!"}));
@@ -77,7 +82,7 @@ TEST(ForkAndJoin, FailuresJoinWhatStarted) {
     };
     EXPECT_EQ(test::failEachInTurn({.calls = test::kThreadCreate | test::kAllocation,
                                     .prepare = [&] { ran.indices = ran.count = 0; },
-                                    .run = [&] { return create_thread_lock(body, &ran, 4); },
+                                    .run = [&] { return runThreads(&ran, 4); },
                                     .failed = failed,
                                     .succeeded = succeeded}),
               5);
@@ -98,6 +103,7 @@ TEST(Fork, RunsOnAlone) {
                 EXPECT_EQ(create_thread_unlock(body, &ran, 3), nth > 0 ? -1 : 0);
             }
             const int started = nth > 0 ? nth - 1 : 3;
+            const test::Watchdog watchdog("threads that nobody joins do not end");
             while (ran.count < started || !watch.nothingLeft()) usleep(200);
             EXPECT_EQ(ran.indices, (1u << started) - 1);
             const std::string line =
@@ -115,6 +121,7 @@ TEST(ForkAndJoin, FourBands) {
     const test::FailNth fail(test::kThreadCreate, 2, 2);
     uint32_t missing = 0;
     test::takeTraces();
+    const test::Watchdog watchdog("runBands, then thread_wait");
     EXPECT_FALSE(runBands(records, body, kSite, [&](uint32_t bands) { missing = bands; }));
     const int line = __LINE__ - 1;
     EXPECT_EQ(missing, 0x6u);

@@ -16,6 +16,7 @@
 #include "tests/harness/content.h"
 #include "tests/harness/events.h"
 #include "tests/harness/planes.h"
+#include "tests/harness/watchdog.h"
 
 namespace eis::test {
 namespace {
@@ -57,7 +58,10 @@ struct Pair {
         }
     }
 
-    ret_status run() { return GhostDetection_Multithread_Maincall(&in, &out); }
+    ret_status run() {
+        return watched("bands or the pool of ghost detection",
+                       [this] { return GhostDetection_Multithread_Maincall(&in, &out); });
+    }
 
     // The whole picture's mask and count.
     testing::AssertionResult isAsReference() const {

@@ -16,6 +16,7 @@
 #include "tests/harness/calls.h"
 #include "tests/harness/traces.h"
 #include "tests/harness/transcript.h"
+#include "tests/harness/watchdog.h"
 
 namespace eis {
 namespace {
@@ -173,6 +174,10 @@ TEST(ProgramInput, NullsAreRefused) {
     EXPECT_TRUE(log.isAsRecorded());
 }
 
+int joinThread() {
+    return test::watched("joinGPUThread", joinGPUThread);
+}
+
 std::string g_seen;
 
 TEST(GpuThread, SeesACopyOfItsParameters) {
@@ -196,7 +201,7 @@ TEST(GpuThread, SeesACopyOfItsParameters) {
     for (const auto& [given, size, seen] : cases) {
         ASSERT_EQ(createGPUThread(look, given, size), 0);
         std::fill(param.begin(), param.end(), 'q');
-        EXPECT_EQ(joinGPUThread(), 0);
+        EXPECT_EQ(joinThread(), 0);
         EXPECT_EQ(g_seen, seen);
     }
     EXPECT_EQ(test::callbacks(), test::Events(4, "HueFuse GPU thread"));
@@ -204,22 +209,25 @@ TEST(GpuThread, SeesACopyOfItsParameters) {
 
 // Every way to end it joins it exactly once, before the context goes.
 TEST_F(Lifecycle, ThreadAndContextEndOnce) {
-    const auto start = [] { return createGPUThread([](void* param) { return param; }, nullptr, 0); };
-    EXPECT_EQ(joinGPUThread(), 0) << "there is none";
+    const auto start = [] {
+        return test::watched("createGPUThread joins a thread that was left",
+                             [] { return createGPUThread([](void* param) { return param; }, nullptr, 0); });
+    };
+    EXPECT_EQ(joinThread(), 0) << "there is none";
     (void)test::takeTraces();
     const test::ResourceWatch watch;
     ASSERT_EQ(start(), 0);
-    EXPECT_EQ(joinGPUThread(), -1) << "its result was not null";
-    EXPECT_EQ(joinGPUThread(), 0);
+    EXPECT_EQ(joinThread(), -1) << "its result was not null";
+    EXPECT_EQ(joinThread(), 0);
     ASSERT_EQ(start(), 0);
     EXPECT_EQ(start(), -1) << "over an unjoined one";
     EXPECT_EQ(start(), -1);
-    EXPECT_EQ(joinGPUThread(), -1) << "the stored result";
+    EXPECT_EQ(joinThread(), -1) << "the stored result";
     ASSERT_EQ(SetUpOpenclMFNR(nullptr), retStsOK);
     ASSERT_EQ(SetUpOpenclMFNR(nullptr), retStsOK);
     ASSERT_EQ(start(), 0);
-    EXPECT_EQ(CleanOpenclMFNR_AcoreAPI(), retStsOK);
-    EXPECT_EQ(joinGPUThread(), 0);
+    EXPECT_EQ(test::watched("CleanOpenclMFNR_AcoreAPI", CleanOpenclMFNR_AcoreAPI), retStsOK);
+    EXPECT_EQ(joinThread(), 0);
     EXPECT_TRUE(watch.nothingLeft());
 
     Events traces;

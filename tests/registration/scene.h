@@ -6,6 +6,7 @@
 
 #include "include/acore_api.h"
 #include "tests/harness/device_space.h"
+#include "tests/harness/watchdog.h"
 #include "tests/registration/pairs.h"
 #include "tests/registration/pictures.h"
 
@@ -49,7 +50,9 @@ class Scene {
     // Puts everything that a call writes back in order.
     void reset();
     ret_status clean() { return RansacEst_AcoreAPI_EIS(&context); }
-    ret_status run() { return Ransac_Regis_AcoreAPI_EIS(&block); }
+    ret_status run() {
+        return watched("threads of a warp or a copy do not end", [this] { return Ransac_Regis_AcoreAPI_EIS(&block); });
+    }
 
     static bool isWrong(int match) { return match % 8 == 5; }
 
