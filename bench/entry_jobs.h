@@ -23,12 +23,12 @@ static inline unsigned char jobSample(int plane, int x, int y, int width, int he
 }
 
 static inline ST_PICTURE_DEV jobPicture(int width, int height) {
-    ST_PICTURE_DEV picture = {width, height, hostPitch(width), {0, 0, 0}, 2};
+    ST_PICTURE_DEV picture = {width, height, eisPitch(width), {0, 0, 0}, 2};
     for (int plane = 0; plane < 3; ++plane) {
         const int columns = plane == 0 ? width : width / 2;
         const int rows = plane == 0 ? height : height / 2;
-        const int pitch = hostPitch(columns);
-        unsigned char* samples = hostAllocate((size_t)pitch * rows, &picture.pData[plane]);
+        const int pitch = eisPitch(columns);
+        unsigned char* samples = hostAllocate(eisSizeOfPlane(pitch, rows), &picture.pData[plane]);
         for (int y = 0; y < rows; ++y) {
             for (int x = 0; x < columns; ++x) samples[(size_t)y * pitch + x] = jobSample(plane, x, y, columns, rows);
         }
@@ -46,10 +46,11 @@ static inline ST_DN_PARAMS_NEW jobStrengths(int width, int height) {
     strengths.chromaEdgeLevel = 65;
     strengths.chromaEdgeAlpha = 192;
     strengths.chromaGainIndex = 3;
-    uint32_t* thresholds = hostAllocate(256, &strengths.pSpatialChromaNrLUT);
+    uint32_t* thresholds = hostAllocate(eisSizeOfChromaThresholds(), &strengths.pSpatialChromaNrLUT);
     for (int i = 0; i < kTuningChromaLutEntries; ++i) thresholds[i] = 60;
-    unsigned char* mask = hostAllocate((size_t)hostPitch(width) * height, &strengths.pMaskIIR);
-    for (int i = 0; i < hostPitch(width) * height; ++i) mask[i] = (unsigned char)(i / 64 % 3 * 30);
+    const size_t maskBytes = eisSizeOfMotionMask(width, eisPitch(width), height);
+    unsigned char* mask = hostAllocate(maskBytes, &strengths.pMaskIIR);
+    for (size_t i = 0; i < maskBytes; ++i) mask[i] = (unsigned char)(i / 64 % 3 * 30);
     return strengths;
 }
 
@@ -59,18 +60,18 @@ static inline ret_status jobScale(const void* block) {
 static inline void* jobScaleBlock(int srcWidth, int srcHeight, int dstWidth, int dstHeight) {
     static ST_SCALE_BLOCK block;
     const int rows = srcHeight / 2;
-    const int pitch = hostPitch(srcWidth / 2);
-    block = (ST_SCALE_BLOCK){
-        dstWidth, dstHeight, hostPitch(dstWidth), srcWidth, srcHeight, hostPitch(srcWidth), 2, 0, 0, 0, 0};
+    const int pitch = eisPitch(srcWidth / 2);
+    block = (ST_SCALE_BLOCK){dstWidth, dstHeight, eisPitch(dstWidth), srcWidth, srcHeight, eisPitch(srcWidth), 2, 0, 0,
+                             0,        0};
     const ST_PICTURE_DEV source = jobPicture(srcWidth, srcHeight);
-    unsigned char* chroma = hostAllocate((size_t)2 * pitch * rows, &block.Uvin);
+    unsigned char* chroma = hostAllocate(eisSizeOfScaleChroma(block.srcStride, srcHeight), &block.Uvin);
     for (int plane = 0; plane < 2; ++plane) {
         const unsigned char* from = hostConvert(source.pData[1 + plane]);
         for (int i = 0; i < pitch * rows; ++i) chroma[plane * pitch * rows + i] = from[i];
     }
     block.Yin = source.pData[0];
-    hostAllocate((size_t)hostPitch(dstWidth) * dstHeight, &block.Yout);
-    hostAllocate((size_t)2 * hostPitch(dstWidth / 2) * (dstHeight / 2), &block.Uvout);
+    hostAllocate(eisSizeOfScaleLuma(block.dstStride, dstHeight), &block.Yout);
+    hostAllocate(eisSizeOfScaleChroma(block.dstStride, dstHeight), &block.Uvout);
     return &block;
 }
 static inline void* jobHalve(int width, int height) {
@@ -106,7 +107,7 @@ static inline void* jobChromaBlock(int width, int height) {
     hostAllocate((size_t)block.memSize, &block.pMemoryManagement);
     block.width = width;
     block.height = height;
-    block.stride = hostPitch(width);
+    block.stride = eisPitch(width);
     block.pData1 = picture.pData[1];
     block.pData2 = picture.pData[2];
     return &block;
@@ -122,13 +123,13 @@ static inline void* jobRegisterBlock(int width, int height, int pairs) {
     static ST_REGISTRATION_IN_BLOCK in;
     static ST_REGISTRATION_OUT_BLOCK out;
     static ST_RANSAC_REGIS_BLOCK block;
-    int32_t* ref = hostAllocate(pairs * 3 * sizeof *ref, &matches.pRefKeypoints);
-    int32_t* cur = hostAllocate(pairs * 3 * sizeof *cur, &matches.pCurKeypoints);
-    int16_t* refIndex = hostAllocate(pairs * sizeof *refIndex, &matches.pRefIndex);
-    int16_t* curIndex = hostAllocate(pairs * sizeof *curIndex, &matches.pCurIndex);
-    hostAllocate(pairs * sizeof(int32_t), &matches.pDistance);
-    hostAllocate(pairs * 2 * sizeof(float), &matches.stMatchPairs.pRefPoints);
-    hostAllocate(pairs * 2 * sizeof(float), &matches.stMatchPairs.pCurPoints);
+    int32_t* ref = hostAllocate(eisSizeOfKeypoints(pairs), &matches.pRefKeypoints);
+    int32_t* cur = hostAllocate(eisSizeOfKeypoints(pairs), &matches.pCurKeypoints);
+    int16_t* refIndex = hostAllocate(eisSizeOfMatchIndices(pairs), &matches.pRefIndex);
+    int16_t* curIndex = hostAllocate(eisSizeOfMatchIndices(pairs), &matches.pCurIndex);
+    hostAllocate(eisSizeOfMatchDistances(pairs), &matches.pDistance);
+    hostAllocate(eisSizeOfMatchPoints(pairs), &matches.stMatchPairs.pRefPoints);
+    hostAllocate(eisSizeOfMatchPoints(pairs), &matches.stMatchPairs.pCurPoints);
     for (int i = 0; i < pairs; ++i) {
         const int wrong = i % 8 == 7 ? (int)(jobHash((uint32_t)i) & 4095) : 0;
         ref[3 * i] = (20 + i % 25 * (width - 60) / 25) * 64, ref[3 * i + 1] = (20 + i / 25 * (height - 60) / 20) * 64;
@@ -145,7 +146,7 @@ static inline void* jobRegisterBlock(int width, int height, int pairs) {
     out.astOutImg[1] = jobPicture(width, height);
     hostAllocate(sizeof(int32_t), &out.pStatus);
     block = (ST_RANSAC_REGIS_BLOCK){hostShare(&matches), hostShare(&in), hostShare(&out), 1, 0, 0};
-    hostAllocate(9 * sizeof(float), &block.pHomography);
+    hostAllocate(eisSizeOfHomography(), &block.pHomography);
     return &block;
 }
 static inline void* jobWarpBlock(int width, int height) {

@@ -4,11 +4,11 @@
 enum { kWidth = 1024, kHeight = 768 };
 
 static ST_PICTURE_DEV makeNoise(void) {
-    ST_PICTURE_DEV picture = {kWidth, kHeight, hostPitch(kWidth), {0, 0, 0}, 2};
+    ST_PICTURE_DEV picture = {kWidth, kHeight, eisPitch(kWidth), {0, 0, 0}, 2};
     uint32_t random = 1;
     for (int plane = 0; plane < 3; ++plane) {
-        const int part = plane == 0 ? 1 : 2;
-        const size_t bytes = (size_t)hostPitch(kWidth / part) * (kHeight / part);
+        const size_t bytes =
+            plane == 0 ? eisSizeOfDenoiseLuma(kWidth, kHeight) : eisSizeOfDenoiseChroma(kWidth, kHeight);
         unsigned char* samples = (unsigned char*)hostAllocate(bytes, &picture.pData[plane]);
         for (size_t i = 0; i < bytes; ++i) {
             int sum = 0; /* of four uniform numbers: a bell with a standard deviation of 4.6 */
@@ -25,7 +25,7 @@ static double variance(DeviceAddress plane, int width, int height) {
     double sum = 0, squares = 0;
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
-            const int value = samples[(size_t)y * hostPitch(width) + x];
+            const int value = samples[(size_t)y * eisPitch(width) + x];
             sum += value, squares += value * value;
         }
     const double count = (double)width * height;

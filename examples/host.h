@@ -41,11 +41,6 @@ static inline void hostStart(void) {
     setGraphicBufferFlusher(hostMaintain);
 }
 
-/* The pitch of luma planes in registration and denoising, of chroma planes with half the width. */
-static inline int hostPitch(int width) {
-    return (width + 127) & ~127;
-}
-
 /* A program that has shown what it says returns 0. */
 static inline int hostEnd(int shown) {
     puts(shown ? "as expected" : "NOT as expected");

@@ -7,7 +7,7 @@
 
 #include "host.h"
 
-enum { kSide = 256, kHalf = kSide / 2, kChromaPitch = 128 };
+enum { kSide = 256, kHalf = kSide / 2 };
 
 int main(int argc, char** argv) {
     char name[256];
@@ -17,7 +17,8 @@ int main(int argc, char** argv) {
     }
     hostStart();
     ST_SCALE_BLOCK block = {kHalf, kHalf, kHalf, kSide, kSide, kSide, 2, 0, 0, 0, 0};
-    const size_t bytes[4] = {kSide * kSide, kChromaPitch * kSide, kHalf * kHalf, kChromaPitch * kHalf};
+    const size_t bytes[4] = {eisSizeOfScaleLuma(kSide, kSide), eisSizeOfScaleChroma(kSide, kSide),
+                             eisSizeOfScaleLuma(kHalf, kHalf), eisSizeOfScaleChroma(kHalf, kHalf)};
     const char* const names[4] = {"Yin", "Uvin", "Yout", "Uvout"};
     DeviceAddress* const addresses[4] = {&block.Yin, &block.Uvin, &block.Yout, &block.Uvout};
     unsigned char* planes[4];

@@ -11,10 +11,12 @@ static unsigned char scene(int x, int y) {
 }
 
 static ST_PICTURE_DEV makePicture(int movedX, int movedY) {
-    ST_PICTURE_DEV picture = {kWidth, kHeight, hostPitch(kWidth), {0, 0, 0}, 2};
+    ST_PICTURE_DEV picture = {kWidth, kHeight, eisPitch(kWidth), {0, 0, 0}, 2};
     for (int plane = 0; plane < 3; ++plane) {
-        const int part = plane == 0 ? 1 : 2, pitch = hostPitch(kWidth / part);
-        unsigned char* bytes = (unsigned char*)hostAllocate((size_t)pitch * (kHeight / part), &picture.pData[plane]);
+        const int part = plane == 0 ? 1 : 2, pitch = eisPitch(kWidth / part);
+        const size_t size =
+            plane == 0 ? eisSizeOfRegistrationLuma(kWidth, kHeight) : eisSizeOfRegistrationChroma(kWidth, kHeight);
+        unsigned char* bytes = (unsigned char*)hostAllocate(size, &picture.pData[plane]);
         for (int y = 0; y < kHeight / part; ++y)
             for (int x = 0; x < kWidth / part; ++x)
                 bytes[(size_t)y * pitch + x] = scene(x * part + movedX, y * part + movedY);
@@ -28,19 +30,19 @@ static double meanDifference(DeviceAddress a, DeviceAddress b) {
     long sum = 0;
     for (int y = 40; y < kHeight - 40; ++y)
         for (int x = 40; x < kWidth - 40; ++x)
-            sum += abs(first[y * hostPitch(kWidth) + x] - second[y * hostPitch(kWidth) + x]);
+            sum += abs(first[y * eisPitch(kWidth) + x] - second[y * eisPitch(kWidth) + x]);
     return (double)sum / ((kHeight - 80) * (kWidth - 80));
 }
 
 /* Keypoints are rows of three words, x and y in 1/64 pixel; entry i of the lists pairs keypoint i with keypoint i. */
 static void makeMatches(RansacEstParaContext* matches) {
-    int32_t* ref = (int32_t*)hostAllocate(kPoints * 3 * sizeof *ref, &matches->pRefKeypoints);
-    int32_t* cur = (int32_t*)hostAllocate(kPoints * 3 * sizeof *cur, &matches->pCurKeypoints);
-    int16_t* refIndex = (int16_t*)hostAllocate(kPoints * sizeof *refIndex, &matches->pRefIndex);
-    int16_t* curIndex = (int16_t*)hostAllocate(kPoints * sizeof *curIndex, &matches->pCurIndex);
-    hostAllocate(kPoints * sizeof(int32_t), &matches->pDistance);
-    hostAllocate(kPoints * 2 * sizeof(float), &matches->stMatchPairs.pRefPoints);
-    hostAllocate(kPoints * 2 * sizeof(float), &matches->stMatchPairs.pCurPoints);
+    int32_t* ref = (int32_t*)hostAllocate(eisSizeOfKeypoints(kPoints), &matches->pRefKeypoints);
+    int32_t* cur = (int32_t*)hostAllocate(eisSizeOfKeypoints(kPoints), &matches->pCurKeypoints);
+    int16_t* refIndex = (int16_t*)hostAllocate(eisSizeOfMatchIndices(kPoints), &matches->pRefIndex);
+    int16_t* curIndex = (int16_t*)hostAllocate(eisSizeOfMatchIndices(kPoints), &matches->pCurIndex);
+    hostAllocate(eisSizeOfMatchDistances(kPoints), &matches->pDistance);
+    hostAllocate(eisSizeOfMatchPoints(kPoints), &matches->stMatchPairs.pRefPoints);
+    hostAllocate(eisSizeOfMatchPoints(kPoints), &matches->stMatchPairs.pCurPoints);
     matches->stMatchPairs.pointNum = matches->matchNum = kPoints;
     matches->coordScale = 1;
     matches->ratio = 0.8f;
@@ -70,7 +72,7 @@ int main(void) {
     block.pRansacEstParaContext = hostShare(&matches);
     block.stImgRegistrationParamsIn = hostShare(&in);
     block.stImgRegistrationParamsOut = hostShare(&out);
-    hostAllocate(9 * sizeof(float), &block.pHomography);
+    hostAllocate(eisSizeOfHomography(), &block.pHomography);
 
     /* The entry returns 0 whether the frame was warped or refused: the status word tells. */
     if (Ransac_Regis_AcoreAPI_EIS(&block) != retStsOK) return 1;

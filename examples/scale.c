@@ -3,15 +3,6 @@
 
 enum { kWidth = 1920, kHeight = 1080, kStride = 1920 };
 
-static int chromaPitch(int stride) {
-    return (stride / 2 + 127) & ~127;
-}
-
-/* The two chroma planes of a picture stand one behind the other. */
-static size_t chromaBytes(int stride, int height) {
-    return (size_t)2 * chromaPitch(stride) * (height / 2);
-}
-
 int main(void) {
     hostStart();
     static ST_SCALE_BLOCK block;
@@ -19,17 +10,19 @@ int main(void) {
     block.srcHeight = kHeight;
     block.srcStride = kStride;
     block.border = 2;
-    unsigned char* luma = (unsigned char*)hostAllocate((size_t)kStride * kHeight, &block.Yin);
-    unsigned char* chroma = (unsigned char*)hostAllocate(chromaBytes(kStride, kHeight), &block.Uvin);
+    unsigned char* luma = (unsigned char*)hostAllocate(eisSizeOfScaleLuma(kStride, kHeight), &block.Yin);
+    const size_t chromaBytes = eisSizeOfScaleChroma(kStride, kHeight); /* one plane behind the other */
+    unsigned char* chroma = (unsigned char*)hostAllocate(chromaBytes, &block.Uvin);
     for (int y = 0; y < kHeight; ++y)
         for (int x = 0; x < kWidth; ++x) luma[(size_t)y * kStride + x] = (unsigned char)(x / 8);
-    for (size_t i = 0; i < chromaBytes(kStride, kHeight); ++i) chroma[i] = 128;
+    for (size_t i = 0; i < chromaBytes; ++i) chroma[i] = 128;
 
     block.dstWidth = kWidth / 2;
     block.dstHeight = kHeight / 2;
     block.dstStride = kWidth / 2;
-    unsigned char* half = (unsigned char*)hostAllocate((size_t)block.dstStride * block.dstHeight, &block.Yout);
-    hostAllocate(chromaBytes(block.dstStride, block.dstHeight), &block.Uvout);
+    const size_t halfBytes = eisSizeOfScaleLuma(block.dstStride, block.dstHeight);
+    unsigned char* half = (unsigned char*)hostAllocate(halfBytes, &block.Yout);
+    hostAllocate(eisSizeOfScaleChroma(block.dstStride, block.dstHeight), &block.Uvout);
     if (Scale_Bilinear_AcoreAPI(&block) != retStsOK) return 1;
     const int shrunk = half[(size_t)100 * block.dstStride + 480];
     printf("halved: column 480 of 960 is %d, column 960 of 1920 was %d\n", shrunk, luma[960]);

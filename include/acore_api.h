@@ -7,9 +7,19 @@
    what concerns the OpenCL platform, devices and context and its profiling, all else under "EIS_AP". The pool of worker
    threads, which no entry opens, prints on standard output.
 
-   Entries may run at once, on any threads, each on memory of its own. The exceptions: the three setters, and
-   CalcShrinkLUTDnCoef where it installs an allocator, run while no other entry does; ParseXML_AcoreAPI_EIS,
-   SpatialNrHLMain_ACoreApi and CleanOpenclMFNR_AcoreAPI do not run twice at once. A callback calls no entry. */
+   Entries may run at once, on any threads, each on memory and files of its own, but where the table says no:
+
+       with                                        1    2    3    4    5    6    7
+       1 the three setters                         no   no   no   no   no   yes  no
+       2 CalcShrinkLUTDnCoef with an allocator     no   no   no   no   yes  yes  yes
+       3 SpatialNrHLMain_ACoreApi                  no   no   no   yes  yes  yes  yes
+       4 ChromaLowLevelMainCall_2                  no   no   yes  yes  yes  yes  yes
+       5 ParseXML_AcoreAPI_EIS                     no   yes  yes  yes  no   yes  yes
+       6 CleanOpenclMFNR_AcoreAPI                  yes  yes  yes  yes  yes  no   yes
+       7 all others, CalcShrinkLUTDnCoef, too      no   yes  yes  yes  yes  yes  yes
+
+   Callbacks are called on the thread of the call, an allocator's functions on worker threads, too. Neither calls an
+   entry or a setter. */
 #ifndef ACORE_API_H
 #define ACORE_API_H
 
@@ -55,9 +65,12 @@ ret_status RansacEst_AcoreAPI_EIS(RansacEstParaContext* block);
 
 /* Registers frame idx onto the reference frame: cleans its pairs as above, fits a homography, warps the frame into
    output picture idx, or copies it as it is when it cannot be aligned. The outcome stands in the status word: 0 warped,
-   3 copied. The picture's planes and the status word are flushed, pairs and homography are not. 0, whether warped or
-   copied; -997 when the thread of a plane's last quarter could not be started for the copy (another quarter whose
-   thread did not start is left out in silence); -998 when an address does not convert or the format is not 2; -1000. */
+   3 copied. The picture's planes and the status word are flushed, pairs and homography are not. A warp whose threads do
+   not start is done by the caller's. A copy takes a plane after the other, each in quarters on four threads. Where the
+   thread of a plane's last quarter does not start, the call ends behind that plane with -997, and flushes nothing; a
+   first, second or third quarter whose thread does not start stays as it was, and the call goes on as if it had been
+   copied. 0, whether warped or copied; -997 as above; -998 when an address does not convert or the format is not 2;
+   -1000. */
 ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK* block);
 
 /* Crops and scales a planar YUV 4:2:0 picture with fixed-point bilinear interpolation (12-bit weights, truncating).

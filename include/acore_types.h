@@ -2,6 +2,7 @@
 #ifndef ACORE_TYPES_H
 #define ACORE_TYPES_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -25,8 +26,11 @@ typedef uint32_t DeviceAddress;
 
 /* Host callbacks. The converter maps a device address to a pointer, or null when it cannot be mapped. The two
    maintainers get any address inside a buffer: the invalidater discards the CPU's cached view of it before the library
-   reads, the flusher writes the CPU's view back after the library has written. Either may get null, where an entry does
-   not test what the converter gave. */
+   reads, the flusher writes the CPU's view back after the library has written. Both must take null, and then do
+   nothing: the invalidater gets it from the four file entries for a path or a buffer that does not convert; the flusher
+   from ivp_fread, ivp_fwrite and CalcFastDn2dControl_AcoreAPI for such a buffer, and from ParseXML_AcoreAPI_EIS and
+   Ransac_Regis_AcoreAPI_EIS for an output that converts no more when it is converted again for the flush. From other
+   entries neither gets null. */
 typedef void* (*IO2VAConverter)(DeviceAddress deviceAddress);
 /* An invalidater or a flusher. */
 typedef void (*BufferMaintainer)(void* address);
@@ -39,6 +43,17 @@ typedef struct ST_PICTURE_DEV {
     DeviceAddress pData[3]; /* luma, first chroma, second chroma */
     int32_t format;         /* registration accepts only 2 */
 } ST_PICTURE_DEV;
+
+/* Bytes from row to row of most planes: those of a row, rounded up to a multiple of 128. */
+static inline int32_t eisPitch(int32_t rowBytes) {
+    return (int32_t)(((int64_t)rowBytes + 127) & ~(int64_t)127);
+}
+
+/* Bytes of a plane of whole rows, none where a number is not positive. What an entry reads and writes of a buffer lies
+   within the eisSizeOf... that stands beside its block. */
+static inline size_t eisSizeOfPlane(int32_t pitch, int32_t rows) {
+    return pitch > 0 && rows > 0 ? (size_t)pitch * (size_t)rows : 0;
+}
 
 /* The host's own allocator for large denoise buffers. The tag is always "huefuse_AP", the last argument zero.
    It must be callable from four threads at once and stay valid for the life of the process. */

@@ -47,6 +47,16 @@ enum {
     kShrinkEntries = 3569   /* the whole block */
 };
 
+/* Bytes at iDnCoefs. */
+static inline size_t eisSizeOfFastTables(void) {
+    return kFastEntries * sizeof(int16_t);
+}
+
+/* Bytes at iLutCoefs. */
+static inline size_t eisSizeOfShrinkTables(void) {
+    return kShrinkEntries * sizeof(int16_t);
+}
+
 #ifdef __cplusplus
 #include <cstddef>
 

@@ -24,7 +24,7 @@ typedef struct ST_DN_PARAMS_NEW {
     int32_t lumaHF3;        /* carried */
     int32_t chromaS;        /* chroma strength, about -100 (none) up */
     int32_t detail;         /* how much luma texture comes back, from about -100 (most) to 0 (least) */
-    DeviceAddress pSpatialChromaNrLUT; /* 256 bytes, of which 160 are read: 32-bit words by plane (2), wavelet level (5)
+    DeviceAddress pSpatialChromaNrLUT; /* 256 bytes, of which 160 count: 32-bit words by plane (2), wavelet level (5)
                                           and class of the plane's values (4). A word of 512 * T / (0.4 * (chromaS +
                                           100)) is a threshold of T levels off edges */
     DeviceAddress pIIRImgNum;          /* logged */
@@ -77,6 +77,32 @@ typedef struct ST_CHROMA_CALL_BLOCK {
     DeviceAddress pData1;            /* chroma planes, denoised in place */
     DeviceAddress pData2;            /* the second chroma plane */
 } ST_CHROMA_CALL_BLOCK;
+
+/* Bytes at pData[0] of SpatialNrHLMain_ACoreApi. */
+static inline size_t eisSizeOfDenoiseLuma(int32_t width, int32_t height) {
+    return eisSizeOfPlane(eisPitch(width), height);
+}
+
+/* Bytes at its pData[1], and at its pData[2]. */
+static inline size_t eisSizeOfDenoiseChroma(int32_t width, int32_t height) {
+    return eisSizeOfPlane(eisPitch(width / 2), height / 2);
+}
+
+/* Bytes at pData1, and at pData2, of a chroma call. */
+static inline size_t eisSizeOfChromaPlane(int32_t stride, int32_t height) {
+    return eisSizeOfPlane(eisPitch(stride / 2), height / 2);
+}
+
+/* Bytes at pMaskIIR, for ChromaLowLevelMainCall_2: the other entries read none. */
+static inline size_t eisSizeOfMotionMask(int32_t width, int32_t stride, int32_t height) {
+    const int32_t pitch = eisPitch(width);
+    return eisSizeOfPlane(stride > pitch ? stride : pitch, height);
+}
+
+/* Bytes at pSpatialChromaNrLUT. */
+static inline size_t eisSizeOfChromaThresholds(void) {
+    return 256;
+}
 
 /* The memSize of a chroma call on a picture of width x height luma pixels. */
 static inline int64_t chromaScratchSize(int32_t width, int32_t height) {

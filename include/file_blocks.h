@@ -24,6 +24,16 @@ typedef struct ST_FILE_ALIGN_BLOCK {
     int32_t offsetOrAppend; /* reading: byte offset to start at; writing: non-zero appends */
 } ST_FILE_ALIGN_BLOCK;
 
+/* Bytes at the buffer of an ST_FILE_BLOCK. */
+static inline size_t eisSizeOfFileBuffer(uint32_t elementSize, uint32_t elementCount) {
+    return (size_t)elementSize * elementCount;
+}
+
+/* Bytes at the buffer of an ST_FILE_ALIGN_BLOCK, which is below 4 GiB: the last row has no padding. */
+static inline size_t eisSizeOfFileRows(uint32_t rowBytes, uint32_t pitch, int32_t rows) {
+    return rows > 0 ? (size_t)(rows - 1) * pitch + rowBytes : 0;
+}
+
 #ifdef __cplusplus
 #include <cstddef>
 

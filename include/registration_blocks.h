@@ -59,10 +59,45 @@ typedef struct ST_RANSAC_REGIS_BLOCK {
     DeviceAddress stImgRegistrationParamsIn;  /* an ST_REGISTRATION_IN_BLOCK */
     DeviceAddress stImgRegistrationParamsOut; /* an ST_REGISTRATION_OUT_BLOCK */
     int32_t idx;                              /* 1 to 3 */
-    int32_t lumaOnly;                         /* non-zero: warp and flush luma alone */
+    int32_t lumaOnly;                         /* non-zero: warp and flush luma alone; a copy still is of all planes */
     DeviceAddress pHomography; /* nine 32-bit floats, row-major; written (identity) only when under 8 pairs are left,
                                   and not flushed */
 } ST_RANSAC_REGIS_BLOCK;
+
+/* Bytes at pRefKeypoints or pCurKeypoints of a table of so many keypoints. */
+static inline size_t eisSizeOfKeypoints(int32_t keypoints) {
+    return eisSizeOfPlane(3 * (int32_t)sizeof(int32_t), keypoints);
+}
+
+/* Bytes at pRefIndex or pCurIndex. */
+static inline size_t eisSizeOfMatchIndices(int32_t matchNum) {
+    return eisSizeOfPlane((int32_t)sizeof(int16_t), matchNum);
+}
+
+/* Bytes at pDistance. */
+static inline size_t eisSizeOfMatchDistances(int32_t matchNum) {
+    return eisSizeOfPlane((int32_t)sizeof(int32_t), matchNum);
+}
+
+/* Bytes at pRefPoints or pCurPoints. */
+static inline size_t eisSizeOfMatchPoints(int32_t matchNum) {
+    return eisSizeOfPlane(2 * (int32_t)sizeof(float), matchNum);
+}
+
+/* Bytes at pData[0] of a picture to register or to fill. */
+static inline size_t eisSizeOfRegistrationLuma(int32_t width, int32_t height) {
+    return eisSizeOfPlane(eisPitch(width), height);
+}
+
+/* Bytes at pData[1], and at pData[2]. A copy takes all three planes, though lumaOnly is set. */
+static inline size_t eisSizeOfRegistrationChroma(int32_t width, int32_t height) {
+    return eisSizeOfPlane(eisPitch(eisPitch(width) / 2), height / 2);
+}
+
+/* Bytes at pHomography. */
+static inline size_t eisSizeOfHomography(void) {
+    return 9 * sizeof(float);
+}
 
 #ifdef __cplusplus
 #include <cstddef>

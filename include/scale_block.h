@@ -21,6 +21,16 @@ typedef struct ST_SCALE_BLOCK {
     DeviceAddress Uvout; /* first chroma plane of the result */
 } ST_SCALE_BLOCK;
 
+/* Bytes at Yin or Yout of a whole picture. Of a crop: from its first pixel on, with its own height. */
+static inline size_t eisSizeOfScaleLuma(int32_t stride, int32_t height) {
+    return eisSizeOfPlane(stride, height);
+}
+
+/* Bytes at Uvin or Uvout: both chroma planes. */
+static inline size_t eisSizeOfScaleChroma(int32_t stride, int32_t height) {
+    return 2 * eisSizeOfPlane(eisPitch(stride / 2), height / 2);
+}
+
 #ifdef __cplusplus
 #include <cstddef>
 

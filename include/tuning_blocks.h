@@ -98,6 +98,11 @@ typedef struct ST_PARSE_XML_IN {
 
 #pragma pack(pop)
 
+/* Bytes at xmlInfo. */
+static inline size_t eisSizeOfTuningRecord(void) {
+    return sizeof(ST_CONFIG_XML);
+}
+
 #ifdef __cplusplus
 #include <cstddef>
 

@@ -40,7 +40,7 @@ ControlTables computeTables(const ControlSettings& settings, std::ostream* trace
     ControlTables tables;
     tables.entry = fast ? "CalcFastDn2dControl_AcoreAPI" : "CalcShrinkLUTDnCoef";
     tables.block.resize(fast ? kFastEntries : kShrinkEntries);
-    const std::size_t bytes = tables.block.size() * sizeof(std::int16_t);
+    const std::size_t bytes = fast ? eisSizeOfFastTables() : eisSizeOfShrinkTables();
 
     DspArena arena(trace);
     const DeviceAddress address = arena.allocate(bytes, fast ? "iDnCoefs" : "iLutCoefs");

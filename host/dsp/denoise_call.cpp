@@ -13,7 +13,6 @@ namespace eishost {
 namespace {
 
 constexpr int kLeastSide = 128;
-constexpr std::size_t kTableBytes = 256;
 
 constexpr int roundUp(int value, int multiple) {
     return (value + multiple - 1) / multiple * multiple;
@@ -44,9 +43,10 @@ Picture cutPicture(const Picture& picture, int width, int height) {
 }
 
 DeviceAddress putMask(DspArena& arena, const cv::Mat& mask, int width, int height) {
-    const int pitch = devicePitch(width);
-    const DeviceAddress address = arena.allocate(static_cast<std::size_t>(pitch) * height, "stDNParams.pMaskIIR");
-    std::fill_n(arena.dspSide(address), static_cast<std::size_t>(pitch) * height, std::uint8_t{0});
+    const int pitch = eisPitch(width);
+    const std::size_t bytes = eisSizeOfMotionMask(width, pitch, height);
+    const DeviceAddress address = arena.allocate(bytes, "stDNParams.pMaskIIR");
+    std::fill_n(arena.dspSide(address), bytes, std::uint8_t{0});
     if (!mask.empty()) {
         const cv::Mat padded = mirrored(mask, width, height);
         copyRows(arena.dspSide(address), pitch, padded.data, width, width, height);
@@ -57,8 +57,9 @@ DeviceAddress putMask(DspArena& arena, const cv::Mat& mask, int width, int heigh
 
 // The forty words open the table, the rest is zero.
 DeviceAddress putTable(DspArena& arena, const std::vector<std::uint32_t>& words) {
-    const DeviceAddress address = arena.allocate(kTableBytes, "stDNParams.pSpatialChromaNrLUT");
-    std::fill_n(arena.dspSide(address), kTableBytes, std::uint8_t{0});
+    const std::size_t bytes = eisSizeOfChromaThresholds();
+    const DeviceAddress address = arena.allocate(bytes, "stDNParams.pSpatialChromaNrLUT");
+    std::fill_n(arena.dspSide(address), bytes, std::uint8_t{0});
     std::memcpy(arena.dspSide(address), words.data(), words.size() * sizeof words[0]);
     arena.syncToCpu(address);
     return address;

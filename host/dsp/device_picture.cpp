@@ -33,8 +33,7 @@ DevicePicture makeDevicePicture(DspArena& arena, int width, int height, const st
     device.width = width;
     device.height = height;
     for (int plane = 0; plane < 3; ++plane) {
-        const std::size_t bytes = static_cast<std::size_t>(device.pitch(plane)) * device.rows(plane);
-        device.planes[plane] = arena.allocate(bytes, field + ".pData[" + std::to_string(plane) + "]");
+        device.planes[plane] = arena.allocate(device.bytes(plane), field + ".pData[" + std::to_string(plane) + "]");
     }
     return device;
 }

@@ -6,19 +6,15 @@
 
 namespace eishost {
 
-// Bytes from row to row of a plane that the DSP hands over: `bytes` rounded up to a multiple of 128.
-constexpr int devicePitch(int bytes) {
-    return (bytes + 127) & ~127;
-}
-
 // One buffer a plane, so that each plane must be made coherent by itself.
 struct DevicePicture {
     int width = 0;
     int height = 0;
     DeviceAddress planes[3] = {};
 
-    int pitch(int plane) const { return devicePitch(plane == 0 ? width : width / 2); }
+    int pitch(int plane) const { return eisPitch(plane == 0 ? width : width / 2); }
     int rows(int plane) const { return plane == 0 ? height : height / 2; }
+    std::size_t bytes(int plane) const { return eisSizeOfPlane(pitch(plane), rows(plane)); }
     ST_PICTURE_DEV block() const;
 };
 

@@ -40,7 +40,7 @@ FrameWarp::FrameWarp(DspArena& arena, int width, int height)
         device.height = height;
         for (int plane = 0; plane < 3; ++plane) {
             std::vector<std::uint8_t>& memory = memory_[picture][plane];
-            memory.resize(static_cast<std::size_t>(device.pitch(plane)) * device.rows(plane));
+            memory.resize(device.bytes(plane));
             device.planes[plane] = arena.share(
                 memory.data(), memory.size(),
                 (picture == 0 ? "astInImg[1].pData[" : "astOutImg[1].pData[") + std::to_string(plane) + "]");
@@ -67,7 +67,7 @@ cv::Mat FrameWarp::plane_(int picture, int plane) const {
     const int part = plane == 0 ? 1 : 2;
     const int width = size_.width / part;
     return {size_.height / part, width, CV_8UC1, const_cast<std::uint8_t*>(memory_[picture][plane].data()),
-            static_cast<std::size_t>(devicePitch(width))};
+            static_cast<std::size_t>(eisPitch(width))};
 }
 
 void FrameWarp::writePairs(const cv::Matx33d& homography) {

@@ -17,7 +17,7 @@ DeviceAddress putList(DspArena& arena, const std::vector<T>& values, const std::
 }  // namespace
 
 RansacEstParaContext putMatches(DspArena& arena, const MatchTables& matches) {
-    const std::size_t pointBytes = sizeof(cv::Point2f) * matches.entries();
+    const std::size_t pointBytes = eisSizeOfMatchPoints(matches.entries());
     RansacEstParaContext context{};
     context.stMatchPairs.pRefPoints = arena.allocate(pointBytes, "stMatchPairs.pRefPoints");
     context.stMatchPairs.pCurPoints = arena.allocate(pointBytes, "stMatchPairs.pCurPoints");

@@ -43,7 +43,7 @@ RegistrationBlock putRegistration(DspArena& arena, const RansacEstParaContext& c
     call.stImgRegistrationParamsOut = arena.put(out, "stImgRegistrationParamsOut");
     call.idx = kIdx;
     call.lumaOnly = lumaOnly ? 1 : 0;
-    call.pHomography = arena.allocate(9 * sizeof(float), "pHomography");
+    call.pHomography = arena.allocate(eisSizeOfHomography(), "pHomography");
     const DeviceAddress block = arena.put(call, "block of Ransac_Regis_AcoreAPI_EIS");
     arena.syncToCpu(call.stImgRegistrationParamsOut);
     arena.syncToCpu(block);

@@ -10,16 +10,16 @@ namespace eishost {
 ScaleOutcome scalePicture(const Picture& source, const Area& crop, PictureSize size, std::ostream* trace,
                           std::ostream* log) {
     DspArena arena(trace);
-    const int pitch = devicePitch(source.width);
-    const int chromaPitch = devicePitch(pitch / 2);
+    const int pitch = eisPitch(source.width);
+    const int chromaPitch = eisPitch(pitch / 2);
 
     // Luma is cropped by pointing into the whole picture.
-    const DeviceAddress luma = arena.allocate(static_cast<std::size_t>(pitch) * source.height, "Yin");
+    const DeviceAddress luma = arena.allocate(eisSizeOfScaleLuma(pitch, source.height), "Yin");
     copyRows(arena.dspSide(luma), pitch, source.planes[0].data(), source.width, source.width, source.height);
 
     // Chroma cannot be: the entry looks for the second plane behind the rows of the crop, not those of the picture.
     const int chromaRows = crop.height / 2;
-    const std::size_t chromaBytes = static_cast<std::size_t>(chromaPitch) * chromaRows;
+    const std::size_t chromaBytes = eisSizeOfScaleChroma(pitch, crop.height) / 2;
     const DeviceAddress chroma = arena.allocate(2 * chromaBytes, "Uvin");
     for (int plane = 1; plane <= 2; ++plane) {
         const std::size_t first = static_cast<std::size_t>(crop.y / 2) * source.chromaWidth() + crop.x / 2;
@@ -27,9 +27,9 @@ ScaleOutcome scalePicture(const Picture& source, const Area& crop, PictureSize s
                  source.chromaWidth(), crop.width / 2, chromaRows);
     }
 
-    const int outPitch = devicePitch(size.width);
-    const int outChromaPitch = devicePitch(outPitch / 2);
-    const std::size_t outChromaBytes = static_cast<std::size_t>(outChromaPitch) * (size.height / 2);
+    const int outPitch = eisPitch(size.width);
+    const int outChromaPitch = eisPitch(outPitch / 2);
+    const std::size_t outChromaBytes = eisSizeOfScaleChroma(outPitch, size.height) / 2;
 
     ST_SCALE_BLOCK block{};
     block.dstWidth = size.width;
@@ -41,7 +41,7 @@ ScaleOutcome scalePicture(const Picture& source, const Area& crop, PictureSize s
     block.border = 2;
     block.Yin = luma + static_cast<DeviceAddress>(crop.y) * pitch + crop.x;
     block.Uvin = chroma;
-    block.Yout = arena.allocate(static_cast<std::size_t>(outPitch) * size.height, "Yout");
+    block.Yout = arena.allocate(eisSizeOfScaleLuma(outPitch, size.height), "Yout");
     block.Uvout = arena.allocate(2 * outChromaBytes, "Uvout");
 
     const ret_status status = callEntry(arena, Scale_Bilinear_AcoreAPI, &block, log).status;

@@ -130,7 +130,7 @@ struct DenoiseCall {
     ST_DN_PARAMS_NEW& dn = in.stDNParams;
     TestPicture picture;
     Plane<uint8_t> mask;  // one sample where none is read
-    GuardedMemory table{256};
+    GuardedMemory table{eisSizeOfChromaThresholds()};
     GuardedMemory scratch;
     DeviceSpace space;
     ST_SPATIAL_NR_CALL_BLOCK spatial{};

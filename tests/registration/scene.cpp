@@ -6,12 +6,12 @@ namespace eis::test {
 
 Scene::Scene(const SceneOptions& sceneOptions)
     : options(sceneOptions),
-      refTable(12 * static_cast<size_t>(options.matches)),
+      refTable(eisSizeOfKeypoints(options.matches)),
       curTable(refTable.size()),
-      refIndex(2 * static_cast<size_t>(options.matches)),
+      refIndex(eisSizeOfMatchIndices(options.matches)),
       curIndex(refIndex.size()),
-      distance(4 * static_cast<size_t>(options.matches)),
-      refPoints(8 * static_cast<size_t>(options.matches)),
+      distance(eisSizeOfMatchDistances(options.matches)),
+      refPoints(eisSizeOfMatchPoints(options.matches)),
       curPoints(refPoints.size()),
       reference(options.width, options.height),
       frame(options.width, options.height),

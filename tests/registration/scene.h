@@ -65,7 +65,7 @@ class Scene {
     OddBlock distance;
     OddBlock refPoints;
     OddBlock curPoints;
-    OddBlock homography{36};
+    OddBlock homography{eisSizeOfHomography()};
     OddBlock status{4};
     YuvPicture reference;
     YuvPicture frame;
