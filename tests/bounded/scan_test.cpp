@@ -9,6 +9,7 @@
 #include <string>
 
 #include "bounded/bounded_scan.h"
+#include "tests/harness/calls.h"
 
 namespace eis {
 namespace {
@@ -59,6 +60,13 @@ TEST(BoundedScan, FloatsAsThePlatform) {
     double wide = 0;
     EXPECT_EQ(sscanf_s("0.1", "%lf", &wide), 1);
     EXPECT_EQ(wide, 0.1);
+    // The copy on the stack has room for 63 characters and a terminator.
+    for (const int length : {62, 63, 64, 65}) {
+        const std::string digits(length, '1');
+        const test::ResourceWatch watch;
+        EXPECT_EQ(sscanf_s(digits.c_str(), "%lf", &wide), 1);
+        EXPECT_EQ(watch.count(test::kAllocation), length < 64 ? 0 : 1) << length;
+    }
 }
 
 TEST(BoundedScan, LimitsOfEachLength) {

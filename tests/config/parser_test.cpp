@@ -99,6 +99,11 @@ TEST(XmlParser, Cases) {
         {"<a &b='1'/>", "a(&b=1)"},
     };
     for (const ReaderCase& c : cases) run(c);
+    // A joined text that just fits leaves what stands behind it in memory: here the order of the items.
+    for (int length = 1; length <= 16; ++length) {
+        const std::string digits = std::string("1234567890123456").substr(0, length);
+        run({"<a><c/><d/>" + digits + "<!--x-->+<b/>-</a>", "a{c d '" + digits + "+' b '-'}"});
+    }
     EXPECT_EQ(treeText(ParseXmlText(nullptr, nullptr)), "null");
 }
 

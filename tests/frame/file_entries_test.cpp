@@ -166,6 +166,24 @@ TEST_F(FileEntries, EachAddressNull) {
     }
 }
 
+// The DSP may open the file as soon as it sees the buffer.
+TEST_F(FileEntries, FileIsClosedBeforeTheBufferIsFlushed) {
+    static const test::ResourceWatch* files;
+    static int flushes;
+    flushes = 0;
+    setGraphicBufferFlusher([](void*) {
+        EXPECT_TRUE(files->nothingLeft());
+        ++flushes;
+    });
+    writeFile(filePath_, kText);
+    for (const Entry entry : {kRead, kReadRows, kWrite}) {
+        const test::ResourceWatch watch;
+        files = &watch;
+        EXPECT_EQ(call(entry, 4, 4, 2, 0), 0);
+    }
+    EXPECT_EQ(flushes, 3);
+}
+
 TEST_F(FileEntries, FileDoesNotOpen) {
     const std::string missing = folder_.path("none/plane.bin");
     path_ = space_.addText("path", missing);

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "host/dsp/dsp_arena.h"
+#include "host/dsp/registration_call.h"
 #include "host/dsp/scale_call.h"
 #include "host/match/filled_area.h"
 #include "host/program/exit_codes.h"
@@ -45,6 +46,23 @@ TEST(ScaleCall, TracesTheCropStartAndTheOrder) {
               "convert Yin + 1040\nconvert Uvin\nconvert Yout\nconvert Uvout\n"  // row 8 of 128 bytes, column 16
               "invalidate Yin + 1040\ninvalidate Yout\ninvalidate Uvin\ninvalidate Uvout\n"
               "flush Yout\nflush Uvout\n");
+}
+
+// The library builds pairs of five entries and more.
+TEST(RegistrationCall, TellsThePairsThatItHas) {
+    for (const auto& [entries, kept] : {std::pair{4, 0}, {5, 5}, {6, 6}}) {
+        MatchTables matches;
+        for (int i = 0; i < entries; ++i) {
+            const KeypointRow row = keypointRow(cv::Point2d(10 + i * i % 7 * 50, 10 + i * 40));
+            for (auto* table : {&matches.refKeypoints, &matches.curKeypoints}) {
+                table->insert(table->end(), row.begin(), row.end());
+            }
+            for (auto* list : {&matches.refIndex, &matches.curIndex}) list->push_back(static_cast<std::int16_t>(i));
+            matches.distance.push_back(1);
+        }
+        const Picture picture(384, 256);
+        EXPECT_EQ(registerFrame(picture, picture, matches, {}).keptRef.size(), static_cast<std::size_t>(kept));
+    }
 }
 
 // The margins as the library makes them: left and top about the first column and row, right and bottom about the edge.

@@ -33,7 +33,9 @@ std::vector<Sizes> allSizes() {
     }
     for (const Sizes& wide :
          {Sizes{3000, 5, 2500, 7}, Sizes{64, 3, 2051, 4}, Sizes{1, 1, 1030, 3}, Sizes{5001, 2, 1025, 2},
-          Sizes{40000, 2, 1, 2}, Sizes{2, 40000, 3, 5}, Sizes{3000, 3, 6144, 5}, Sizes{9000, 3, 12289, 2}}) {
+          Sizes{40000, 2, 1, 2}, Sizes{2, 40000, 3, 5}, Sizes{3000, 3, 6144, 5}, Sizes{9000, 3, 12289, 2},
+          // Blocks of columns that just take more samples than one load has.
+          Sizes{640, 3, 130, 2}, Sizes{648, 3, 130, 2}}) {
         sizes.push_back(wide);
     }
     return sizes;

@@ -102,6 +102,39 @@ TEST(ScaleValues, OntoItself) {
     }
 }
 
+// Where one output plane alone lies on one source plane alone: luma on the second chroma plane, and the second chroma
+// plane of a single row on the other picture's, whose pitch is twice its own.
+TEST(ScaleValues, OntoOnePlaneAlone) {
+    const struct {
+        int srcW, srcH, srcStride, dstW, dstH, dstStride;
+        int yOut, uvOut;  // in bytes behind Uvin
+    } cases[] = {{80, 60, 80, 40, 30, 40, 30 * 128, 16384}, {100, 2, 300, 240, 2, 240, 8192, 128}};
+    for (const auto& c : cases) {
+        std::vector<uint8_t> results[2];
+        for (const bool onto : {false, true}) {
+            const Plane<uint8_t> memory(16384, 4);
+            fill(memory, Content::kRandom, 5);
+            DeviceSpace space;
+            const DeviceAddress start = space.add("memory", memory.data(), memory.size());
+            const int Uvin = 16384;
+            const int Yout = onto ? Uvin + c.yOut : 32768;
+            const int Uvout = onto ? Uvin + c.uvOut : 49152;
+            const ST_SCALE_BLOCK block{c.dstW, c.dstH, c.dstStride,  c.srcW,       c.srcH,       c.srcStride,
+                                       2,      start,  start + Uvin, start + Yout, start + Uvout};
+            EXPECT_EQ(Scale_Bilinear_AcoreAPI(&block), retStsOK);
+            const auto take = [&](int from, int width, int rows, int pitch) {
+                for (int y = 0; y < rows; ++y) {
+                    const uint8_t* row = memory.data() + from + y * pitch;
+                    results[onto].insert(results[onto].end(), row, row + width);
+                }
+            };
+            take(Yout, c.dstW, c.dstH, c.dstStride);
+            take(Uvout, c.dstW / 2, c.dstH / 2 * 2, eisPitch(c.dstStride / 2));
+        }
+        EXPECT_EQ(results[0], results[1]) << c.dstW;
+    }
+}
+
 // Other borders than the sampler's: planes are padded at their own pitch, one behind the other, and read at the
 // sampler's; what nothing was written to is 0.
 TEST(ScaleValues, OtherBorders) {
