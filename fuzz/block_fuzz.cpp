@@ -3,19 +3,18 @@
 //
 // The first byte chooses the entry, the second one an address that does not convert. Sizes, settings and a seed for the
 // contents follow; what is left stands at the start of planes and in files.
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <iterator>
 #include <string>
-#include <string_view>
 
 #include "fuzz/inline_threads.h"
 #include "fuzz/input.h"
+#include "fuzz/memory_file.h"
 #include "include/acore_api.h"
 #include "libCore/core/source/frame/slots.h"
 
@@ -106,30 +105,20 @@ void scale(Run& run) {
     FUZZ_CHECK(isOneOf(status, {retStsOK, retStsBadAddress}) && (status == retStsOK || device.refused != 0));
 }
 
-// A k-nearest-neighbour result on a picture: pairs that a motion of the picture explains, and any.
+// A k-nearest-neighbour result on a picture: pairs that one shift explains, and outliers.
 RansacEstParaContext pairsOf(Run& run, int width, int height) {
     Input& in = run.in;
     const int matches = in.side(49) - 1;
-    const int keypoints = 1 + in.in(0, 63);
-    Random random(in.take<uint16_t>());
+    const int keypoints = in.in(1, 64);
     const int outliers = in.of({0, 0, 0, 1, 4, 8});
-    const float turn = static_cast<float>(in.in(-300, 300)) * 1e-4F;
-    const int shiftX = in.in(-600, 600);
-    const int shiftY = in.in(-600, 600);
-    auto* refKeypoints = run.memory.empty<int32_t>(3 * keypoints);
-    auto* curKeypoints = run.memory.empty<int32_t>(3 * keypoints);
-    for (int i = 0; i < keypoints; ++i) {
-        const auto x = static_cast<int32_t>(random.in(0, 64 * width));
-        const auto y = static_cast<int32_t>(random.in(0, 64 * height));
-        const int32_t ref[3] = {x, y, 0};
-        int32_t cur[3] = {x + static_cast<int32_t>(turn * static_cast<float>(y)) + shiftX,
-                          y - static_cast<int32_t>(turn * static_cast<float>(x)) + shiftY, 0};
-        if (random.in(0, 7) < outliers) {
-            cur[0] = static_cast<int32_t>(random.bits() >> 32);
-            cur[1] = static_cast<int32_t>(random.bits() >> (40 + random.in(0, 20)));
-        }
-        std::copy_n(ref, 3, refKeypoints + 3 * i);
-        std::copy_n(cur, 3, curKeypoints + 3 * i);
+    const int shift[3] = {in.in(-600, 600), in.in(-600, 600), 0};
+    Random random(in.take<uint16_t>());
+    auto* ref = run.memory.empty<int32_t>(3 * keypoints);
+    auto* cur = run.memory.empty<int32_t>(3 * keypoints);
+    for (int i = 0; i < 3 * keypoints; ++i) {
+        ref[i] = static_cast<int32_t>(random.in(0, 64 * (i % 3 == 0 ? width : height)));
+        const bool isOutlier = random.in(0, 15) < outliers;
+        cur[i] = isOutlier ? static_cast<int32_t>(random.bits() >> random.in(32, 63)) : ref[i] + shift[i % 3];
     }
     auto* refIndex = run.memory.empty<int16_t>(matches);
     auto* curIndex = run.memory.empty<int16_t>(matches);
@@ -147,8 +136,8 @@ RansacEstParaContext pairsOf(Run& run, int width, int height) {
     context.matchNum = matches;
     context.coordScale = in.oneIn(6) ? in.take<int32_t>() : 1;
     context.ratio = in.oneIn(6) ? in.take<float>() : 0.8F;
-    context.pRefKeypoints = device.share(refKeypoints);
-    context.pCurKeypoints = device.share(curKeypoints);
+    context.pRefKeypoints = device.share(ref);
+    context.pCurKeypoints = device.share(cur);
     return context;
 }
 
@@ -280,122 +269,50 @@ void shrinkTables(Run& run) {
     FUZZ_CHECK(CalcShrinkLUTDnCoef(run.memory.of(b)) == (refused ? retStsBadAddress : retStsOK));
 }
 
-// Files for the file entries and the tuning's, in memory.
-class Folder {
-  public:
-    Folder() {
-        path_ = "/dev/shm/eis-fuzz-XXXXXX";
-        FUZZ_CHECK(mkdtemp(path_.data()) != nullptr);
-    }
-    ~Folder() {
-        for (const char* name : {"/a-multiframe.xml", "/b-multiframe.xml", "/file"}) unlink((path_ + name).c_str());
-        rmdir(path_.c_str());
-    }
-    static Folder& get() {
-        static Folder folder;
-        return folder;
-    }
-    std::string write(const std::string& name, const std::string& content) const {
-        std::FILE* file = std::fopen((path_ + name).c_str(), "wb");
-        FUZZ_CHECK(file != nullptr);
-        FUZZ_CHECK(std::fwrite(content.data(), 1, content.size(), file) == content.size() && std::fclose(file) == 0);
-        return path_ + name;
-    }
-    // Whether the file holds these bytes and no more.
-    static bool holds(const void* path, const std::string& content) {
-        static char bytes[1 << 16];
-        std::FILE* file = std::fopen(static_cast<const char*>(path), "rb");
-        FUZZ_CHECK(file != nullptr && content.size() < sizeof bytes);
-        const size_t count = std::fread(bytes, 1, sizeof bytes, file);
-        std::fclose(file);
-        return content == std::string_view(bytes, count);
-    }
-
-  private:
-    std::string path_;
-};
-
+// The same name is not read twice in a row.
 void tuning(Run& run) {
     static bool turn;
     turn = !turn;
-    const std::string name = turn ? "/a-multiframe.xml" : "/b-multiframe.xml";
-    std::string prefix = Folder::get().write(name, run.in.text() + std::string(200, ' '));
-    prefix.resize(prefix.size() - std::string("multiframe.xml").size());
-    const DeviceAddress record = device.share(run.memory.bytes(sizeof(ST_CONFIG_XML)));
-    const ST_PARSE_XML_IN b{record, prefix.c_str()};
-    FUZZ_CHECK(isOneOf(ParseXML_AcoreAPI_EIS(run.memory.of(b)), {retStsOK, retStsBadAddress, retStsFileError}));
+    const std::string prefix = "/dev/shm/eis-fuzz-" + std::to_string(getpid()) + (turn ? "-a-" : "-b-");
+    const std::string name = prefix + "multiframe.xml";
+    std::ofstream(name) << run.in.text() << std::string(200, ' ');
+    const ST_PARSE_XML_IN b{run.bytes(sizeof(ST_CONFIG_XML)), prefix.c_str()};
+    const ret_status status = ParseXML_AcoreAPI_EIS(run.memory.of(b));
+    unlink(name.c_str());
+    FUZZ_CHECK(isOneOf(status, {retStsOK, retStsBadAddress, retStsFileError}));
 }
 
-DeviceAddress sharedPath(Run& run, const std::string& content) {
-    const std::string path = Folder::get().write("/file", content);
-    char* text = run.memory.empty<char>(path.size() + 1);
-    std::copy_n(path.c_str(), path.size() + 1, text);
-    return device.share(text);
-}
-
-void readFile(Run& run) {
-    const int size = run.in.in(0, 70);
-    const int count = run.in.in(0, 99);
-    const int offset = run.in.in(0, 3) == 0 ? -1 : run.in.in(0, 50);
-    const std::string content = run.in.text();
-    const ST_FILE_BLOCK b{sharedPath(run, content), run.bytes(size * count), static_cast<uint32_t>(size),
-                          static_cast<uint32_t>(count), offset};
-    const ret_status status = ivp_fread(run.memory.of(b));
-    FUZZ_CHECK(status == (device.refused == 1 ? retStsFileError : retStsOK));
-    const std::string rest = content.substr(std::min<size_t>(std::max(offset, 0), content.size()), size * count);
-    FUZZ_CHECK(device.refused != 0 || std::memcmp(rest.data(), convert(b.buffer), rest.size()) == 0);
-}
-
-void readRows(Run& run) {
-    const int width = run.in.side(100);
-    const int pitch = width + run.in.in(0, 30);
-    const int rows = run.in.side(70) - 2;
-    const int offset = run.in.in(0, 50);
-    const std::string content = run.in.text();
-    const ST_FILE_ALIGN_BLOCK b{sharedPath(run, content),
-                                run.bytes(planeBytes(pitch, width, rows)),
-                                0,
-                                static_cast<uint32_t>(width),
-                                static_cast<uint32_t>(pitch),
-                                rows,
-                                offset};
-    FUZZ_CHECK(ivp_fread_align(run.memory.of(b)) == (isOneOf(device.refused, {1, 2}) ? retStsFileError : retStsOK));
-    for (int y = 0; y < rows && device.refused == 0 && offset + (y + 1) * width <= static_cast<int>(content.size());
-         ++y) {
-        const auto* row = static_cast<const char*>(convert(b.buffer)) + y * pitch;
-        FUZZ_CHECK(content.compare(offset + y * width, width, row, width) == 0);
+// Rows that are tight in the file, and in the buffer unless they are aligned.
+template <bool reads, bool aligned>
+void transfer(Run& run) {
+    static const MemoryFile file("file");
+    Input& in = run.in;
+    const int width = in.side(100);
+    const int pitch = width + (aligned ? in.in(0, 30) : 0);
+    const int rows = in.side(70) - (aligned ? 2 : 1);
+    const int offset = in.in(0, reads ? 50 : 1);
+    const std::string content = in.text();
+    file.set(content);
+    char* path = run.memory.empty<char>(file.path().size() + 1);
+    std::strcpy(path, file.path().c_str());
+    const DeviceAddress name = device.share(path);
+    const DeviceAddress buffer = run.bytes(planeBytes(pitch, width, rows));
+    const auto bytes = static_cast<uint32_t>(width);
+    ret_status status = 0;
+    if constexpr (aligned) {
+        const ST_FILE_ALIGN_BLOCK b{name, buffer, 0, bytes, static_cast<uint32_t>(pitch), rows, offset};
+        status = (reads ? ivp_fread_align : ivp_fwrite_align)(run.memory.of(b));
+    } else {
+        const ST_FILE_BLOCK b{name, buffer, bytes, static_cast<uint32_t>(rows), offset};
+        status = (reads ? ivp_fread : ivp_fwrite)(run.memory.of(b));
     }
-}
-
-void writeFile(Run& run) {
-    const int size = run.in.in(0, 70);
-    const int count = run.in.in(0, 99);
-    const int append = run.in.in(0, 1);
-    const ST_FILE_BLOCK b{sharedPath(run, "abc"), run.bytes(size * count), static_cast<uint32_t>(size),
-                          static_cast<uint32_t>(count), append};
-    FUZZ_CHECK(ivp_fwrite(run.memory.of(b)) == (device.refused == 1 ? retStsFileError : retStsOK));
+    const ret_status withoutBuffer = !aligned ? retStsOK : reads ? retStsFileError : retStsBadAddress;
+    FUZZ_CHECK(status == (device.refused == 1 ? retStsFileError : device.refused == 2 ? withoutBuffer : retStsOK));
     if (device.refused != 0) return;
-    const std::string written(static_cast<const char*>(convert(b.buffer)), size * count);
-    FUZZ_CHECK(Folder::holds(convert(b.path), (append != 0 ? "abc" : "") + written));
-}
-
-void writeRows(Run& run) {
-    const int width = run.in.side(100);
-    const int pitch = width + run.in.in(0, 30);
-    const int rows = run.in.side(70) - 2;
-    const ST_FILE_ALIGN_BLOCK b{sharedPath(run, "abc"),
-                                run.bytes(planeBytes(pitch, width, rows)),
-                                0,
-                                static_cast<uint32_t>(width),
-                                static_cast<uint32_t>(pitch),
-                                rows,
-                                0};
-    const ret_status status = ivp_fwrite_align(run.memory.of(b));
-    FUZZ_CHECK(status == (device.refused == 1 ? retStsFileError : device.refused == 2 ? retStsBadAddress : retStsOK));
-    if (device.refused != 0) return;
-    std::string written;
-    for (int y = 0; y < rows; ++y) written.append(static_cast<const char*>(convert(b.buffer)) + y * pitch, width);
-    FUZZ_CHECK(Folder::holds(convert(b.path), written));
+    std::string held;
+    for (int y = 0; y < rows; ++y) held.append(static_cast<char*>(convert(buffer)) + y * pitch, width);
+    const std::string rest = content.substr(std::min<size_t>(offset, content.size()), held.size());
+    FUZZ_CHECK(reads ? held.starts_with(rest) : file.holds((offset != 0 ? content : "") + held));
 }
 
 void cleanGpu(Run&) {
@@ -405,9 +322,20 @@ void cleanGpu(Run&) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static constexpr void (*kEntries[])(Run&) = {scale,    ransac,      registration, chromaLow, chromaHigh,
-                                                 spatial,  fastControl, shrinkTables, tuning,    readFile,
-                                                 readRows, writeFile,   writeRows,    cleanGpu};
+    static constexpr void (*kEntries[])(Run&) = {scale,
+                                                 ransac,
+                                                 registration,
+                                                 chromaLow,
+                                                 chromaHigh,
+                                                 spatial,
+                                                 fastControl,
+                                                 shrinkTables,
+                                                 tuning,
+                                                 transfer<true, false>,
+                                                 transfer<true, true>,
+                                                 transfer<false, false>,
+                                                 transfer<false, true>,
+                                                 cleanGpu};
     static Memory memory;
     setIO2VAConverter(convert);
     setGraphicBufferInvalidater([](void*) {});

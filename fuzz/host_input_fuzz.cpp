@@ -2,12 +2,10 @@
 // an error is one for the user.
 //
 // The first byte chooses the reader; for a raw picture its format, sizes and stride follow. The rest is the file.
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <string>
 
 #include "fuzz/input.h"
+#include "fuzz/memory_file.h"
 #include "host/picture/raw_picture.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
@@ -52,8 +50,7 @@ void readRawPictures(const std::string& path, RawFormat format, PictureSize size
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const int descriptor = memfd_create("input", 0);
-    static const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+    static const MemoryFile file("input");
     Input in(data, size);
     const bool isClip = in.take<uint8_t>() % 3 != 0;
     const auto format =
@@ -61,13 +58,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const PictureSize raw = isClip ? PictureSize{} : PictureSize{in.side(64), in.side(64)};
     const std::optional<int> stride =
         !isClip && in.oneIn(2) ? std::optional<int>(raw.width + in.in(-1, 80)) : std::nullopt;
-    FUZZ_CHECK(ftruncate(descriptor, 0) == 0);
-    FUZZ_CHECK(pwrite(descriptor, in.data(), in.size(), 0) == static_cast<ssize_t>(in.size()));
+    file.set(in.text());
     try {
         if (isClip) {
-            readClip(path);
+            readClip(file.path());
         } else {
-            readRawPictures(path, format, raw, stride);
+            readRawPictures(file.path(), format, raw, stride);
         }
     } catch (const HostError& error) {
         FUZZ_CHECK(error.code != kExitInternal && *error.what() != '\0');

@@ -1,42 +1,21 @@
 // The load of any file into the record: it ends, and every key's value is what its origin says.
 //
 // Blanks behind the input carry it over the smallest size of a file.
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "config/tuning_load.h"
 #include "config/xml_encoding.h"
 #include "fuzz/check.h"
+#include "fuzz/memory_file.h"
 #include "host/lab/tuning_origin.h"
 #include "libCore/core/source/frame/wire.h"
 
 namespace {
 
 using namespace eis;
-
-// A file in memory under a name that fopen takes.
-class MemoryFile {
-  public:
-    MemoryFile() : descriptor_(memfd_create("multiframe.xml", 0)) {
-        FUZZ_CHECK(descriptor_ >= 0);
-        path_ = "/proc/self/fd/" + std::to_string(descriptor_);
-    }
-    void set(const std::string& content) const {
-        FUZZ_CHECK(ftruncate(descriptor_, 0) == 0);
-        FUZZ_CHECK(pwrite(descriptor_, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()));
-    }
-    const char* path() const { return path_.c_str(); }
-
-  private:
-    int descriptor_;
-    std::string path_;
-};
 
 void checkNumber(const TuningKey& key, const TuningOrigin& origin, const uint8_t* at) {
     const bool isDefault = origin.source != TuningSource::file;
@@ -62,7 +41,7 @@ void checkTable(const TuningKey& key, const TuningOrigin& origin, const uint8_t*
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const MemoryFile file;
+    static const eisfuzz::MemoryFile file("multiframe.xml");
     std::string content(reinterpret_cast<const char*>(data), size);
     content.append(kXmlSmallestFile, ' ');
     file.set(content);
@@ -71,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     XmlConfig config;
     XmlFileReport report;
-    if (!config.LoadConfig(file.path(), &report)) {
+    if (!config.LoadConfig(file.path().c_str(), &report)) {
         FUZZ_CHECK(report.outcome == XmlFileOutcome::parseError && config.fileName()[0] == '\0');
         return 0;
     }
