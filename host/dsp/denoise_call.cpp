@@ -88,7 +88,7 @@ EntryOutcome callChroma(DspArena& arena, const ST_DN_PARAMS_NEW& params, const D
     block.memSize = static_cast<std::int32_t>(scratchBytes);
     block.width = device.width;
     block.height = device.height;
-    block.stride = device.width;
+    block.stride = device.pitch(0);  // bands of the mask begin at rows of it
     block.pData1 = device.planes[1];
     block.pData2 = device.planes[2];
     const bool low = options.entry == DenoiseEntry::kChromaLow;

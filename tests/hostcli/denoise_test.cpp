@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -9,6 +10,7 @@
 #include <regex>
 #include <tuple>
 
+#include "host/dsp/call_record.h"
 #include "host/picture/picture.h"
 #include "host/program/exit_codes.h"
 #include "tests/harness/files.h"
@@ -66,6 +68,23 @@ TEST(DenoiseCommand, GainsOnTheTruthWithTheShippedRowsAndCallsTheEntriesCoherent
         for (const char* field : {"stPicOut.pData[1]", "stDNParams", "stDNParams.pSpatialChromaNrLUT"}) {
             EXPECT_NE(chroma.err.find(std::string("host syncs to CPU ") + field + " "), std::string::npos) << field;
         }
+    }
+}
+
+// The entry's bands want 16 rows, and find their part of the mask by the stride.
+TEST(DenoiseCommand, HandsOverBlocksOf16RowsAtThePitchOfTheMask) {
+    const TempFolder folder;
+    for (const auto& [height, handed] : {std::pair{256, 256}, {264, 272}, {272, 272}}) {
+        savePicture(folder.path("in.y4m"), Picture(130, height));
+        runCli("denoise in.y4m out.y4m chromaS=-60 --chroma-only low --record call.eisc", folder.path(""));
+        const auto call = CallReader(folder.path("call.eisc")).next();
+        ASSERT_TRUE(call);
+        ST_CHROMA_CALL_BLOCK block;
+        ASSERT_EQ(call->block.size(), sizeof block);
+        std::memcpy(&block, call->block.data(), sizeof block);
+        EXPECT_EQ(block.width, 132);
+        EXPECT_EQ(block.height, handed);
+        EXPECT_EQ(block.stride, 256);
     }
 }
 
