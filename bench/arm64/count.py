@@ -34,11 +34,9 @@ def functions_of(library):
         yield start, start + size, name.split("::")[-1].strip() or match[3]
 
 
-def count(build, plugin, megapixels):
-    """The instructions a sample of each entry, and of each function in it."""
+def run(build, plugin, megapixels):
+    """Samples of each entry by its name, and for each block that ran: entry, address, instructions in it, runs."""
     library = build / "lib/libkelvane_eis_ap.so"
-    functions = list(functions_of(library))
-    size = max(end for _, end, _ in functions)
     with tempfile.NamedTemporaryFile("r") as blocks:
         program = ["qemu-aarch64", "-plugin", f"{plugin},out={blocks.name}", build / "bin/eis-arm64-count", megapixels]
         output = subprocess.run(program, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
@@ -46,16 +44,22 @@ def count(build, plugin, megapixels):
     first, *lines = output.stdout.splitlines()
     base = int(first.split()[1], 16)
     jobs = [line.split(maxsplit=2) for line in lines]
+    size = max(end for _, end, _ in functions_of(library))
+    ran = [(jobs[int(job)][2], int(address, 16) - base, int(instructions), int(runs))
+           for job, address, instructions, runs in executed]
+    return {name: int(samples) for _, samples, name in jobs}, [block for block in ran if 0 <= block[1] < size]
+
+
+def count(build, plugin, megapixels):
+    """The instructions a sample of each entry, and of each function in it."""
+    functions = list(functions_of(build / "lib/libkelvane_eis_ap.so"))
+    samples, ran = run(build, plugin, megapixels)
     owner = {}
-    counts = {name: collections.Counter() for _, _, name in jobs}
-    for job, address, instructions in executed:
-        at = int(address, 16) - base
-        if not 0 <= at < size:
-            continue
+    counts = {name: collections.Counter() for name in samples}
+    for entry, at, instructions, runs in ran:
         if at not in owner:
             owner[at] = next((name for start, end, name in functions if start <= at < end), "stubs of the linker")
-        _, samples, name = jobs[int(job)]
-        counts[name][owner[at]] += int(instructions) / int(samples)
+        counts[entry][owner[at]] += instructions * runs / samples[entry]
     return counts
 
 

@@ -1,7 +1,7 @@
 /* A plugin of qemu-user: counts the instructions that a program executes between two of its marks.
 
    qemu-aarch64 -plugin libcount.so,out=FILE PROGRAM: FILE gets a line for each translated block that ran: the job's
-   number, the block's address, the instructions executed. Blocks are counted on all threads. */
+   number, the block's address, its instructions, how often it ran. Blocks are counted on all threads. */
 #include <inttypes.h>
 #include <pthread.h>
 #include <stdatomic.h>
@@ -68,7 +68,8 @@ static void report(uint64_t job) {
     for (Counter* counter = counters; counter != NULL; counter = counter->next) {
         const uint64_t runs = atomic_exchange(&counter->runs, 0);
         if (runs == 0) continue;
-        fprintf(out, "%" PRIu64 " %" PRIx64 " %" PRIu64 "\n", job, counter->address, runs * counter->instructions);
+        fprintf(out, "%" PRIu64 " %" PRIx64 " %" PRIu64 " %" PRIu64 "\n", job, counter->address, counter->instructions,
+                runs);
     }
     fflush(out);
     pthread_mutex_unlock(&lock);
