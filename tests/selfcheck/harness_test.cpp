@@ -47,9 +47,10 @@ TEST(Harness, FaultLoopFailsEachCallInTurn) {
     static const FaultLoop loop{.calls = kMalloc,
                                 .run =
                                     [] {
-                                        void* first = std::malloc(1);
+                                        // Volatile, since a compiler may leave out what nobody sees.
+                                        void* volatile first = std::malloc(1);
                                         if (first == nullptr) return 1;
-                                        void* second = std::malloc(1);
+                                        void* volatile second = std::malloc(1);
                                         if (second == nullptr) {
                                             lost = first;
                                             return 2;

@@ -7,7 +7,9 @@ status=0
 
 check() { # OBJECT INSTRUCTION...
     local code instruction
-    code=$("$objdump" -d --no-show-raw-insn "$archive" | awk -v object="$1.cpp.o:" '/file format/ { inside = $1 == object } inside')
+    # Before each member's code stands its name, with LLVM in parentheses behind the archive's.
+    code=$("$objdump" -d --no-show-raw-insn "$archive" |
+        awk -v member="(^|\\()$1[.]cpp[.]o\\)?:\$" '/file format/ { inside = $1 ~ member } inside')
     ! grep -q 'N_SCALAR\|N_EMU128' <<<"$code" || { echo "$1: scalar functions" >&2; status=1; }
     for instruction in "${@:2}"; do
         grep -qE "[[:space:]]$instruction[[:space:]]+v[0-9]+\.(16b|8h|4s)" <<<"$code" ||
