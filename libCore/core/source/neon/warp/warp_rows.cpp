@@ -13,12 +13,10 @@
 #include "libCore/core/source/frame/vector_unit.h"
 
 #include "libCore/core/source/frame/vector_ops-inl.h"
+#include "libCore/core/source/neon/warp/warp_positions-inl.h"
 
 EIS_BEFORE_TARGET();
 
-// Groups handled in one go, so that their state leaves the first cache to the rows.
-constexpr int kGroups = 64;
-constexpr int kPositions = kGroups * kWarpGroupPositions;
 // How many rows ahead source samples are prefetched: along a rotated line the hardware prefetcher loses its stream at
 // every page and row.
 constexpr int kRowsAhead = 8;
@@ -31,147 +29,6 @@ constexpr int kGroupsTogether = static_cast<int>(hn::MaxLanes(Columns())) / kWar
 template <class D>
 using Samples = hn::Repartition<uint8_t, D>;
 
-// Positions of a run of groups, in arrays that fill vectors.
-struct Positions {
-    float inverse[kPositions];  // the same for all of a group
-    int32_t offset[kPositions];
-    int32_t chromaOffset[kPositions];
-    uint32_t columnWeights[kPositions];  // twice the bytes 128 - fx, fx
-    uint32_t rowWeights[kPositions];     // twice the 16-bit word fy
-    uint32_t uncommon[kPositions];       // not 0: a coordinate that the arrays do not hold
-    uint32_t special[kPositions];        // 0: common, and two more than the position before in the group
-    bool inside;                         // whether all that common positions load is in the planes
-};
-
-// What one row pair is made of.
-struct Source {
-    const uint8_t* luma;
-    int64_t lumaSize;
-    int64_t lastLoad;  // where 16 bytes of three rows are read at the latest
-    int64_t stride;
-    const uint8_t* chroma[2];
-    int64_t chromaSize;
-    int32_t chromaPitch;
-};
-
-// The projections' denominators, one a group, each the one before plus a step: the rounding of each addition is part of
-// the result, so that they cannot be computed apart.
-struct Denominator {
-    float value;
-    float step;
-
-    void next(float* HWY_RESTRICT values, int count) {
-        for (int g = 0; g < count; ++g) {
-            values[g] = value;
-            value += step;
-        }
-    }
-};
-
-void Reciprocals(float* HWY_RESTRICT denominators, int groups, float* HWY_RESTRICT inverse) {
-    for (int g = 0; g < groups; ++g) denominators[g] = 1.0F / denominators[g];
-    for (int g = 0; g < groups; ++g) {
-        for (int j = 0; j < kWarpGroupPositions; ++j) inverse[kWarpGroupPositions * g + j] = denominators[g];
-    }
-}
-
-void Project(const float* HWY_RESTRICT xTable, const float* HWY_RESTRICT h, float row,
-             const float* HWY_RESTRICT inverse, int positions, float* HWY_RESTRICT X, float* HWY_RESTRICT Y) {
-    const float baseX = std::fma(row, h[1], h[2]);
-    const float baseY = std::fma(row, h[4], h[5]);
-    const float h0 = h[0];
-    const float h3 = h[3];
-    for (int p = 0; p < positions; ++p) X[p] = std::fma(xTable[p], h0, baseX) * inverse[p];
-    for (int p = 0; p < positions; ++p) Y[p] = std::fma(xTable[p], h3, baseY) * inverse[p];
-    // Whole vectors are located.
-    const int end = std::min(positions + static_cast<int>(hn::MaxLanes(hn::ScalableTag<float>())), kPositions);
-    std::fill(X + positions, X + end, 0.0F);
-    std::fill(Y + positions, Y + end, 0.0F);
-}
-
-// Coordinates in units of 1/128, truncated. The values fit 32 bits, so that the instruction alone does, without the
-// library's care for those that do not.
-#if HWY_ARCH_ARM
-HWY_INLINE hn::Vec128<int32_t> Units(hn::Vec128<float> v) {
-    return hn::Vec128<int32_t>(vcvtq_n_s32_f32(v.raw, 7));
-}
-#else
-HWY_INLINE hn::Vec128<int32_t> Truncated(hn::Vec128<float> v) {
-    return hn::Vec128<int32_t>{_mm_cvttps_epi32(v.raw)};
-}
-#if HWY_CAP_GE256
-HWY_INLINE hn::Vec256<int32_t> Truncated(hn::Vec256<float> v) {
-    return hn::Vec256<int32_t>{_mm256_cvttps_epi32(v.raw)};
-}
-#endif
-#if HWY_CAP_GE512
-HWY_INLINE hn::Vec512<int32_t> Truncated(hn::Vec512<float> v) {
-    return hn::Vec512<int32_t>{_mm512_cvttps_epi32(v.raw)};
-}
-#endif
-template <class V>
-HWY_INLINE auto Units(V v) {
-    return Truncated(hn::Mul(v, hn::Set(hn::DFromV<V>(), 128.0F)));
-}
-#endif
-
-// Half the whole part of a coordinate in units, rounded up.
-template <class V>
-HWY_INLINE V HalfUp(V units) {
-#if HWY_ARCH_ARM
-    return V(vrshrq_n_s32(units.raw, 8));
-#else
-    return hn::ShiftRight<8>(hn::Add(units, hn::Set(hn::DFromV<V>(), 128)));
-#endif
-}
-
-// Offsets and weights of all positions. Coordinates from 0 to 32767 have 22 bits in units of 1/128, which floats and
-// words hold exactly; a position with any other is marked as uncommon and left to the plain form.
-void Locate(const float* HWY_RESTRICT X, const float* HWY_RESTRICT Y, const Source& from, int positions,
-            Positions& HWY_RESTRICT at) {
-    const hn::ScalableTag<float> d;
-    const hn::RebindToSigned<decltype(d)> dI;
-    const hn::RebindToUnsigned<decltype(d)> dU;
-    const hn::Repartition<uint16_t, decltype(d)> d16;
-    alignas(16) static constexpr int32_t kSteps[kWarpGroupPositions] = {0, 2, 4, 6};
-    const auto steps = hn::LoadDup128(dI, kSteps);
-    auto lastLuma = hn::Zero(dI);
-    auto lastChroma = hn::Zero(dI);
-    for (int p = 0; p < positions; p += static_cast<int>(hn::Lanes(d))) {
-        const auto limited = [&](auto coordinate)
-                                 HWY_ATTR { return hn::Min(hn::Max(coordinate, hn::Zero(d)), hn::Set(d, 32767.0F)); };
-        const auto fractionTwice = [&](auto unit) HWY_ATTR {
-            const auto fraction = hn::And(unit, hn::Set(dI, 127));
-            return hn::BitCast(d16, hn::Or(fraction, hn::ShiftLeft<16>(fraction)));
-        };
-        const auto rawX = hn::LoadU(d, X + p);
-        const auto rawY = hn::LoadU(d, Y + p);
-        const auto x = limited(rawX);
-        const auto y = limited(rawY);
-        const auto unitsX = Units(x);
-        const auto unitsY = Units(y);
-        const auto ix = hn::ShiftRight<7>(unitsX);
-        const auto iy = hn::ShiftRight<7>(unitsY);
-        const auto offset = hn::Add(ix, hn::Mul(iy, hn::Set(dI, static_cast<int32_t>(from.stride))));
-        const auto chromaOffset = hn::Add(HalfUp(unitsX), hn::Mul(HalfUp(unitsY), hn::Set(dI, from.chromaPitch)));
-        const auto uncommon = hn::BitCast(dU, hn::VecFromMask(d, hn::Or(hn::Ne(x, rawX), hn::Ne(y, rawY))));
-        const auto uneven = hn::BitCast(dU, hn::Xor(offset, hn::Add(hn::Broadcast<0>(offset), steps)));
-        const auto columnWeights = hn::Add(hn::Mul(fractionTwice(unitsX), hn::Set(d16, 255)), hn::Set(d16, 128));
-        lastLuma = hn::Max(lastLuma, offset);
-        lastChroma = hn::Max(lastChroma, chromaOffset);
-        hn::StoreU(offset, dI, at.offset + p);
-        hn::StoreU(chromaOffset, dI, at.chromaOffset + p);
-        hn::StoreU(hn::BitCast(dU, columnWeights), dU, at.columnWeights + p);
-        hn::StoreU(hn::BitCast(dU, fractionTwice(unitsY)), dU, at.rowWeights + p);
-        hn::StoreU(uncommon, dU, at.uncommon + p);
-        hn::StoreU(hn::Or(uncommon, uneven), dU, at.special + p);
-    }
-    // With these strides no offset wraps, so that none is negative.
-    at.inside = from.stride >= 0 && from.stride <= 65535 &&
-                hn::GetLane(hn::MaxOfLanes(dI, lastLuma)) <= from.lastLoad &&
-                hn::GetLane(hn::MaxOfLanes(dI, lastChroma)) <= from.chromaSize - kWarpGroupPositions;
-}
-
 // Whether a group's four words are 0.
 HWY_INLINE bool None(const uint32_t* words) {
     uint64_t halves[2];
@@ -181,6 +38,7 @@ HWY_INLINE bool None(const uint32_t* words) {
 
 // Whether the words of kGroupsTogether groups are 0.
 HWY_INLINE bool NoneTogether(const uint32_t* words) {
+    if constexpr (kGroupsTogether == 1) return None(words);
     const hn::Repartition<uint32_t, Columns> d;
     return hn::AllTrue(d, hn::Eq(hn::LoadU(d, words), hn::Zero(d)));
 }
@@ -189,7 +47,7 @@ HWY_INLINE bool NoneTogether(const uint32_t* words) {
 #if HWY_ARCH_ARM
 alignas(16) constexpr uint8_t kContiguous[16] = {0, 1, 2, 3, 4, 5, 6, 7, 1, 2, 3, 4, 5, 6, 7, 8};
 alignas(16) constexpr uint8_t kScattered[16] = {0, 1, 4, 5, 8, 9, 12, 13, 1, 2, 5, 6, 9, 10, 13, 14};
-alignas(16) constexpr uint8_t kWeights[16] = {0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15};
+alignas(16) constexpr uint8_t kWeights[16] = {0, 0, 4, 4, 8, 8, 12, 12, 1, 1, 5, 5, 9, 9, 13, 13};
 #else
 alignas(16) constexpr uint8_t kContiguous[16] = {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8};
 alignas(16) constexpr uint8_t kScattered[16] = {0, 1, 1, 2, 4, 5, 5, 6, 8, 9, 9, 10, 12, 13, 13, 14};
@@ -243,7 +101,15 @@ HWY_INLINE hn::Vec<Samples<GroupColumns>> ScatteredPairs(const uint8_t* plane, c
     const Samples<GroupColumns> d;
     alignas(16) uint32_t samples[kWarpGroupPositions];
     for (int j = 0; j < kWarpGroupPositions; ++j) std::memcpy(&samples[j], plane + offset[j], sizeof samples[j]);
+#if HWY_ARCH_ARM
+    // Lane by lane: clang 14 takes apart what it should load whole from an array.
+    uint32x4_t words = vdupq_n_u32(samples[0]);
+    words = vsetq_lane_u32(samples[1], words, 1);
+    words = vsetq_lane_u32(samples[2], words, 2);
+    const hn::Vec128<uint32_t> loaded(vsetq_lane_u32(samples[3], words, 3));
+#else
     const auto loaded = hn::Load(hn::CappedTag<uint32_t, 4>(), samples);
+#endif
     return hn::TableLookupBytes(hn::BitCast(d, loaded), hn::LoadDup128(d, kScattered));
 }
 
@@ -310,19 +176,26 @@ struct Target {
     uint8_t* chroma[2];  // null for luma alone
 };
 
-// Groups from g on, of which all positions are common and contiguous.
-HWY_INLINE void WarpTogether(const Source& from, const Positions& at, int g, bool lumaOnly, const Target& to) {
+// Groups from `first` on, before `end`, as long as all positions are common and contiguous: how many. In a function of
+// its own, whose loop finds all that it needs in registers.
+HWY_NOINLINE int WarpRun(const Source& source, const Positions& at, int first, int end, bool lumaOnly,
+                         const Target& target) {
+    if (!at.inside) return 0;
     const Columns d;
-    const int p = kWarpGroupPositions * g;
-    if (!lumaOnly) {
-        for (int i = 0; i < kGroupsTogether; ++i) {
-            const int position = kWarpGroupPositions * i;
-            ContiguousChroma(from, at.chromaOffset[p + position], to.chroma, p + position);
+    const Source from = source;
+    const Target to = target;
+    int g = first;
+    for (; g + kGroupsTogether <= end && NoneTogether(at.special + kWarpGroupPositions * g); g += kGroupsTogether) {
+        const int p = kWarpGroupPositions * g;
+        for (int i = 0; !lumaOnly && i < kGroupsTogether; ++i) {
+            const int position = p + kWarpGroupPositions * i;
+            ContiguousChroma(from, at.chromaOffset[position], to.chroma, position);
         }
+        const auto pairs = [&](int row)
+                               HWY_ATTR { return ContiguousPairs(d, from.luma + row * from.stride, at.offset + p); };
+        BlendLuma(d, pairs, at, p, to.luma + int64_t{kWarpGroupColumns} * g, to.stride);
     }
-    const auto pairs = [&](int row)
-                           HWY_ATTR { return ContiguousPairs(d, from.luma + row * from.stride, at.offset + p); };
-    BlendLuma(d, pairs, at, p, to.luma + int64_t{kWarpGroupColumns} * g, to.stride);
+    return g - first;
 }
 
 // One group; false, and nothing done, where it is left to the plain form.
@@ -358,9 +231,8 @@ bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
     for (int i = 0; !lumaOnly && i < 2; ++i) to.chroma[i] = destination.pData[1 + i] + chromaStart;
     const int totalGroups = record.w / kWarpGroupColumns;
     const auto r = static_cast<float>(row);
+    const Projection line(h, r);
     Positions at;
-    float X[kPositions];
-    float Y[kPositions];
     float denominators[kGroups];
     bool contiguous = false;
     Denominator denominator{std::fma(r, h[7], std::fma(h[6], static_cast<float>(record.x), 1.0F)), h[6] * 8.0F};
@@ -369,18 +241,16 @@ bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
         const int groups = std::min(totalGroups - first, kGroups);
         Reciprocals(denominators, groups, at.inverse);
         const int positions = kWarpGroupPositions * groups;
-        Project(record.xTable + kWarpGroupPositions * first, h, r, at.inverse, positions, X, Y);
-        Locate(X, Y, from, positions, at);
+        Locate(record.xTable + kWarpGroupPositions * first, line, from, positions, at);
         int fetched = 0;
-        for (int g = 0, together = 0; g < groups; g += together) {
+        for (int g = 0, done = 0; g < groups; g += done) {
             const int p = kWarpGroupPositions * g;
             for (; fetched <= g; fetched += 8) FetchAhead(from, at, p, lumaOnly);
-            const bool plain = at.inside && g + kGroupsTogether <= groups && NoneTogether(at.special + p);
-            together = plain ? kGroupsTogether : 1;
-            if (plain) {
-                WarpTogether(from, at, g, lumaOnly, to);
+            done = WarpRun(from, at, g, std::min(groups, fetched), lumaOnly, to);
+            if (done > 0) {
                 contiguous = true;
             } else {
+                done = 1;
                 contiguous = warpContiguous(at.offset + p);
                 if (!WarpGroup(from, at, g, contiguous, lumaOnly, to)) {
                     contiguous = WarpGroup_plain(record, row, first + g, at.inverse[p], lumaOnly);
@@ -388,7 +258,7 @@ bool WarpRowPair(const WarpRecord& record, int row, bool lumaOnly) {
             }
             // The next run's denominators are a chain of additions that wait for one another: spread over the groups,
             // that latency is hidden.
-            denominator.next(denominators + g, together);
+            denominator.next(denominators + g, done);
         }
         to.luma += kWarpGroupColumns * groups;
         for (int i = 0; !lumaOnly && i < 2; ++i) to.chroma[i] += kWarpGroupPositions * groups;
