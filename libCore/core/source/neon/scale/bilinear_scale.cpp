@@ -131,23 +131,34 @@ HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> LoadBlocks(const uint8_t* HWY
 #endif
 }
 
-// A row interpolated at a vector of columns from block b on: 20 bits, 4096 times the sample value.
-HWY_INLINE SumsV ColumnSums(const uint8_t* HWY_RESTRICT row, const CompactColumns& columns, size_t b) {
-    const hn::Repartition<uint8_t, Sums> d8;
-    const hn::Repartition<int16_t, Sums> d16;
-    const auto samples = hn::TableLookupBytesOr0(LoadBlocks(row, columns.base + b), hn::Load(d8, columns.lanes[b]));
-    const auto weights = hn::Load(d16, columns.weights[b]);
+// A vector of columns from block b on.
+struct Blocks {
+    const int32_t* base;
+    hn::Vec<hn::Repartition<uint8_t, Sums>> lanes;
+    hn::Vec<hn::Repartition<int16_t, Sums>> weights;
+
+    HWY_INLINE Blocks(const CompactColumns& columns, size_t b)
+        : base(columns.base + b),
+          lanes(hn::Load(hn::Repartition<uint8_t, Sums>(), columns.lanes[b])),
+          weights(hn::Load(hn::Repartition<int16_t, Sums>(), columns.weights[b])) {}
+
+    // A row interpolated there: 20 bits, 4096 times the sample value.
+    HWY_INLINE SumsV sums(const uint8_t* HWY_RESTRICT row) const {
+        const hn::Repartition<int16_t, Sums> d16;
+        const auto words = hn::BitCast(d16, hn::TableLookupBytesOr0(LoadBlocks(row, base), lanes));
 #if HWY_ARCH_ARM
-    const int16x8_t words = hn::BitCast(d16, samples).raw;
-    const int32x4_t left = vmull_s16(vget_low_s16(words), vget_low_s16(weights.raw));
-    return SumsV(vmlal_high_s16(left, words, weights.raw));
+        int32x4_t both = vmull_s16(vget_low_s16(words.raw), vget_low_s16(weights.raw));
+        // For the intrinsic clang 14 moves upper halves down first.
+        asm("smlal2 %0.4s, %1.8h, %2.8h" : "+w"(both) : "w"(words.raw), "w"(weights.raw));
+        return SumsV(both);
 #else
-    const Sums d;
-    SumsV second = hn::Zero(d);
-    const SumsV first = hn::ReorderWidenMulAccumulate(d, hn::BitCast(d16, samples), weights, hn::Zero(d), second);
-    return hn::Add(first, second);
+        const Sums d;
+        SumsV second = hn::Zero(d);
+        const SumsV first = hn::ReorderWidenMulAccumulate(d, words, weights, hn::Zero(d), second);
+        return hn::Add(first, second);
 #endif
-}
+    }
+};
 
 // The uppermost bytes of four vectors in order.
 HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Sums>> PackSums(SumsV a, SumsV b, SumsV c, SumsV d) {
@@ -186,41 +197,72 @@ struct RowPair {
 
 // Between two rows' sums. Wrapping: the sum of both terms is at most 255 << 24 unsigned, however far below zero the
 // second one is.
-void BlendRows(const RowPair& rows, const CompactColumns& columns, int count, uint8_t* HWY_RESTRICT dst) {
+HWY_INLINE SumsV Blend(const RowPair& rows, const Blocks& blocks) {
+    const SumsV upper = blocks.sums(rows.upper);
+    const SumsV lower = blocks.sums(rows.lower);
     const Sums d;
-    const hn::Repartition<uint8_t, Sums> d8;
     const SumsV fy = hn::Set(d, static_cast<int32_t>(rows.fraction));
+#if HWY_ARCH_ARM
+    const int32x4_t upperPart = vmulq_n_s32(upper.raw, 4096 - static_cast<int32_t>(rows.fraction));
+    return SumsV(vmlaq_s32(upperPart, lower.raw, fy.raw));
+#else
+    return hn::Add(hn::ShiftLeft<12>(upper), hn::Mul(hn::Sub(lower, upper), fy));
+#endif
+}
+
+// One row, or two `pitch` apart: what a step's columns take from tables is loaded once for both.
+template <int kRows>  // 1 or 2
+void BlendRows(const RowPair (&rows)[kRows], const CompactColumns& columns, int count, uint8_t* HWY_RESTRICT dst,
+               int64_t pitch) {
+    const hn::Repartition<uint8_t, Sums> d8;
     constexpr size_t kStep = kSumLanes / kBlock;
-    const auto blend = [&](size_t b) HWY_ATTR {
-        const SumsV upper = ColumnSums(rows.upper, columns, b);
-        const SumsV lower = ColumnSums(rows.lower, columns, b);
-        return hn::Add(hn::ShiftLeft<12>(upper), hn::Mul(hn::Sub(lower, upper), fy));
-    };
     for (int x = 0; x < count; x += kBytes) {
         const size_t b = static_cast<size_t>(x) / kBlock;
         for (const size_t fetched : {b, b + 2 * kStep}) {
-            hwy::Prefetch(rows.upper + rows.ahead + columns.base[fetched]);
-            hwy::Prefetch(rows.lower + rows.ahead + columns.base[fetched]);
+            for (const RowPair& pair : rows) {
+                hwy::Prefetch(pair.upper + pair.ahead + columns.base[fetched]);
+                hwy::Prefetch(pair.lower + pair.ahead + columns.base[fetched]);
+            }
         }
-        const auto bytes = PackSums(blend(b), blend(b + kStep), blend(b + 2 * kStep), blend(b + 3 * kStep));
-        if (x + kBytes <= count) {
-            hn::StoreU(bytes, d8, dst + x);
-        } else {
-            alignas(32) uint8_t last[kBytes];
-            hn::Store(bytes, d8, last);
-            std::memcpy(dst + x, last, count - x);
-        }
+        // Step by step, for clang 14 leaves a loop of loops as it is.
+        SumsV sums[kRows][4];
+        const auto blend = [&](size_t i) HWY_ATTR {
+            const Blocks blocks(columns, b + i * kStep);
+            sums[0][i] = Blend(rows[0], blocks);
+            if constexpr (kRows == 2) sums[1][i] = Blend(rows[1], blocks);
+        };
+        blend(0);
+        blend(1);
+        blend(2);
+        blend(3);
+        const auto store = [&](const SumsV* of, uint8_t* to) HWY_ATTR {
+            const auto bytes = PackSums(of[0], of[1], of[2], of[3]);
+            if (x + kBytes <= count) {
+                hn::StoreU(bytes, d8, to);
+            } else {
+                alignas(32) uint8_t last[kBytes];
+                hn::Store(bytes, d8, last);
+                std::memcpy(to, last, count - x);
+            }
+        };
+        store(sums[0], dst + x);
+        if constexpr (kRows == 2) store(sums[1], dst + pitch + x);
     }
 }
 
-void BlendRows(const RowPair& rows, const ScatteredColumns& columns, int count, uint8_t* HWY_RESTRICT dst) {
-    for (int x = 0; x < count; ++x) {
-        const auto sum = [&](const uint8_t* row) {
-            const uint32_t left = row[columns.left[x]];
-            return (left << 12) + (row[columns.right[x]] - left) * columns.fraction[x];
-        };
-        const uint32_t upper = sum(rows.upper);
-        dst[x] = static_cast<uint8_t>(((upper << 12) + (sum(rows.lower) - upper) * rows.fraction) >> 24);
+template <int kRows>
+void BlendRows(const RowPair (&rows)[kRows], const ScatteredColumns& columns, int count, uint8_t* HWY_RESTRICT dst,
+               int64_t pitch) {
+    for (int r = 0; r < kRows; ++r) {
+        for (int x = 0; x < count; ++x) {
+            const auto sum = [&](const uint8_t* row) {
+                const uint32_t left = row[columns.left[x]];
+                return (left << 12) + (row[columns.right[x]] - left) * columns.fraction[x];
+            };
+            const uint32_t upper = sum(rows[r].upper);
+            const uint32_t between = (upper << 12) + (sum(rows[r].lower) - upper) * rows[r].fraction;
+            dst[r * pitch + x] = static_cast<uint8_t>(between >> 24);
+        }
     }
 }
 
@@ -235,13 +277,16 @@ struct Destination {
 template <class Columns>
 void ScaleStrip(const SourcePlane& source, const Columns& columns, int32_t stepY, const Destination& to, int first,
                 int count) {
-    for (int y = to.rowFirst; y < to.rowEnd; ++y) {
+    const auto pair = [&](int y) -> RowPair {
         const ScalePosition position = scalePosition(stepY, y);
         const int64_t row = position.index;
         const int64_t ahead = row + 1 + kRowsAhead < source.height ? kRowsAhead * source.pitch : 0;
-        BlendRows({source.row(row), source.row(row + 1), position.fraction, ahead}, columns, count,
-                  to.samples + y * to.pitch + first);
-    }
+        return {source.row(row), source.row(row + 1), position.fraction, ahead};
+    };
+    uint8_t* dst = to.samples + first;
+    int y = to.rowFirst;
+    for (; y + 1 < to.rowEnd; y += 2) BlendRows({pair(y), pair(y + 1)}, columns, count, dst + y * to.pitch, to.pitch);
+    if (y < to.rowEnd) BlendRows({pair(y)}, columns, count, dst + y * to.pitch, to.pitch);
 }
 
 HWY_NOINLINE void ScaleScattered(const SourcePlane& source, const ColumnMap& map, int32_t stepY, const Destination& to,
