@@ -205,7 +205,7 @@ int startThread(pthread_t* thread, const pthread_attr_t* attributes, void* (*fun
     if (jitter == 0) return __real_pthread_create(thread, attributes, function, argument);
     const OwnWork own;
     const uint32_t state = g_jitterState += 0x9E3779B9;  // a Weyl sequence
-    auto delayed = std::make_unique<Delayed>(function, argument, (state >> 8) % (jitter + 1));
+    std::unique_ptr<Delayed> delayed(new Delayed{function, argument, (state >> 8) % (jitter + 1)});
     const int result = __real_pthread_create(thread, attributes, Delayed::run, delayed.get());
     if (result == 0) (void)delayed.release();
     return result;
