@@ -22,7 +22,11 @@ HWY_INLINE V16 WeightedSum(V16 a, V16 twice, V16 b) {
 }
 
 HWY_INLINE V8 ZeroBelow(V8 gradient, V8 threshold) {
+#if HWY_ARCH_ARM
+    return V8(vandq_u8(vcgeq_u8(gradient.raw, threshold.raw), gradient.raw));
+#else
     return hn::IfThenElseZero(hn::Eq(hn::Max(gradient, threshold), gradient), gradient);
+#endif
 }
 
 // Of kRun samples, from columns x - 1 to x + 1 of three rows.

@@ -130,7 +130,14 @@ HWY_INLINE void ForPairs(int n, Pair pair, Vector vector) {
         return;
     }
     pair(0);
-    for (int i = 1; i < last; i += kLanes) vector(i);
+    int i = 1;
+#if HWY_ARCH_ARM
+    for (; i + kLanes < last; i += 2 * kLanes) {  // as in ForSteps
+        vector(i);
+        vector(i + kLanes);
+    }
+#endif
+    for (; i < last; i += kLanes) vector(i);
     vector(last);
     pair(n - 1);
 }

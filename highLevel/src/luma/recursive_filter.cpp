@@ -120,8 +120,9 @@ HWY_INLINE void TurnTile(RowBlock& block, int column, V16& least, V16& most) {
 }
 
 HWY_INLINE void PullTile(const LoadedTable& table, RowBlock& block, int column, VectorPair* h) {
-    for (int i = 0; i < kTile; ++i) {
-        int16_t* samples = block.turned[column + (block.backward ? kTile - 1 - i : i)];
+    int16_t* samples = block.turned[column + (block.backward ? kTile - 1 : 0)];
+    const int64_t next = block.backward ? -kBlockRows : kBlockRows;
+    for (int i = 0; i < kTile; ++i, samples += next) {
         ForPairs([&](int p) HWY_ATTR {
             const VectorPair sample = CentredQ7(LoadPair(samples + 2 * p * kLanes));
             h[p] = Pulled(table, sample, h[p], sample);
@@ -217,12 +218,15 @@ void PullDown(const PullTables& tables, RowBlock& block, int16_t* HWY_RESTRICT l
     const LoadedTable down(tables.down);
     // As many columns at once as keep pulls from waiting for each other.
     constexpr int kColumns = 2 * kLanes * kPairs;
+    const int rows = block.rows;
+    const int64_t nextRow = block.nextRow;
     for (int c = 0; c < kStrip; c += kColumns) {
         const int16_t* opening = (block.opensPass ? block.pulled[0] : line) + c;
         VectorPair v[kPairs];
         for (int p = 0; p < kPairs; ++p) v[p] = LoadPair(opening + 2 * p * kLanes);
-        for (int r = 0; r < block.rows; ++r) {
-            hwy::Prefetch(block.nextStrip + r * block.nextRow + c);
+        const int16_t* fetched = block.nextStrip + c;
+        for (int r = 0; r < rows; ++r, fetched += nextRow) {
+            hwy::Prefetch(fetched);
             ForPairs([&](int p) HWY_ATTR {
                 int16_t* pulled = block.pulled[r] + c + 2 * p * kLanes;
                 const VectorPair h = LoadPair(pulled);
@@ -239,7 +243,7 @@ void PullDown(const PullTables& tables, RowBlock& block, int16_t* HWY_RESTRICT l
 #if HWY_TARGET == HWY_NEON
     // In a loop of its own: two tables would take all registers.
     const LoadedTable restore(tables.restore);
-    for (int r = 0; r < block.rows; ++r) {
+    for (int r = 0; r < rows; ++r) {
         for (int c = 0; c < kStrip; c += 2 * kLanes) {
             Restore(restore, LoadPair(block.pulled[r] + c), block.samples[r] + c);
         }
