@@ -33,7 +33,7 @@ check bilinear_scale tbl "smlal2?" uzp2
 check bilinear_whole uadalp mla shrn2
 check warp_rows tbl umlal2 urshr
 check wavelet_sweep tbl sqrdmulh urhadd
-check q7_convert sqrdmulh
+check q7_convert sqrshrun2
 check ghost_filter cmgt
 check mask_bits umax cmeq
 exit $status

@@ -18,6 +18,12 @@ void NarrowSamples(const int16_t* HWY_RESTRICT src, uint8_t* HWY_RESTRICT dst, i
     const hn::ScalableTag<int16_t> d;
     const auto lanes = static_cast<int64_t>(hn::Lanes(d));
     int64_t i = 0;
+#if HWY_ARCH_ARM
+    for (; i + 16 <= samples; i += 16) {
+        const uint8x8_t first = vqrshrun_n_s16(vld1q_s16(src + i), 7);
+        vst1q_u8(dst + i, vqrshrun_high_n_s16(first, vld1q_s16(src + i + 8), 7));
+    }
+#endif
     for (; i + lanes <= samples; i += lanes) narrow(d, i);
     for (; i < samples; ++i) narrow(hn::CappedTag<int16_t, 1>(), i);
 }

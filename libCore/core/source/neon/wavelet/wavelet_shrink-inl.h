@@ -55,24 +55,24 @@ void ShrinkRowWide(const int16_t* HWY_RESTRICT high, const int16_t* HWY_RESTRICT
 
 // What a row of 16-bit steps takes from a curve.
 struct NarrowCurve {
-    int16_t gains[8];  // by brightness class; a block of a shuffle
+    int16_t gains[8];  // twice those of the brightness classes; a block of a shuffle
     int16_t slope;
     int16_t keep;
     int16_t floor;
 };
 
-// Whether thresholds are rounding high multiplies of twice a map value and a gain, and stay positive; the larger part
+// Whether thresholds are rounding high multiplies of a map value and twice a gain, and stay positive; the larger part
 // of a threshold and what the noise band keeps are such multiplies too.
 inline bool FitsNarrow(const ShrinkCurve& curve, uint16_t mapMax) {
     for (const uint32_t gain : curve.gains) {
-        if (gain > 32767) return false;
+        if (gain > 16383) return false;
     }
-    return mapMax <= 16383 && curve.keep >= 1 && curve.floor >= 0;
+    return mapMax <= 32767 && curve.keep >= 1 && curve.floor >= 0;
 }
 
 inline NarrowCurve NarrowCurveOf(const ShrinkCurve& curve) {
     NarrowCurve narrow{};
-    for (int i = 0; i < 8; ++i) narrow.gains[i] = static_cast<int16_t>(curve.gains[i & 3]);
+    for (int i = 0; i < 8; ++i) narrow.gains[i] = static_cast<int16_t>(2 * curve.gains[i & 3]);
     narrow.slope = static_cast<int16_t>(curve.slope);
     narrow.keep = static_cast<int16_t>(curve.keep);
     narrow.floor = static_cast<int16_t>(curve.floor);
@@ -91,21 +91,31 @@ HWY_INLINE hn::Vec<D> GainsAt(D d, hn::Vec<D> level, const NarrowCurve& curve) {
     return hn::BitCast(d, hn::TableLookupBytes(gains, hn::BitCast(d8, at)));
 }
 
+// Value less an amount with the value's sign.
+template <class V>
+HWY_INLINE V Towards0(V value, V amount) {
+#if HWY_ARCH_ARM
+    const int16x8_t sign = vorrq_s16(vshrq_n_s16(value.raw, 15), vdupq_n_s16(1));
+    return V(vmlsq_s16(value.raw, amount.raw, sign));
+#else
+    return hn::Sub(value, WithSignOf(value, amount));
+#endif
+}
+
 // One vector, for Q7 samples, and curves and maps that fit.
 template <bool first, class D>
-HWY_INLINE void ShrinkNarrow(D d, hn::Vec<D> gain, const int16_t* high, const int16_t* low, const uint16_t* map,
+HWY_INLINE void ShrinkNarrow(D d, hn::Vec<D> gain, hn::Vec<D> level, const int16_t* high, const uint16_t* map,
                              int16_t* sum, const NarrowCurve& curve) {
     const hn::RebindToUnsigned<D> du;
-    const auto level = hn::LoadU(d, low);
     const auto weight = hn::BitCast(d, hn::LoadU(du, map));
     const auto floor = hn::Set(d, curve.floor);
-    auto threshold = hn::MulFixedPoint15(hn::Add(weight, weight), gain);
+    auto threshold = hn::MulFixedPoint15(weight, gain);
     if constexpr (first) threshold = hn::Max(threshold, floor);
 
     const auto detail = hn::Sub(hn::LoadU(d, high), level);
     const auto size = hn::Abs(detail);
     const auto taken = hn::MulFixedPoint15(threshold, hn::Set(d, curve.slope));
-    const auto outer = hn::Sub(detail, WithSignOf(detail, taken));
+    const auto outer = Towards0(detail, taken);
     const auto noise = hn::MulFixedPoint15(detail, hn::Set(d, curve.keep));
     const auto shrunk = hn::IfThenElse(hn::Gt(size, threshold), outer, noise);
     if constexpr (first) {
@@ -120,9 +130,12 @@ void ShrinkRowNarrow(const int16_t* HWY_RESTRICT high, const int16_t* HWY_RESTRI
                      const uint16_t* HWY_RESTRICT map, int16_t* HWY_RESTRICT sum, int count,
                      const NarrowCurve& shared) {
     const NarrowCurve curve = shared;
-    const auto shrink = [&](auto d, hn::Vec<decltype(d)> gain, int x)
-                            HWY_ATTR { ShrinkNarrow<first>(d, gain, high + x, low + x, map + x, sum + x, curve); };
-    const auto shrinkAt = [&](auto d, int x) HWY_ATTR { shrink(d, GainsAt(d, hn::LoadU(d, low + x), curve), x); };
+    const auto shrink = [&](auto d, hn::Vec<decltype(d)> gain, hn::Vec<decltype(d)> level, int x)
+                            HWY_ATTR { ShrinkNarrow<first>(d, gain, level, high + x, map + x, sum + x, curve); };
+    const auto shrinkAt = [&](auto d, int x) HWY_ATTR {
+        const auto level = hn::LoadU(d, low + x);
+        shrink(d, GainsAt(d, level, curve), level, x);
+    };
     const hn::ScalableTag<int16_t> d;
     const int lanes = static_cast<int>(hn::Lanes(d));
     int x = 0;
@@ -132,13 +145,13 @@ void ShrinkRowNarrow(const int16_t* HWY_RESTRICT high, const int16_t* HWY_RESTRI
     const uint8x16_t lower = vuzp1q_u8(gains, gains);
     const uint8x16_t upper = vuzp2q_u8(gains, gains);
     for (; x + 2 * lanes <= count; x += 2 * lanes) {
-        const uint8x16_t a = vreinterpretq_u8_s16(vld1q_s16(low + x));
-        const uint8x16_t b = vreinterpretq_u8_s16(vld1q_s16(low + x + lanes));
-        const uint8x16_t bins = vshrq_n_u8(vuzp2q_u8(a, b), 5);
+        const auto a = hn::LoadU(d, low + x);
+        const auto b = hn::LoadU(d, low + x + lanes);
+        const uint8x16_t bins = vshrq_n_u8(vuzp2q_u8(vreinterpretq_u8_s16(a.raw), vreinterpretq_u8_s16(b.raw)), 5);
         const uint8x16_t lowerBytes = vqtbl1q_u8(lower, bins);
         const uint8x16_t upperBytes = vqtbl1q_u8(upper, bins);
-        shrink(d, hn::Vec<decltype(d)>(vreinterpretq_s16_u8(vzip1q_u8(lowerBytes, upperBytes))), x);
-        shrink(d, hn::Vec<decltype(d)>(vreinterpretq_s16_u8(vzip2q_u8(lowerBytes, upperBytes))), x + lanes);
+        shrink(d, hn::Vec<decltype(d)>(vreinterpretq_s16_u8(vzip1q_u8(lowerBytes, upperBytes))), a, x);
+        shrink(d, hn::Vec<decltype(d)>(vreinterpretq_s16_u8(vzip2q_u8(lowerBytes, upperBytes))), b, x + lanes);
     }
 #endif
     for (; x + lanes <= count; x += lanes) shrinkAt(d, x);
