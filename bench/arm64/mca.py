@@ -33,13 +33,13 @@ def instructions_of(library):
 
 
 def loops_of(texts):
-    """First and last address of each loop: a branch back within a function and what it leads to; inner ones first."""
-    loops = {}
+    """First and last address of each loop, a branch back and what it leads to: inner ones first."""
+    loops = []
     for address, text in texts.items():
         target = re.match(r"(?:b|b\.\w+|cbn?z|tbn?z)\s.*?0x([0-9a-f]+) <", text)
         if target and int(target[1], 16) < address:
-            loops[int(target[1], 16)] = max(address, loops.get(int(target[1], 16), 0))
-    return sorted(loops.items(), key=lambda loop: loop[1] - loop[0])
+            loops.append((int(target[1], 16), address))
+    return sorted(loops, key=lambda loop: loop[1] - loop[0])
 
 
 def turns_of(loops, executed):
