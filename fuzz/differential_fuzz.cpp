@@ -123,10 +123,10 @@ void scale(Form& f) {
     const int dstH = ratio == 0 ? 2 * srcH : ratio == 1 ? srcH : ratio == 2 ? (srcH + 1) / 2 : f.in.side(120);
     const int srcPitch = srcW + f.in.in(0, 9);
     const int dstPitch = dstW + f.in.in(0, 9);
-    const uint8_t* src = f.planes.bytes(srcPitch * (srcH - 1) + srcW);
+    uint8_t* src = f.planes.bytes(srcPitch * (srcH - 1) + srcW);
     uint8_t* dst = f.planes.bytes(dstPitch * (dstH - 1) + dstW);
     if (!f.plain) {
-        ScaleUnpadded(src, srcW, srcH, srcPitch, dst, dstW, dstH, dstPitch);
+        ScaleUnpadded({src, srcPitch, srcW, srcH}, {dst, dstPitch, dstW, dstH});
         return;
     }
     auto* padded = f.spare.empty<uint8_t>((srcW + 4) * (srcH + 4));

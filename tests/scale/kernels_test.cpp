@@ -97,7 +97,7 @@ TEST(ScaleKernels, PaddedFormsAgree) {
         const Plane<uint8_t> chroma = paddedSource(s, 2, turn);
         expectFormsAgree(s, 2, turn, [&](bool plain, const Plane<uint8_t>& out) {
             (plain ? uv_bilinear_scale_crop_fixed_plain : uv_bilinear_scale_crop_fixed)(
-                chroma.data(), s.srcW, s.srcH, out.data(), s.dstW, s.dstH, out.pitch());
+                chroma.data(), s.srcW, s.srcH, {out.data(), out.pitch(), s.dstW, s.dstH});
         });
         if (HasFailure()) return;
     }
@@ -118,8 +118,8 @@ TEST(ScaleKernels, UnpaddedFormsAgree) {
         const Plane<uint8_t> source(s.srcW, s.srcH, s.srcW + static_cast<int>(turn % 3), placementOf(turn), true);
         fill(source, kAllContents[turn % std::size(kAllContents)], turn);
         expectFormsAgree(s, 1, turn, [&](bool plain, const Plane<uint8_t>& out) {
-            (plain ? ScaleUnpadded_plain : ScaleUnpadded)(source.data(), s.srcW, s.srcH, source.pitch(), out.data(),
-                                                          s.dstW, s.dstH, out.pitch());
+            (plain ? ScaleUnpadded_plain : ScaleUnpadded)({source.data(), source.pitch(), s.srcW, s.srcH},
+                                                          {out.data(), out.pitch(), s.dstW, s.dstH});
         });
         if (HasFailure()) return;
     }

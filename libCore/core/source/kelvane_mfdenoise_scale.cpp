@@ -77,10 +77,7 @@ bool meet(const Planes& a, const Planes& b) {
 
 // The planes are read where they stand.
 void scaleUnpadded(const Planes& from, const Planes& to) {
-    for (int i = 0; i < 3; ++i) {
-        ScaleUnpadded(from[i].data, from[i].width, from[i].height, from[i].pitch, to[i].data, to[i].width, to[i].height,
-                      to[i].pitch);
-    }
+    for (int i = 0; i < 3; ++i) ScaleUnpadded(from[i], to[i]);
 }
 
 // From padded copies in the work buffer. False when luma fails.
@@ -95,8 +92,7 @@ bool scalePadded(const Planes& from, const Planes& to, int32_t border, const Wor
                                          to[0].height, to[0].pitch, 0, to[0].height, table) != 0) {
         return false;
     }
-    uv_bilinear_scale_crop_fixed(padded[1], from[1].width, from[1].height, to[1].data, to[1].width, to[1].height,
-                                 to[1].pitch);
+    uv_bilinear_scale_crop_fixed(padded[1], from[1].width, from[1].height, to[1]);
     return true;
 }
 

@@ -10,6 +10,18 @@
 namespace eis {
 
 // The sampler's layout of a padded plane.
+// Rows of the destination that are wanted.
+struct ScaleRows {
+    int first;
+    int end;
+};
+
+// 32-bit column numbers at any alignment; columns behind the table's end stand for themselves.
+struct ScaleColumns {
+    const void* table;
+    int entries;
+};
+
 inline constexpr int kScaleBorder = 2;
 inline int64_t scalePaddedPitch(int width) {
     return int64_t{width} + 2 * kScaleBorder;

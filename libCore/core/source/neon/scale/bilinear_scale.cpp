@@ -299,11 +299,12 @@ HWY_NOINLINE void ScaleScattered(const SourcePlane& source, const ColumnMap& map
     }
 }
 
-void ScaleSource(const SourcePlane& source, const Destination& to, int dstW, int dstH, const void* colTable,
-                 int entries) {
+void ScaleSource(const SourcePlane& source, const PlaneView& plane, const ScaleRows& rows, const ScaleColumns& table) {
     if (source.width < 1 || source.height < 1) return;
-    const ColumnMap map{scaleStep(source.width, dstW), colTable, entries};
-    const int32_t stepY = scaleStep(source.height, dstH);
+    const int dstW = plane.width;
+    const Destination to{plane.data, plane.pitch, rows.first, rows.end};
+    const ColumnMap map{scaleStep(source.width, dstW), table.table, table.entries};
+    const int32_t stepY = scaleStep(source.height, plane.height);
     const int strips = (dstW + kStrip - 1) / kStrip;
     CompactColumns columns;
     for (int x = 0, count = 0; x < dstW; x += count) {
@@ -316,16 +317,14 @@ void ScaleSource(const SourcePlane& source, const Destination& to, int dstW, int
     }
 }
 
-void ScalePadded(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH, int dstPitch, int rowFirst,
-                 int rowEnd, const void* colTable, int entries) {
+void ScalePadded(const uint8_t* src, int srcW, int srcH, const PlaneView& to, const ScaleRows& rows,
+                 const ScaleColumns& table) {
     const int64_t pitch = scalePaddedPitch(srcW);
-    ScaleSource({src + kScaleBorder * pitch + kScaleBorder, pitch, srcW, srcH, kScaleBorder},
-                {dst, dstPitch, rowFirst, rowEnd}, dstW, dstH, colTable, entries);
+    ScaleSource({src + kScaleBorder * pitch + kScaleBorder, pitch, srcW, srcH, kScaleBorder}, to, rows, table);
 }
 
-void ScaleDirect(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
-                 int dstPitch) {
-    ScaleSource({src, srcPitch, srcW, srcH, 0}, {dst, dstPitch, 0, dstH}, dstW, dstH, nullptr, 0);
+void ScaleDirect(const PlaneView& from, const PlaneView& to) {
+    ScaleSource({from.data, from.pitch, from.width, from.height, 0}, to, {0, to.height}, {nullptr, 0});
 }
 
 EIS_AFTER_TARGET();
@@ -339,23 +338,21 @@ HWY_EXPORT(ScaleDirect);
 int y_bilinear_scale_crop_fixed_neon(const uint8_t* src, int srcW, int srcH, int /*srcStride*/, uint8_t* dst, int dstW,
                                      int dstH, int dstStride, int rowFirst, int rowEnd, const void* colTable) {
     HWY_DYNAMIC_DISPATCH(ScalePadded)
-    (src, srcW, srcH, dst, dstW, dstH, dstStride, rowFirst, rowEnd, colTable, dstStride);
+    (src, srcW, srcH, {dst, dstStride, dstW, dstH}, {rowFirst, rowEnd}, {colTable, dstStride});
     return 0;
 }
 
-void uv_bilinear_scale_crop_fixed(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
-                                  int dstPitch) {
-    for (int plane = 0; plane < 2; ++plane) {
+void uv_bilinear_scale_crop_fixed(const uint8_t* src, int srcW, int srcH, const PlaneView& to) {
+    PlaneView plane = to;
+    for (int i = 0; i < 2; ++i, plane.data += int64_t{to.pitch} * to.height) {
         HWY_DYNAMIC_DISPATCH(ScalePadded)
-        (src + plane * scalePaddedSize(srcW, srcH), srcW, srcH, dst + int64_t{plane} * dstPitch * dstH, dstW, dstH,
-         dstPitch, 0, dstH, nullptr, 0);
+        (src + i * scalePaddedSize(srcW, srcH), srcW, srcH, plane, {0, to.height}, {nullptr, 0});
     }
 }
 
-void ScaleUnpadded(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
-                   int dstPitch) {
-    if (ScaleWholeRatio(src, srcW, srcH, srcPitch, dst, dstW, dstH, dstPitch)) return;
-    HWY_DYNAMIC_DISPATCH(ScaleDirect)(src, srcW, srcH, srcPitch, dst, dstW, dstH, dstPitch);
+void ScaleUnpadded(const PlaneView& from, const PlaneView& to) {
+    if (ScaleWholeRatio(from, to)) return;
+    HWY_DYNAMIC_DISPATCH(ScaleDirect)(from, to);
 }
 
 }  // namespace eis

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "libCore/core/source/frame/plane_view.h"
+
 namespace eis {
 
 // Scales one plane: destination rows rowFirst to rowEnd - 1, of dstW samples each. colTable holds dstStride 32-bit
@@ -18,17 +20,13 @@ int y_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, in
                                       int dstH, int dstStride, int rowFirst, int rowEnd, const void* colTable);
 
 // Scales both chroma planes of a picture in one sweep. The second padded plane stands right behind the first; the
-// second destination plane dstPitch * dstH bytes behind the first.
-void uv_bilinear_scale_crop_fixed(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
-                                  int dstPitch);
-void uv_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
-                                        int dstPitch);
+// second destination plane right behind the last row of the first, `to`.
+void uv_bilinear_scale_crop_fixed(const uint8_t* src, int srcW, int srcH, const PlaneView& to);
+void uv_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, const PlaneView& to);
 
 // Scales an unpadded plane: what MirrorBorderCopy with a border of two samples and one of the forms above give, without
 // the copy. Source and destination may not overlap.
-void ScaleUnpadded(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
-                   int dstPitch);
-void ScaleUnpadded_plain(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
-                         int dstPitch);
+void ScaleUnpadded(const PlaneView& from, const PlaneView& to);
+void ScaleUnpadded_plain(const PlaneView& from, const PlaneView& to);
 
 }  // namespace eis

@@ -9,18 +9,19 @@ namespace {
 
 // A plane of which sample(row, column) can be had one beyond its last row and column.
 template <class Sample>
-void bilinearPlane(Sample sample, int srcW, int srcH, uint8_t* dst, int dstW, int dstH, int dstPitch, int rowFirst,
-                   int rowEnd, const void* colTable, int entries) {
+void bilinearPlane(Sample sample, int srcW, int srcH, const PlaneView& to, const ScaleRows& rows,
+                   const ScaleColumns& columns) {
     if (srcW < 1 || srcH < 1) return;
-    for (int row = rowFirst; row < rowEnd; ++row) {
-        const ScalePosition y = scalePosition(scaleStep(srcH, dstH), row);
-        for (int column = 0; column < dstW; ++column) {
-            const ScalePosition x = scalePosition(scaleStep(srcW, dstW), scaleColumn(colTable, entries, column));
+    for (int row = rows.first; row < rows.end; ++row) {
+        const ScalePosition y = scalePosition(scaleStep(srcH, to.height), row);
+        for (int column = 0; column < to.width; ++column) {
+            const ScalePosition x =
+                scalePosition(scaleStep(srcW, to.width), scaleColumn(columns.table, columns.entries, column));
             const uint32_t upper = sample(y.index, x.index) * (4096 - x.fraction) * (4096 - y.fraction) +
                                    sample(y.index, x.index + 1) * x.fraction * (4096 - y.fraction);
             const uint32_t lower = sample(y.index + 1, x.index) * (4096 - x.fraction) * y.fraction +
                                    sample(y.index + 1, x.index + 1) * x.fraction * y.fraction;
-            dst[int64_t{row} * dstPitch + column] = static_cast<uint8_t>((upper + lower) >> 24);
+            to.data[int64_t{row} * to.pitch + column] = static_cast<uint8_t>((upper + lower) >> 24);
         }
     }
 }
@@ -35,26 +36,25 @@ auto paddedSamples(const uint8_t* src, int srcW) {
 
 int y_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, int /*srcStride*/, uint8_t* dst, int dstW,
                                       int dstH, int dstStride, int rowFirst, int rowEnd, const void* colTable) {
-    bilinearPlane(paddedSamples(src, srcW), srcW, srcH, dst, dstW, dstH, dstStride, rowFirst, rowEnd, colTable,
-                  dstStride);
+    bilinearPlane(paddedSamples(src, srcW), srcW, srcH, {dst, dstStride, dstW, dstH}, {rowFirst, rowEnd},
+                  {colTable, dstStride});
     return 0;
 }
 
-void uv_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, uint8_t* dst, int dstW, int dstH,
-                                        int dstPitch) {
-    for (int plane = 0; plane < 2; ++plane) {
-        bilinearPlane(paddedSamples(src + plane * scalePaddedSize(srcW, srcH), srcW), srcW, srcH,
-                      dst + int64_t{plane} * dstPitch * dstH, dstW, dstH, dstPitch, 0, dstH, nullptr, 0);
+void uv_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, const PlaneView& to) {
+    PlaneView plane = to;
+    for (int i = 0; i < 2; ++i, plane.data += int64_t{to.pitch} * to.height) {
+        bilinearPlane(paddedSamples(src + i * scalePaddedSize(srcW, srcH), srcW), srcW, srcH, plane, {0, to.height},
+                      {nullptr, 0});
     }
 }
 
-void ScaleUnpadded_plain(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
-                         int dstPitch) {
+void ScaleUnpadded_plain(const PlaneView& from, const PlaneView& to) {
     const auto mirrored = [](int64_t i, int size) { return i < size ? i : std::max<int64_t>(2 * (size - 1) - i, 0); };
     const auto sample = [&](int64_t row, int64_t column) {
-        return uint32_t{src[mirrored(row, srcH) * srcPitch + mirrored(column, srcW)]};
+        return uint32_t{from.data[mirrored(row, from.height) * from.pitch + mirrored(column, from.width)]};
     };
-    bilinearPlane(sample, srcW, srcH, dst, dstW, dstH, dstPitch, 0, dstH, nullptr, 0);
+    bilinearPlane(sample, from.width, from.height, to, {0, to.height}, {nullptr, 0});
 }
 
 }  // namespace eis

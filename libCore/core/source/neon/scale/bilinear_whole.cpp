@@ -154,20 +154,23 @@ namespace eis {
 HWY_EXPORT(ScaleHalf);
 HWY_EXPORT(ScaleDouble);
 
-bool ScaleWholeRatio(const uint8_t* src, int srcW, int srcH, int64_t srcPitch, uint8_t* dst, int dstW, int dstH,
-                     int dstPitch) {
+bool ScaleWholeRatio(const PlaneView& from, const PlaneView& to) {
+    const int srcW = from.width;
+    const int srcH = from.height;
+    const int dstW = to.width;
+    const int dstH = to.height;
     // Positions of larger planes wrap.
     if (srcW < 1 || srcH < 1 || std::max(srcW, srcH) > 32767) return false;
     if (dstW == srcW && dstH == srcH) {
-        for (int y = 0; y < dstH; ++y) std::memcpy(dst + int64_t{y} * dstPitch, src + y * srcPitch, dstW);
+        for (int64_t y = 0; y < dstH; ++y) std::memcpy(to.data + y * to.pitch, from.data + y * from.pitch, dstW);
         return true;
     }
     if (int64_t{dstW} * 2 == srcW && int64_t{dstH} * 2 == srcH) {
-        HWY_DYNAMIC_DISPATCH(ScaleHalf)(src, srcPitch, dst, dstW, dstH, dstPitch);
+        HWY_DYNAMIC_DISPATCH(ScaleHalf)(from.data, from.pitch, to.data, dstW, dstH, to.pitch);
         return true;
     }
     if (dstW == int64_t{srcW} * 2 && dstH == int64_t{srcH} * 2 && srcW > 1 && srcH > 1) {
-        HWY_DYNAMIC_DISPATCH(ScaleDouble)(src, srcW, srcH, srcPitch, dst, dstPitch);
+        HWY_DYNAMIC_DISPATCH(ScaleDouble)(from.data, srcW, srcH, from.pitch, to.data, to.pitch);
         return true;
     }
     return false;
