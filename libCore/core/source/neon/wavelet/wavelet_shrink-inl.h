@@ -104,8 +104,8 @@ HWY_INLINE V Towards0(V value, V amount) {
 
 // One vector, for Q7 samples, and curves and maps that fit.
 template <bool first, class D>
-HWY_INLINE void ShrinkNarrow(D d, hn::Vec<D> gain, hn::Vec<D> level, const int16_t* high, const uint16_t* map,
-                             int16_t* sum, const NarrowCurve& curve) {
+HWY_INLINE hn::Vec<D> ShrinkNarrow(D d, hn::Vec<D> gain, hn::Vec<D> level, const int16_t* high, const uint16_t* map,
+                                   const NarrowCurve& curve) {
     const hn::RebindToUnsigned<D> du;
     const auto weight = hn::BitCast(d, hn::LoadU(du, map));
     const auto floor = hn::Set(d, curve.floor);
@@ -118,11 +118,7 @@ HWY_INLINE void ShrinkNarrow(D d, hn::Vec<D> gain, hn::Vec<D> level, const int16
     const auto outer = Towards0(detail, taken);
     const auto noise = hn::MulFixedPoint15(detail, hn::Set(d, curve.keep));
     const auto shrunk = hn::IfThenElse(hn::Gt(size, threshold), outer, noise);
-    if constexpr (first) {
-        hn::StoreU(hn::IfThenElse(hn::Lt(size, floor), detail, shrunk), d, sum);
-    } else {
-        hn::StoreU(hn::Add(hn::LoadU(d, sum), shrunk), d, sum);
-    }
+    return first ? hn::IfThenElse(hn::Lt(size, floor), detail, shrunk) : shrunk;
 }
 
 template <bool first>
@@ -130,8 +126,10 @@ void ShrinkRowNarrow(const int16_t* HWY_RESTRICT high, const int16_t* HWY_RESTRI
                      const uint16_t* HWY_RESTRICT map, int16_t* HWY_RESTRICT sum, int count,
                      const NarrowCurve& shared) {
     const NarrowCurve curve = shared;
-    const auto shrink = [&](auto d, hn::Vec<decltype(d)> gain, hn::Vec<decltype(d)> level, int x)
-                            HWY_ATTR { ShrinkNarrow<first>(d, gain, level, high + x, map + x, sum + x, curve); };
+    const auto shrink = [&](auto d, hn::Vec<decltype(d)> gain, hn::Vec<decltype(d)> level, int x) HWY_ATTR {
+        const auto shrunk = ShrinkNarrow<first>(d, gain, level, high + x, map + x, curve);
+        hn::StoreU(first ? shrunk : hn::Add(hn::LoadU(d, sum + x), shrunk), d, sum + x);
+    };
     const auto shrinkAt = [&](auto d, int x) HWY_ATTR {
         const auto level = hn::LoadU(d, low + x);
         shrink(d, GainsAt(d, level, curve), level, x);
