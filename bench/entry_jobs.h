@@ -163,7 +163,7 @@ static inline void* jobFastTablesBlock(int width, int height) {
     (void)width, (void)height;
     static ST_FAST_DN2D_CONTROL block;
     block = (ST_FAST_DN2D_CONTROL){0, {0, 0, 0}, -60, -60, 10, -60, 60, 1.2f};
-    hostAllocate(kFastEntries * sizeof(int16_t), &block.iDnCoefs);
+    hostAllocate(eisSizeOfFastTables(), &block.iDnCoefs);
     return &block;
 }
 static inline ret_status jobShrinkTables(const void* block) {
@@ -173,7 +173,7 @@ static inline void* jobShrinkTablesBlock(int width, int height) {
     (void)width, (void)height;
     static ST_SHRINK_LUT_CONTROL block;
     block = (ST_SHRINK_LUT_CONTROL){0, -40, -28, 100, 300, -60, 0};
-    hostAllocate(kShrinkEntries * sizeof(int16_t), &block.iLutCoefs);
+    hostAllocate(eisSizeOfShrinkTables(), &block.iLutCoefs);
     return &block;
 }
 

@@ -1,7 +1,7 @@
 /* Entries called over and over, for what grows, stays behind or changes. What a job is given is put back before each
-   call; each call must leave what the first one left, no thread and no file may stay open, and memory may
-   grow by 64 KiB from where it settled: after the first hundredth of a job's calls, and after twenty at least, by when
-   each of the C library's arenas has been used.
+   call; each call must leave what the first one left, no thread and no file may stay open, and memory may grow by
+   64 KiB from where it settled: after the first hundredth of a job's calls, and after twenty at least, by when each of
+   the C library's arenas has been used.
 
    soak [PART]: 10 million calls of small jobs, 100 thousand of jobs with threads and 2 thousand of denoising a
    megapixel, or that divided by PART, up to 50. Exit status 1 where a job fails. */
@@ -58,9 +58,6 @@ static void* pairsBlock(int width, int height) {
 }
 static ret_status cleanPairs(const void* block) {
     return RansacEst_AcoreAPI_EIS((RansacEstParaContext*)block);
-}
-static void* halve(int width, int height) {
-    return jobHalve(width, height);
 }
 
 /* Of the process. Not the counter of /proc/self/statm, which threads bring up to date late. */
@@ -145,7 +142,7 @@ static int soak(const Job* job, long calls) {
 }
 
 int main(int argc, char** argv) {
-    static const Job jobs[] = {{"scale", jobScale, halve, 32, 24, 2500000},
+    static const Job jobs[] = {{"scale", jobScale, jobHalve, 32, 24, 2500000},
                                {"clean pairs", cleanPairs, pairsBlock, 128, 128, 2500000},
                                {"fast tables", jobFastTables, jobFastTablesBlock, 0, 0, 2500000},
                                {"shrink tables", jobShrinkTables, jobShrinkTablesBlock, 0, 0, 2500000},

@@ -46,7 +46,9 @@ def main():
     rules = Path(".clang-tidy").read_bytes() + version
     kept = build / "clean"
     clean = set(kept.read_text().split()) if kept.exists() else set()
-    names = [name for name in sys.stdin.read().split() if name in entries]
+    names = sys.stdin.read().split()
+    if unknown := [name for name in names if name not in entries]:
+        sys.exit("tidy: not configured in " + str(build) + ": " + " ".join(unknown))
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool, kept.open("a") as out:
         runs = [pool.submit(check, name, entries[name], options, rules, clean) for name in names]

@@ -61,10 +61,6 @@ struct Run {
     DeviceAddress bytes(int64_t count) { return device.share(memory.bytes(count)); }
 };
 
-int32_t pitchOf(int32_t width) {
-    return (width + 127) & ~127;
-}
-
 // A plane that ends with its last sample.
 int64_t planeBytes(int32_t pitch, int32_t width, int32_t height) {
     return width < 1 || height < 1 ? 0 : int64_t{pitch} * (height - 1) + width;
@@ -91,7 +87,7 @@ void scale(Run& run) {
     b.dstStride = b.dstWidth + in.of({0, 0, 3, 128});
     b.border = 2;
     const auto luma = [](int w, int h, int stride) { return planeBytes(stride, w, h); };
-    const auto chroma = [](int w, int h, int stride) { return planeBytes(pitchOf(stride / 2), w / 2, h / 2 * 2); };
+    const auto chroma = [](int w, int h, int stride) { return planeBytes(eisPitch(stride / 2), w / 2, h / 2 * 2); };
     b.Yin = run.bytes(std::max(luma(b.srcWidth, b.srcHeight, b.srcStride), int64_t{1}));
     b.Uvin = run.bytes(std::max(chroma(b.srcWidth, b.srcHeight, b.srcStride), int64_t{1}));
     b.Yout = run.bytes(std::max(luma(b.dstWidth, b.dstHeight, b.dstStride), int64_t{1}));
@@ -155,9 +151,9 @@ void registration(Run& run) {
     const int height = 16 + in.in(0, kMaxHeight - 16);
     const RansacEstParaContext context = pairsOf(run, width, height);
     const int idx = in.in(1, 3);
-    const int32_t stride = pitchOf(width);
+    const int32_t stride = eisPitch(width);
     const auto picture = [&] {
-        const int64_t chroma = int64_t{pitchOf(stride / 2)} * (height / 2);
+        const int64_t chroma = int64_t{eisPitch(stride / 2)} * (height / 2);
         return ST_PICTURE_DEV{width,
                               height,
                               stride,
@@ -216,11 +212,11 @@ void chroma(Run& run, ret_status (*entry)(const ST_CHROMA_CALL_BLOCK*)) {
     b.width = 126 + in.side(kMaxWidth - 126);
     b.height = denoiseHeight(in);
     b.stride = b.width + in.of({0, 0, 1, 128});
-    b.stDNParams = run.share(denoiseSettings(run, int64_t{std::max(b.stride, pitchOf(b.width))} * b.height));
+    b.stDNParams = run.share(denoiseSettings(run, eisSizeOfMotionMask(b.width, b.stride, b.height)));
     b.memSize = static_cast<int32_t>(chromaScratchSize(b.width, b.height));
     b.pMemoryManagement = device.share(run.memory.empty<uint8_t>(b.memSize));
-    b.pData1 = run.bytes(int64_t{pitchOf(b.stride / 2)} * (b.height / 2));
-    b.pData2 = run.bytes(int64_t{pitchOf(b.stride / 2)} * (b.height / 2));
+    b.pData1 = run.bytes(eisSizeOfChromaPlane(b.stride, b.height));
+    b.pData2 = run.bytes(eisSizeOfChromaPlane(b.stride, b.height));
     FUZZ_CHECK(isOneOf(entry(run.memory.of(b)), {retStsOK, retStsBadAddress}));
 }
 void chromaLow(Run& run) {
@@ -234,14 +230,14 @@ void spatial(Run& run) {
     Input& in = run.in;
     const int width = 128 + in.in(0, kMaxWidth - 128) / 2 * 2;
     const int height = denoiseHeight(in) / 2 * 2;
-    const int64_t chroma = int64_t{pitchOf(width / 2)} * (height / 2);
+    const int64_t chroma = int64_t{eisPitch(width / 2)} * (height / 2);
     ST_MULTIDENOISE_PARAMS_IN_DEV inPara{};
-    inPara.stDNParams = denoiseSettings(run, int64_t{pitchOf(width)} * height);
+    inPara.stDNParams = denoiseSettings(run, int64_t{eisPitch(width)} * height);
     ST_MULTIDENOISE_PARAMS_OUT_DEV outPara{};
     outPara.stPicOut = {in.oneIn(16) ? 127 : width,
                         height,
                         in.take<int32_t>(),
-                        {run.bytes(int64_t{pitchOf(width)} * height), run.bytes(chroma), run.bytes(chroma)},
+                        {run.bytes(int64_t{eisPitch(width)} * height), run.bytes(chroma), run.bytes(chroma)},
                         2};
     const ST_SPATIAL_NR_CALL_BLOCK b{run.share(inPara), run.share(outPara)};
     FUZZ_CHECK(isOneOf(SpatialNrHLMain_ACoreApi(run.memory.of(b)), {retStsOK, retStsBadAddress}));
