@@ -176,9 +176,17 @@ struct Target {
     uint8_t* chroma[2];  // null for luma alone
 };
 
-// Groups from `first` on, before `end`, as long as all positions are common and contiguous: how many. In a function of
-// its own, whose loop finds all that it needs in registers.
-HWY_NOINLINE int WarpRun(const Source& source, const Positions& at, int first, int end, bool lumaOnly,
+// On AArch64 a function of its own: in a larger one clang runs out of registers for its loop. Elsewhere a call costs
+// more.
+#undef EIS_WARP_RUN
+#if HWY_ARCH_ARM
+#define EIS_WARP_RUN HWY_NOINLINE
+#else
+#define EIS_WARP_RUN HWY_INLINE
+#endif
+
+// Groups from `first` on, before `end`, as long as all positions are common and contiguous: how many.
+EIS_WARP_RUN int WarpRun(const Source& source, const Positions& at, int first, int end, bool lumaOnly,
                          const Target& target) {
     if (!at.inside) return 0;
     const Columns d;
