@@ -8,6 +8,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #define HWY_TARGET_INCLUDE "libCore/core/source/registration/jacobi_eigen9.cpp"
 #include "libCore/core/source/frame/vector_unit.h"
@@ -17,7 +18,7 @@ EIS_BEFORE_TARGET();
 constexpr int kN = 9;
 constexpr float kEpsilon = 2.220446e-16F;
 
-using Floats = HWY_CAPPED(float, 8);
+using Floats = HWY_CAPPED(float, 16);
 using Keys = hn::RebindToSigned<Floats>;
 constexpr int kLanes = static_cast<int>(hn::MaxLanes(Floats()));
 constexpr int kPitch = (kN + kLanes - 1) / kLanes * kLanes;
@@ -48,6 +49,15 @@ HWY_INLINE int FirstLargest(const Largest* largest) {
     int64_t best = 0;
     for (int i = 0; i < 8; ++i) best = std::max(best, int64_t{largest[i].key} << 3 | (7 - i));
     return 7 - static_cast<int>(best & 7);
+}
+
+// A bit for each lane.
+HWY_INLINE uint32_t Bits(hn::Mask<Keys> mask) {
+    uint8_t bytes[8] = {};
+    hn::StoreMaskBits(Keys(), mask, bytes);
+    uint16_t bits;
+    std::memcpy(&bits, bytes, sizeof bits);
+    return bits;
 }
 
 // The state of one matrix. Both triangles are stored, so that a rotation works on whole rows: row k holds row k of the
@@ -151,11 +161,8 @@ class Solver {
         uint32_t rightAt = 0;
         uint32_t aboveAt = 0;
         for (int i = 0; i < kPitch / kLanes; ++i) {
-            uint8_t bits[8];
-            hn::StoreMaskBits(dKeys, hn::Eq(right[i], bestRight), bits);
-            rightAt |= uint32_t{bits[0]} << (i * kLanes);
-            hn::StoreMaskBits(dKeys, hn::Eq(above[i], bestAbove), bits);
-            aboveAt |= uint32_t{bits[0]} << (i * kLanes);
+            rightAt |= Bits(hn::Eq(right[i], bestRight)) << (i * kLanes);
+            aboveAt |= Bits(hn::Eq(above[i], bestAbove)) << (i * kLanes);
         }
         right_[k] = {hn::GetLane(bestRight), std::countr_zero(rightAt)};
         above_[k] = {hn::GetLane(bestAbove), std::countr_zero(aboveAt)};
