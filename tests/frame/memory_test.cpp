@@ -2,10 +2,12 @@
 #include "libCore/core/source/frame/memory.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <string>
 #include <vector>
 
+#include "bounded/heap_block.h"
 #include "libCore/core/source/frame/slots.h"
 #include "tests/harness/calls.h"
 #include "tests/harness/traces.h"
@@ -49,6 +51,10 @@ void hostFree(void* memory, const char* tag, uintptr_t zero) {
     EXPECT_STREQ(tag, "huefuse_AP");
     EXPECT_EQ(zero, 0u);
     --g_held;
+}
+
+TEST(Memory, BlocksHoldTheirItems) {
+    EXPECT_GE(malloc_usable_size(heapBlock<uint64_t>(1000).get()), 8000u);
 }
 
 TEST(Memory, FromTheHeapAndFromTheHostsTable) {

@@ -88,7 +88,7 @@ LumaScratch CutLumaScratch(uint8_t* block, int32_t width, int32_t height) {
 }
 
 RowRange LumaQuarterRows(const ST_NR_BAND_PARAMS& band) {
-    constexpr int kReach = 8;
+    constexpr int kReach = 2;  // a median's rows, of rows that others are interpolated from
     // The map's rows, shorter off the grid of four, run on through the picture's: its last row is further down.
     const int64_t coreEnd = int64_t{band.coreEnd()} * band.width / roundDown(band.width, 4);
     return {std::max((band.bandTopOverlap >> 2) - kReach, 0),
