@@ -108,7 +108,9 @@ TEST(ScaleValues, OntoOnePlaneAlone) {
     const struct {
         int srcW, srcH, srcStride, dstW, dstH, dstStride;
         int yOut, uvOut;  // in bytes behind Uvin
-    } cases[] = {{80, 60, 80, 40, 30, 40, 30 * 128, 16384}, {100, 2, 300, 240, 2, 240, 8192, 128}};
+    } cases[] = {{80, 60, 80, 40, 30, 40, 30 * 128, 16384},
+                 {80, 60, 80, 40, 30, 40, 59 * 128, 16384},  // on its last row
+                 {100, 2, 300, 240, 2, 240, 8192, 128}};
     for (const auto& c : cases) {
         std::vector<uint8_t> results[2];
         for (const bool onto : {false, true}) {
