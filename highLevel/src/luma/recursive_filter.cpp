@@ -141,6 +141,43 @@ HWY_INLINE void TurnTileBack(RowBlock& block, int column) {
     }
 }
 
+#else
+
+// Turns, pulls and turns back: turning goes on while pulls wait for each other. Samples are inside the window as long
+// as `least` and `most` are.
+HWY_INLINE void PullTurnedTile(const PullTable& table, RowBlock& block, int column, VectorPair* h, V16& least,
+                               V16& most) {
+    const D16 d;
+    V16 x[kPairs][2][kTile];
+    for (int p = 0; p < kPairs; ++p) {
+        for (int v = 0; v < 2; ++v) {
+            for (int i = 0; i < kTile; ++i) {
+                x[p][v][i] = LoadBlocks(d, &block.samples[(2 * p + v) * kLanes + i][column]);
+                least = hn::Min(least, x[p][v][i]);
+                most = hn::Max(most, x[p][v][i]);
+            }
+            TransposeBlocks(x[p][v]);
+        }
+    }
+    for (int i = 0; i < kTile; ++i) {
+        const int c = block.backward ? kTile - 1 - i : i;
+        for (int p = 0; p < kPairs; ++p) {
+            const VectorPair sample{CentredQ7(x[p][0][c]), CentredQ7(x[p][1][c])};
+            h[p] = Pulled(table, sample, h[p], sample);
+            x[p][0][c] = h[p].a;
+            x[p][1][c] = h[p].b;
+        }
+    }
+    for (int p = 0; p < kPairs; ++p) {
+        for (int v = 0; v < 2; ++v) {
+            TransposeBlocks(x[p][v]);
+            for (int i = 0; i < kTile; ++i) {
+                StoreBlocks(d, x[p][v][i], &block.pulled[(2 * p + v) * kLanes + i][column]);
+            }
+        }
+    }
+}
+
 #endif
 
 // Calls tile(column) for the strip's tiles in the pass's order.
@@ -165,37 +202,7 @@ bool PullAlong(const PullTable& table, RowBlock& block) {
     ForTiles(block.backward, [&](int column) { PullTile(loaded, block, column, h); });
     ForTiles(block.backward, [&](int column) { TurnTileBack(block, column); });
 #else
-    // Turning goes on while pulls wait for each other.
-    ForTiles(block.backward, [&](int column) HWY_ATTR {
-        V16 x[kPairs][2][kTile];
-        for (int p = 0; p < kPairs; ++p) {
-            for (int v = 0; v < 2; ++v) {
-                for (int i = 0; i < kTile; ++i) {
-                    x[p][v][i] = LoadBlocks(d, &block.samples[(2 * p + v) * kLanes + i][column]);
-                    least = hn::Min(least, x[p][v][i]);
-                    most = hn::Max(most, x[p][v][i]);
-                }
-                TransposeBlocks(x[p][v]);
-            }
-        }
-        for (int i = 0; i < kTile; ++i) {
-            const int c = block.backward ? kTile - 1 - i : i;
-            for (int p = 0; p < kPairs; ++p) {
-                const VectorPair sample{CentredQ7(x[p][0][c]), CentredQ7(x[p][1][c])};
-                h[p] = Pulled(table, sample, h[p], sample);
-                x[p][0][c] = h[p].a;
-                x[p][1][c] = h[p].b;
-            }
-        }
-        for (int p = 0; p < kPairs; ++p) {
-            for (int v = 0; v < 2; ++v) {
-                TransposeBlocks(x[p][v]);
-                for (int i = 0; i < kTile; ++i) {
-                    StoreBlocks(d, x[p][v][i], &block.pulled[(2 * p + v) * kLanes + i][column]);
-                }
-            }
-        }
-    });
+    ForTiles(block.backward, [&](int column) HWY_ATTR { PullTurnedTile(table, block, column, h, least, most); });
 #endif
     const auto outside = hn::Or(hn::Lt(least, hn::Set(d, kWindowLow)), hn::Gt(most, hn::Set(d, kWindowHigh)));
     if (!hn::AllFalse(d, outside)) return false;

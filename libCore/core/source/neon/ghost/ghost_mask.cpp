@@ -70,6 +70,8 @@ ret_status chromaMask(const MaskJob& job, uint32_t* pSize) {
 
 }  // namespace
 
+// Signatures of the system.
+// NOLINTBEGIN(readability-function-size)
 ret_status GetMask_neon(const uint8_t* img, const uint8_t* imgRef, uint8_t* mask, int32_t height, int32_t width,
                         uint32_t* pGhostSize, const ST_GHOSTDETECTION_PARAMS_IN* pParams) {
     const ret_status status = lumaMask({__func__, img, imgRef, mask, height, width, pParams});
@@ -115,6 +117,8 @@ ret_status diff_GaussianFitler_mask_neon_2C(const uint8_t* a, const uint8_t* b, 
     return filterDifference(__func__, {a, b, nullptr, mask, width, height},
                             {pParams->chromaTH_Low, pParams->chromaTH_High, pParams->chromaNoiseTH});
 }
+
+// NOLINTEND(readability-function-size)
 
 uint32_t CountGhostPixels(const uint8_t* mask, int64_t count) {
     uint32_t set = 0;

@@ -1,5 +1,7 @@
 #include "libCore/core/source/neon/resample/binomial3x3.h"
 
+#include "libCore/core/source/frame/plane_view.h"
+
 #define HWY_TARGET_INCLUDE "libCore/core/source/neon/resample/binomial3x3.cpp"
 #include "libCore/core/source/frame/vector_unit.h"
 
@@ -28,15 +30,14 @@ void BinomialColumns(const uint8_t* HWY_RESTRICT in, uint8_t* HWY_RESTRICT out, 
     if (width > 1) out[width - 1] = static_cast<uint8_t>((in[width - 2] + 3 * in[width - 1]) >> 2);
 }
 
-void Binomial(const uint8_t* src, uint8_t* dst, uint8_t* tmp, int width, int height, int64_t srcStride,
-              int64_t dstStride, int64_t tmpStride) {
-    if (width < 1) return;
-    for (int y = 0; y < height; ++y) BinomialColumns(src + y * srcStride, tmp + y * tmpStride, width);
-    for (int y = 0; y < height; ++y) {
+void Binomial(const uint8_t* src, int64_t srcStride, const PlaneView& to, uint8_t* tmp, int64_t tmpStride) {
+    if (to.width < 1) return;
+    for (int y = 0; y < to.height; ++y) BinomialColumns(src + y * srcStride, tmp + y * tmpStride, to.width);
+    for (int y = 0; y < to.height; ++y) {
         const uint8_t* here = tmp + y * tmpStride;
         const uint8_t* above = y == 0 ? here : here - tmpStride;
-        const uint8_t* below = y == height - 1 ? here : here + tmpStride;
-        HalveTwice(above, here, below, dst + y * dstStride, width);
+        const uint8_t* below = y == to.height - 1 ? here : here + tmpStride;
+        HalveTwice(above, here, below, to.data + int64_t{y} * to.pitch, to.width);
     }
 }
 
@@ -47,9 +48,10 @@ namespace eis {
 
 HWY_EXPORT(Binomial);
 
+// NOLINTNEXTLINE(readability-function-size): a signature of the system
 void Binomial3x3(const uint8_t* pSrc, uint8_t* pDst, uint8_t* pTmp, int width, int height, int srcStride, int dstStride,
                  int tmpStride) {
-    HWY_DYNAMIC_DISPATCH(Binomial)(pSrc, pDst, pTmp, width, height, srcStride, dstStride, tmpStride);
+    HWY_DYNAMIC_DISPATCH(Binomial)(pSrc, srcStride, {pDst, dstStride, width, height}, pTmp, tmpStride);
 }
 
 }  // namespace eis

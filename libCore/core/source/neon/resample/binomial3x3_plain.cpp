@@ -12,6 +12,7 @@ int halve(int a, int b) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-function-size): a signature of the system
 void Binomial3x3_plain(const uint8_t* pSrc, uint8_t* pDst, uint8_t* pTmp, int width, int height, int srcStride,
                        int dstStride, int tmpStride) {
     for (int i = 0; i < height; ++i) {

@@ -335,6 +335,7 @@ namespace eis {
 HWY_EXPORT(ScalePadded);
 HWY_EXPORT(ScaleDirect);
 
+// NOLINTNEXTLINE(readability-function-size): a signature of the system
 int y_bilinear_scale_crop_fixed_neon(const uint8_t* src, int srcW, int srcH, int /*srcStride*/, uint8_t* dst, int dstW,
                                      int dstH, int dstStride, int rowFirst, int rowEnd, const void* colTable) {
     HWY_DYNAMIC_DISPATCH(ScalePadded)

@@ -34,6 +34,7 @@ auto paddedSamples(const uint8_t* src, int srcW) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-function-size): a signature of the system
 int y_bilinear_scale_crop_fixed_plain(const uint8_t* src, int srcW, int srcH, int /*srcStride*/, uint8_t* dst, int dstW,
                                       int dstH, int dstStride, int rowFirst, int rowEnd, const void* colTable) {
     bilinearPlane(paddedSamples(src, srcW), srcW, srcH, {dst, dstStride, dstW, dstH}, {rowFirst, rowEnd},
