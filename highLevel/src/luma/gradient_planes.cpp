@@ -18,7 +18,11 @@ constexpr int kHalf = hn::MaxLanes(D16());
 constexpr int kRun = 2 * kHalf;
 
 HWY_INLINE V16 WeightedSum(V16 a, V16 twice, V16 b) {
+#if HWY_ARCH_ARM
+    return V16(vmlaq_n_s16(hn::Add(a, b).raw, twice.raw, 2));
+#else
     return hn::Add(hn::Add(a, b), hn::Add(twice, twice));
+#endif
 }
 
 HWY_INLINE V8 ZeroBelow(V8 gradient, V8 threshold) {

@@ -98,14 +98,9 @@ class Sweep {
         }
     }
 
+    // What is left of all details, on the last low band.
     void deliver(int y) {
-        int16_t* sum = rings_.sum(y);
-        AddRow(rings_.low(kWaveletLevels, y), sum, p_.width);
-        NarrowQ7Round(sum, bytes_.pDst + int64_t{y} * p_.width, p_.width, 1);
-    }
-
-    static void AddRow(const int16_t* HWY_RESTRICT plane, int16_t* HWY_RESTRICT sum, int count) {
-        for (int x = 0; x < count; ++x) sum[x] = static_cast<int16_t>(sum[x] + plane[x]);
+        NarrowQ7Sum(rings_.low(kWaveletLevels, y), rings_.sum(y), bytes_.pDst + int64_t{y} * p_.width, p_.width);
     }
 
     const ST_WAVELET_DN_PARAMS& p_;
