@@ -178,10 +178,10 @@ void surveyRegistration(Survey& survey) {
         reference + ".stride", [=](auto v) { return v == pitch; },
         "plays no part, rows of luma lie " + text(pitch) + " bytes apart");
     if (idx < 1 || idx >= kRegistrationMaxFrames) return;
-    const bool chroma = survey.number("lumaOnly") == 0;
     surveyPicture(survey, reference, reference, false, false);
-    surveyPicture(survey, in + text(idx) + "]", reference, chroma, false);
-    surveyPicture(survey, "stImgRegistrationParamsOut.astOutImg[" + text(idx) + "]", reference, chroma, true);
+    // Chroma for luma alone, too: a frame that is not warped is copied whole.
+    surveyPicture(survey, in + text(idx) + "]", reference, true, false);
+    surveyPicture(survey, "stImgRegistrationParamsOut.astOutImg[" + text(idx) + "]", reference, true, true);
     survey.area("stImgRegistrationParamsOut.pStatus", 4, true);
     const std::string pairs = "stImgRegistrationParamsIn.astPairs[" + text(idx - 1) + "].";
     for (const char* list : {"pRefPoints", "pCurPoints"}) {

@@ -108,12 +108,8 @@ struct RowsBetween {
 
     // Columns that have a right neighbour.
     void run(int count) const {
-        if (count < kBytes) {
-            for (int x = 0; x < count; ++x) column(x);
-            return;
-        }
-        for (int x = 0; x + kBytes < count; x += kBytes) vector(x);
-        vector(count - kBytes);
+        ForSteps<kBytes>(
+            count, [&](int x) HWY_ATTR { vector(x); }, [&](int x) { column(x); });
     }
 };
 
