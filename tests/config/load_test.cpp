@@ -315,7 +315,7 @@ void setCommaLocale(const TempFolder& folder) {
     std::setlocale(LC_NUMERIC, "comma");
 }
 
-// The readers that no key uses. Arrays are read alike in every locale.
+// The readers of the interface, of which keys use none by path. Arrays are read alike in every locale.
 TEST_F(TuningLoad, SpareReaders) {
     write("<t>-7 2147483648 5</t><f>1.5 -2e3 1e39 4</f><e>2 1e</e><x/>");
     XmlConfig config;
@@ -333,6 +333,15 @@ TEST_F(TuningLoad, SpareReaders) {
     EXPECT_EQ(ReadXmlFloatArray(config, "/Config/e", floats.data(), 2), 1);
     EXPECT_EQ(floats, (std::array<float, 4>{2.F, 0.F, kMost, 9.F}));
     std::setlocale(LC_NUMERIC, "C");
+    std::array<int16_t, 3> shorts{1, 1, 1};
+    EXPECT_EQ(ReadXmlShortArray(config, "/Config/t", shorts.data(), 3), 1);
+    EXPECT_EQ(shorts, (std::array<int16_t, 3>{-7, INT16_MAX, 1}));
+    std::array<uint32_t, 3> words{1, 1, 1};
+    EXPECT_EQ(ReadXmlUIntArray(config, "/Config/t", words.data(), 3), 1);
+    EXPECT_EQ(words, (std::array<uint32_t, 3>{0xFFFFFFF9, 0x80000000, 5}));
+    EXPECT_EQ(ReadXmlInt(config, "/Config/t", 3), -7);
+    EXPECT_EQ(ReadXmlInt(config, "/Config/x", 3), 3);
+    EXPECT_EQ(ReadXmlFloat(config, "/Config/f", 3), 1.5F);
     EXPECT_STREQ(ReadXmlText(config, "/Config/t", "none"), "-7 2147483648 5");
     EXPECT_STREQ(ReadXmlText(config, "/Config/x", "none"), "none");
 }
