@@ -61,13 +61,13 @@ ST_CONFIG_XML loadTuningRecord(const std::string& file, std::ostream* trace, std
 std::string shippedTuningFile() {
     std::error_code error;
     const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
-    const fs::path installed = folder.parent_path() / "share" / "kelvane_eis_ap" / kFileName;
-    if (fs::exists(installed)) return installed.string();
+    const fs::path shared = folder.parent_path() / "share" / "kelvane_eis_ap" / kFileName;
+    if (fs::exists(shared)) return shared.string();
     for (fs::path tree = folder; tree.has_relative_path(); tree = tree.parent_path()) {
         const fs::path source = tree / "host" / "share" / kFileName;
         if (fs::exists(source)) return source.string();
     }
-    throw HostError(kExitUnreadable, installed.string() + ": no such file; name one with --tuning");
+    throw HostError(kExitUnreadable, shared.string() + ": no such file; name one with --tuning");
 }
 
 }  // namespace eishost

@@ -49,7 +49,7 @@ const std::uint16_t* EvidenceRows::along(int quadRow) {
     std::vector<std::uint16_t>& kept = rows_[row % 3];
     if (held_[row % 3] == row) return kept.data();
     held_[row % 3] = row;
-    const auto luma = [row, this](const Picture& picture, int line) {
+    const auto luma = [row](const Picture& picture, int line) {
         return picture.planes[0].data() + std::size_t(2 * row + line) * picture.width;
     };
     const auto chroma = [row, this](const Picture& picture, int plane) {

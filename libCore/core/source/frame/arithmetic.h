@@ -8,10 +8,17 @@ namespace eis {
 
 // Float to integer as the target's conversion does it: truncated toward zero, saturated, 0 for a NaN.
 inline int32_t truncSat32(double value) {
+#ifdef __aarch64__
+    // The one instruction that does so, which no compiler makes of the comparisons.
+    int32_t whole;
+    __asm__("fcvtzs %w0, %d1" : "=r"(whole) : "w"(value));
+    return whole;
+#else
     if (!(value == value)) return 0;
     if (value >= 2147483647.0) return INT32_MAX;
     if (value <= -2147483648.0) return INT32_MIN;
     return static_cast<int32_t>(value);
+#endif
 }
 
 // Two's complement wrap.
