@@ -24,12 +24,9 @@ void IVS_Dilation_r3_plain(uint32_t* words, uint32_t* scratchWords, int height, 
 void IVS_Dilation_r7(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits);
 void IVS_Dilation_r7_plain(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits);
 
-// Packed rows that a radius of 3 needs at once, as a power of two.
-inline constexpr int kBinarizedRows = 8;
-
 // Makes bytes at or above the threshold 255, others 0, and dilates by a square of radius 3: binarizing, packing,
-// dilation and unpacking in one sweep. Words and scratchWords have room for as many packed rows as the plane has, or
-// for kBinarizedRows. Planes of more than 32 columns and more than two rows.
+// dilation and unpacking in one sweep. The words have room for two packed copies. Planes of more than 32 columns and
+// more than two rows.
 void IVS_BinarizeDilation_r3(uint8_t* mask, uint8_t threshold, int width, int height, uint32_t* words,
                              uint32_t* scratchWords);
 

@@ -82,8 +82,7 @@ ret_status MaskBinarizeDilate_r3(uint8_t* mask, int width, int height, uint8_t t
     const auto steps = [=](uint32_t* words, uint32_t* scratchWords, int /*wordCount*/) {
         IVS_BinarizeDilation_r3(mask, threshold, width, height, words, scratchWords);
     };
-    const int rows = std::min(height, kBinarizedRows);
-    const ret_status status = withPackedRoom("QX_IVS_Dilation_Only_r3", width, rows, steps);
+    const ret_status status = withPackedRoom("QX_IVS_Dilation_Only_r3", width, height, steps);
     if (status != retStsOK) binarize();
     return status;
 }
