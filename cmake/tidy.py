@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """clang-tidy over the files named on standard input: tidy.py BUILD_FOLDER [OPTION OF CLANG-TIDY...]
 
-A file that was found clean is not looked at again until its text after the preprocessor, comments with it, the rules or
-the options differ; BUILD_FOLDER/clean holds the hashes. One file a process: the analyser's va_list check sees false
-faults in the second file of a process, and it does not look into files that are included.
+Headers are most of the work, so the files of a folder are looked at together, by a source that includes them, but for
+those that include themselves once a vector unit. A group that was found clean is not looked at again until its text
+after the preprocessor, comments with it, the rules or the options differ; BUILD_FOLDER/clean holds the hashes. One
+source a process: the analyser's va_list check sees false faults in the second one.
 """
 import concurrent.futures
 import hashlib
@@ -17,23 +18,50 @@ from pathlib import Path
 PROGRAM = "clang-tidy-14"
 
 
-def preprocessed(entry):
-    words = shlex.split(entry["command"])
-    if "ccache" in os.path.basename(words[0]):
-        words.pop(0)
-    at = words.index("-o")
-    del words[at:at + 2]
-    words[words.index("-c")] = "-E"
-    return subprocess.run([*words, "-C"], cwd=entry["directory"], check=True, capture_output=True).stdout
+class Group:
+    """Files that are looked at together, compiled alike."""
+
+    def __init__(self, words, directory):
+        self.words, self.directory, self.names, self.source = words, directory, [], ""
+
+    def write(self, folder, number):
+        """The analyser looks into what a source includes only where "UnifiedSource" is in the source's path."""
+        self.source = os.path.abspath(self.names[0])
+        if len(self.names) > 1:
+            self.source = str(folder / f"UnifiedSource{number}.cpp")
+            Path(self.source).write_text("".join(f'#include "{os.path.abspath(name)}"\n' for name in self.names))
+        return {"file": self.source, "directory": self.directory, "arguments": [*self.words, "-c", self.source]}
+
+    def size(self):
+        return sum(os.path.getsize(name) for name in self.names)
+
+    def preprocessed(self):
+        return subprocess.run([*self.words, "-E", "-C", self.source], cwd=self.directory, check=True,
+                              capture_output=True).stdout
 
 
-def check(name, entry, options, rules, clean):
-    """What is wrong with the file, or nothing; and its hash."""
-    parts = [rules, repr(options).encode(), Path(name).read_bytes(), preprocessed(entry)]
+def groups_of(names, entries):
+    groups = {}
+    for name in names:
+        words = shlex.split(entries[name]["command"])
+        if "ccache" in os.path.basename(words[0]):
+            words.pop(0)
+        for option in ("-o", "-c"):
+            at = words.index(option)
+            del words[at:at + 2]
+        alone = name if "#define HWY_TARGET_INCLUDE" in Path(name).read_text() else ""
+        key = (os.path.dirname(name), alone, *words)
+        groups.setdefault(key, Group(words, entries[name]["directory"])).names.append(name)
+    return sorted(groups.values(), key=Group.size, reverse=True)
+
+
+def check(group, folder, options, rules, clean):
+    """What is wrong with the group, or nothing; and its hash."""
+    parts = [rules, repr(options).encode(), *(Path(name).read_bytes() for name in group.names), group.preprocessed()]
     key = hashlib.sha256(b"\0".join(hashlib.sha256(part).digest() for part in parts)).hexdigest()
     if key in clean:
         return "", key
-    done = subprocess.run([PROGRAM, "-p", sys.argv[1], "--quiet", *options, name], capture_output=True, text=True)
+    done = subprocess.run([PROGRAM, "-p", folder, "--quiet", *options, group.source], capture_output=True, text=True)
     # The count of warnings in other people's headers goes to standard error.
     return (done.stdout + (done.stderr if done.returncode else "")).strip(), key
 
@@ -49,9 +77,13 @@ def main():
     names = sys.stdin.read().split()
     if unknown := [name for name in names if name not in entries]:
         sys.exit("tidy: not configured in " + str(build) + ": " + " ".join(unknown))
+    folder = (build / "sources").absolute()
+    folder.mkdir(exist_ok=True)
+    groups = groups_of(names, entries)
+    (folder / "compile_commands.json").write_text(json.dumps([group.write(folder, i) for i, group in enumerate(groups)]))
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool, kept.open("a") as out:
-        runs = [pool.submit(check, name, entries[name], options, rules, clean) for name in names]
+        runs = [pool.submit(check, group, folder, options, rules, clean) for group in groups]
         for run in concurrent.futures.as_completed(runs):
             findings, key = run.result()
             if findings:
@@ -60,7 +92,7 @@ def main():
             elif key not in clean:
                 out.write(key + "\n")
                 out.flush()
-    print(f"tidy: {len(names)} files, {failed} with findings")
+    print(f"tidy: {len(names)} files in {len(groups)} groups, {failed} with findings")
     return 1 if failed else 0
 
 

@@ -158,7 +158,7 @@ void removeLastClear(XmlNodeBody* body) {
 }
 
 XmlNode FindChild(const XmlNode& node, const char* name) {
-    return childNamed(node, name);
+    return name != nullptr ? childNamed(node, name) : g_emptyXmlNode;
 }
 
 const char* FirstText(const XmlNodeBody* body) {

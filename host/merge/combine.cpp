@@ -13,8 +13,7 @@ namespace eishost {
 
 namespace {
 
-constexpr float kLeastHeld = 0.25F;  // frames, in weights; with less the reference stays alone
-constexpr int kUnits = Accumulator::kMeanUnits;
+constexpr float kLeastHeld = 0.25F;      // frames, in weights; with less the reference stays alone
 constexpr float kFilteredNoise = 0.75F;  // of an aligned frame once the filter has smoothed it
 
 // What the frames have at each quad.
@@ -67,7 +66,7 @@ void blend(const cv::Mat& reference, const cv::Mat& mean, const Counted& counted
                 std::uint8_t* const rest = without.ptr(line);
                 for (int x = 0; x < reference.cols; ++x) {
                     const int q = x / part;
-                    const float other = static_cast<float>(others[x]) * (1.0F / kUnits);
+                    const float other = static_cast<float>(others[x]) * (1.0F / Accumulator::kMeanUnits);
                     both[x] = static_cast<std::uint8_t>(
                         roundedSample(other + weights[q] * (static_cast<float>(alone[x]) - other)));
                     rest[x] = settled[q] != 0 ? static_cast<std::uint8_t>(roundedSample(other)) : both[x];

@@ -18,7 +18,6 @@ constexpr int kGhostBox = 5;
 constexpr float kGhostFrom = 25;
 constexpr float kGhostCertain = 45;
 constexpr float kGhostMost = 1000;
-constexpr int kUnits = Accumulator::kMeanUnits;
 
 // The smoothed difference of the reference and the filtered mean, squared, in units of the noise, by quads.
 cv::Mat smoothedDifference(const cv::Mat& reference, const cv::Mat& mean, const QuadKinds& kinds,
@@ -27,7 +26,7 @@ cv::Mat smoothedDifference(const cv::Mat& reference, const cv::Mat& mean, const 
     cv::Mat difference(kinds.classes.size(), CV_32F);
     std::array<float, PlaceMap::kLevels> scale{};
     for (int level = 0; level < PlaceMap::kLevels; ++level) {
-        scale[level] = static_cast<float>(1 / (part * part * kUnits * std::sqrt(model.noise[level])));
+        scale[level] = static_cast<float>(1 / (part * part * Accumulator::kMeanUnits * std::sqrt(model.noise[level])));
     }
     forBands(difference.rows, [&](int first, int end) {
         std::vector<int> sums(mean.cols);
@@ -36,7 +35,7 @@ cv::Mat smoothedDifference(const cv::Mat& reference, const cv::Mat& mean, const 
             for (int line = part * row; line < part * (row + 1); ++line) {
                 const std::uint8_t* const one = reference.ptr(line);
                 const auto* const other = mean.ptr<std::uint16_t>(line);
-                for (int x = 0; x < mean.cols; ++x) sums[x] += one[x] * kUnits - other[x];
+                for (int x = 0; x < mean.cols; ++x) sums[x] += one[x] * Accumulator::kMeanUnits - other[x];
             }
             auto* const out = difference.ptr<float>(row);
             for (int q = 0; q < difference.cols; ++q) {

@@ -1,5 +1,6 @@
 #include "host/merge/places.h"
 
+#include <algorithm>
 #include <opencv2/imgproc.hpp>
 
 namespace eishost {
@@ -9,6 +10,7 @@ namespace {
 constexpr double kSmoothing = 0.8;
 constexpr int kSurroundings = 5;
 constexpr double kSobelGain = 8;
+constexpr int kSampledRows = 256;  // of quads, in a picture that has more
 
 }  // namespace
 
@@ -27,6 +29,10 @@ PlaceMap::PlaceMap(const cv::Mat& luma) {
     cv::add(across, down, across);
     cv::blur(across, across, {kSurroundings, kSurroundings});
     across.convertTo(activity, CV_8U, kActivityUnits / kSobelGain);
+}
+
+int sampledStep(int rows) {
+    return std::max(1, rows / kSampledRows);
 }
 
 }  // namespace eishost

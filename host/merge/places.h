@@ -20,4 +20,7 @@ struct PlaceMap {
     cv::Mat activity;    // 8-bit, quarters of a level a quad: the smoothed picture's gradient, around each quad
 };
 
+// Learns from every row of quads in a small picture, from some of a large one: this many rows apart.
+int sampledStep(int rows);
+
 }  // namespace eishost

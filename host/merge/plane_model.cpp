@@ -11,11 +11,9 @@ namespace eishost {
 
 namespace {
 
-constexpr double kSettledShare = 0.7;  // of all frames
-constexpr int kSampledRows = 256;      // of quads, in a picture that has more
-constexpr double kFewest = 200;        // samples that a variance is measured from
-constexpr int kUnits = Accumulator::kMeanUnits;
-constexpr double kLeastError = 0.05;  // of the noise
+constexpr double kSettledShare = 0.7;   // of all frames
+constexpr double kFewestSamples = 200;  // samples that a variance is measured from
+constexpr double kLeastError = 0.05;    // of the noise
 constexpr double kRounding = 1.0 / 12;
 // Classes of activity that noise is measured in: in busier ones registration leaves as much.
 constexpr int kQuietest = (kActivityClasses - 1) / 3;
@@ -63,8 +61,9 @@ PlaneStatistics gather(const cv::Mat& reference, const cv::Mat& mean, const Quad
             const int q = x / part;
             if (kinds.settled.ptr(row)[q] == 0) continue;
             std::array<double, kFilterGroups> around{};
-            for (int i = 0; i < kFilterGroups; ++i) around[i] = neighbours.group(i)[x] * (1.0 / kUnits);
-            const double difference = wanted[x] - middle[x] * (1.0 / kUnits);
+            for (int i = 0; i < kFilterGroups; ++i)
+                around[i] = neighbours.group(i)[x] * (1.0 / Accumulator::kMeanUnits);
+            const double difference = wanted[x] - middle[x] * (1.0 / Accumulator::kMeanUnits);
             const int one = kinds.classes.ptr(row)[q];
             const int level = kinds.places.level(row, q);
             statistics.fits[one].add(around, difference);
@@ -96,7 +95,7 @@ PlaneModel modelOf(const PlaneStatistics& statistics, int plane, int frames) {
     PlaneModel model;
     const double share = frames / (frames + kAlignedNoise[plane]);
     for (int level = 0; level < PlaceMap::kLevels; ++level) {
-        if (statistics.counts[level] < kFewest) continue;
+        if (statistics.counts[level] < kFewestSamples) continue;
         model.noise[level] = std::max(kRounding, share * statistics.squares[level] / statistics.counts[level]);
     }
     fillLevels(model.noise);
@@ -104,7 +103,7 @@ PlaneModel modelOf(const PlaneStatistics& statistics, int plane, int frames) {
     for (const FilterFit& fit : statistics.fits) whole.add(fit);
     double noiseSum = 0;
     for (int one = 0; one < kActivityClasses; ++one) {
-        const FilterFit& fit = statistics.fits[one].count() < kFewest ? whole : statistics.fits[one];
+        const FilterFit& fit = statistics.fits[one].count() < kFewestSamples ? whole : statistics.fits[one];
         model.filters[one] = fit.solve();
         double noise = 0;
         for (int level = 0; level < PlaceMap::kLevels; ++level) {
@@ -127,10 +126,6 @@ QuadKinds::QuadKinds(const cv::Mat& luma, const cv::Mat& weights, double most)
     cv::LUT(places.activity, cv::Mat(1, 256, CV_8U, const_cast<std::uint8_t*>(table.data())), classes);
 }
 
-int sampledStep(int rows) {
-    return std::max(1, rows / kSampledRows);
-}
-
 PlaneModel learnPlane(const cv::Mat& reference, const cv::Mat& mean, const QuadKinds& kinds, int plane, int frames) {
     return modelOf(gather(reference, mean, kinds, plane), plane, frames);
 }
@@ -151,7 +146,7 @@ cv::Mat filteredMean(const cv::Mat& mean, const QuadKinds& kinds, const PlaneMod
                 for (int i = 0; i < kFilterGroups; ++i) {
                     sum += filter[i] * static_cast<float>(neighbours.group(i)[x]);
                 }
-                to[x] = static_cast<std::uint16_t>(std::clamp(sum + 0.5F, 0.0F, 255.0F * kUnits));
+                to[x] = static_cast<std::uint16_t>(std::clamp(sum + 0.5F, 0.0F, 255.0F * Accumulator::kMeanUnits));
             }
         }
     });

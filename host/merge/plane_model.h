@@ -41,9 +41,6 @@ constexpr int samplesAlong(int plane) {
     return plane == 0 ? 2 : 1;
 }
 
-// Learns from every row of quads in a small picture, from some of a large one: this many rows apart.
-int sampledStep(int rows);
-
 // Learns from the settled quads. `mean` is that of the frames but the reference, in units of Accumulator::kMeanUnits.
 PlaneModel learnPlane(const cv::Mat& reference, const cv::Mat& mean, const QuadKinds& kinds, int plane, int frames);
 

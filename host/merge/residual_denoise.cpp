@@ -9,7 +9,7 @@ namespace eishost {
 
 namespace {
 
-constexpr double kFewest = 200;
+constexpr double kFewestProducts = 200;
 
 struct Products {
     double toOther = 0;  // of the change with what the other picture has more
@@ -53,7 +53,7 @@ DenoiseEffect effectOf(const cv::Mat& before, const cv::Mat& after, const cv::Ma
     }
     DenoiseEffect effect;
     for (int one = 0; one < kActivityClasses; ++one) {
-        const Products& from = products[one].count < kFewest ? all : products[one];
+        const Products& from = products[one].count < kFewestProducts ? all : products[one];
         if (from.count == 0 || from.noise <= 0) {
             effect.removed[one] = 1;
             continue;

@@ -19,9 +19,8 @@ constexpr std::array<int, ToleranceMeasure::kSlopes - 1> kSlopeEnds{4, 8, 12, 16
 constexpr int kKinds = PlaceMap::kLevels * ToleranceMeasure::kSlopes;
 constexpr int kBinWidth = 8;
 constexpr int kBins = 9 * 8 * 255 / kBinWidth + 1;
-constexpr std::uint32_t kFewest = 64;  // quads that a kind of place is known from
-constexpr double kLeastEvidence = 36;  // half a level a sample: rounding alone
-constexpr int kSampledRows = 256;      // of quads, in a picture that has more
+constexpr std::uint32_t kFewestQuads = 64;  // quads that a kind of place is known from
+constexpr double kLeastEvidence = 36;       // half a level a sample: rounding alone
 
 }  // namespace
 
@@ -36,7 +35,7 @@ int ToleranceMeasure::kind(int row, int column) const {
 
 void ToleranceMeasure::add(const AlignedFrame& frame) {
     const cv::Rect area(frame.area.x / 2, frame.area.y / 2, frame.area.width / 2, frame.area.height / 2);
-    const int step = std::max(1, area.height / kSampledRows);
+    const int step = sampledStep(area.height);
     EvidenceRows evidence(reference_, frame.picture);
     for (int row = area.y; row < area.br().y; row += step) {
         const std::uint16_t* const found = evidence.row(row);
@@ -52,7 +51,7 @@ std::array<double, kKinds> ToleranceMeasure::usual() const {
         const std::uint32_t* const histogram = histograms_.data() + std::size_t(one) * kBins;
         std::uint64_t count = 0;
         for (int bin = 0; bin < kBins; ++bin) count += histogram[bin];
-        if (count < kFewest) continue;
+        if (count < kFewestQuads) continue;
         std::uint64_t left = count / 2;
         int bin = 0;
         while (histogram[bin] < left) left -= histogram[bin++];

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <opencv2/imgcodecs.hpp>
 #include <string_view>
@@ -148,9 +149,10 @@ class RawSource : public PictureSource {
         noteOddSides(file_.name(), layout_.size);
         // A wrong size or stride makes noise of every picture but the first, so that it is found before any is used.
         const std::optional<std::uintmax_t> bytes = file_.bytesLeft();
-        if (!bytes || *bytes % layout_.bytes() == 0 || (*bytes + layout_.padding()) % layout_.bytes() == 0) return;
+        const std::size_t picture = std::max(layout_.bytes(), std::size_t{1});  // as a size is at least 1x1
+        if (!bytes || *bytes % picture == 0 || (*bytes + layout_.padding()) % picture == 0) return;
         file_.fail("truncated, or the size does not fit: " + std::to_string(*bytes) +
-                   " bytes are no whole number of pictures of " + std::to_string(layout_.bytes()));
+                   " bytes are no whole number of pictures of " + std::to_string(picture));
     }
 
     std::optional<Picture> next() override {

@@ -44,7 +44,11 @@ std::string renderPage(const char* pageTemplate, const nlohmann::json& view) {
     values.set("head", data(kainjow::mustache::partial([] { return std::string(kPageHead); })));
     values.set("style", data(std::string(kPageStyle)));
     values.set("script", data(std::string(kPageScript)));
+#ifndef __clang_analyzer__  // which finds a virtual call in a constructor of the templates' library
     return page.render(values);
+#else
+    return {};
+#endif
 }
 
 }  // namespace eishost

@@ -9,7 +9,7 @@
 namespace eis {
 namespace {
 
-constexpr size_t kNoCount = SIZE_MAX - 1;  // strcpy_s in place of strncpy_s
+constexpr size_t kWholeText = SIZE_MAX - 1;  // strcpy_s in place of strncpy_s
 
 struct StringCase {
     const char* name;
@@ -21,22 +21,22 @@ struct StringCase {
     const char* after;  // a dot for each zero byte
 };
 
-constexpr char kArea[] =
+constexpr char kTextArea[] =
     "abcd\0XY\0"
     "0123456789";
 constexpr char kUntouched[] = "abcd.XY.0123456789.";
 
 const StringCase kCases[] = {
-    {"fits exactly", 8, 5, 0, kNoCount, 0, "abcd.XY.abcd.56789."},
-    {"largest size", 8, kMaxBoundedSize, 0, kNoCount, 0, "abcd.XY.abcd.56789."},
-    {"one too small", 8, 4, 0, kNoCount, 162, "abcd.XY..123456789."},
-    {"no size", 8, 0, 0, kNoCount, 34, kUntouched},
-    {"no destination", -1, 5, -1, kNoCount, 22, kUntouched},
-    {"no source", 8, 5, -1, kNoCount, 150, "abcd.XY..123456789."},
-    {"onto itself, even when too long", 8, 3, 8, kNoCount, 0, kUntouched},
-    {"runs into the source", 8, 9, 11, kNoCount, 182, "abcd.XY..123456789."},
-    {"runs into the destination", 2, 9, 0, kNoCount, 182, "ab.d.XY.0123456789."},
-    {"touches the source's end", 5, 9, 0, kNoCount, 0, "abcd.abcd.23456789."},
+    {"fits exactly", 8, 5, 0, kWholeText, 0, "abcd.XY.abcd.56789."},
+    {"largest size", 8, kMaxBoundedSize, 0, kWholeText, 0, "abcd.XY.abcd.56789."},
+    {"one too small", 8, 4, 0, kWholeText, 162, "abcd.XY..123456789."},
+    {"no size", 8, 0, 0, kWholeText, 34, kUntouched},
+    {"no destination", -1, 5, -1, kWholeText, 22, kUntouched},
+    {"no source", 8, 5, -1, kWholeText, 150, "abcd.XY..123456789."},
+    {"onto itself, even when too long", 8, 3, 8, kWholeText, 0, kUntouched},
+    {"runs into the source", 8, 9, 11, kWholeText, 182, "abcd.XY..123456789."},
+    {"runs into the destination", 2, 9, 0, kWholeText, 182, "ab.d.XY.0123456789."},
+    {"touches the source's end", 5, 9, 0, kWholeText, 0, "abcd.abcd.23456789."},
     {"cut at the count", 8, 5, 0, 2, 0, "abcd.XY.ab.3456789."},
     {"count of the whole destination", 8, 4, 0, 4, 162, "abcd.XY..123456789."},
     {"nothing", 8, 4, 0, 0, 0, "abcd.XY..123456789."},
@@ -50,11 +50,11 @@ const StringCase kCases[] = {
 TEST(BoundedString, Copies) {
     for (const StringCase& c : kCases) {
         SCOPED_TRACE(c.name);
-        char area[sizeof kArea];
-        std::memcpy(area, kArea, sizeof area);
+        char area[sizeof kTextArea];
+        std::memcpy(area, kTextArea, sizeof area);
         char* dest = c.destAt < 0 ? nullptr : area + c.destAt;
         const char* src = c.srcAt < 0 ? nullptr : area + c.srcAt;
-        EXPECT_EQ(c.count == kNoCount ? strcpy_s(dest, c.destMax, src) : strncpy_s(dest, c.destMax, src, c.count),
+        EXPECT_EQ(c.count == kWholeText ? strcpy_s(dest, c.destMax, src) : strncpy_s(dest, c.destMax, src, c.count),
                   c.status);
         std::string seen(area, sizeof area);
         for (char& byte : seen) byte = byte == '\0' ? '.' : byte;

@@ -20,17 +20,17 @@ struct Event {
     std::string text;
 };
 
-std::mutex g_mutex;
+std::mutex g_journalMutex;
 std::vector<Event> g_journal;
 
 void record(bool isLog, std::string text) {
-    const std::lock_guard lock(g_mutex);
+    const std::lock_guard lock(g_journalMutex);
     g_journal.push_back({isLog, std::move(text)});
 }
 
 template <class Wanted>
 Events select(Wanted wanted) {
-    const std::lock_guard lock(g_mutex);
+    const std::lock_guard lock(g_journalMutex);
     Events events;
     for (const Event& event : g_journal) {
         if (wanted(event)) events.push_back(event.text);
@@ -80,7 +80,7 @@ void recordCallback(const std::string& event) {
 }
 
 void clearEvents() {
-    const std::lock_guard lock(g_mutex);
+    const std::lock_guard lock(g_journalMutex);
     g_journal.clear();
 }
 

@@ -16,7 +16,7 @@ namespace eis::test {
 namespace {
 
 std::atomic<bool> g_recording{false};
-std::mutex g_mutex;
+std::mutex g_tracesMutex;
 std::vector<TraceRecord> g_traces;
 
 void record(const char* sign, const char* tag, va_list arguments) {
@@ -33,14 +33,14 @@ void record(const char* sign, const char* tag, va_list arguments) {
     } else {
         trace.what = va_arg(arguments, pthread_t);
     }
-    const std::lock_guard lock(g_mutex);
+    const std::lock_guard lock(g_tracesMutex);
     g_traces.push_back(std::move(trace));
 }
 
 }  // namespace
 
 std::vector<TraceRecord> takeTraces() {
-    const std::lock_guard lock(g_mutex);
+    const std::lock_guard lock(g_tracesMutex);
     g_recording = true;
     return std::exchange(g_traces, {});
 }

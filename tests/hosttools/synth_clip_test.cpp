@@ -12,7 +12,7 @@ namespace eishost {
 
 namespace {
 
-cv::Mat scene(int width, int height) {
+cv::Mat softScene(int width, int height) {
     cv::Mat coarse(height / 16, width / 16, CV_8UC3);
     cv::RNG(5).fill(coarse, cv::RNG::UNIFORM, 0, 256);
     cv::Mat fine;
@@ -51,9 +51,9 @@ double acceleration(const ClipSynthesiser& clip, const ClipOptions& options) {
 
 TEST(SynthClip, TruePathLeadsFromTheFramesToWhatWasMeant) {
     ClipOptions options = smallClip();
-    const ClipSynthesiser clip(scene(700, 500), options);
+    const ClipSynthesiser clip(softScene(700, 500), options);
     options.steady = true;
-    const ClipSynthesiser steady(scene(700, 500), options);
+    const ClipSynthesiser steady(softScene(700, 500), options);
     const cv::Rect area(40, 40, 240, 160);
     for (const int index : {0, 11, 39}) {
         const Picture meant = pictureFromBgr(steady.frame(index));
@@ -71,7 +71,7 @@ TEST(SynthClip, ShakesAsMuchAsItIsTold) {
     for (const double shake : {0.4, 1.5}) {
         options.shake = shake;
         for (options.seed = 1; options.seed < 4; ++options.seed) {
-            EXPECT_NEAR(acceleration(ClipSynthesiser(scene(900, 700), options), options), shake, 0.1 * shake);
+            EXPECT_NEAR(acceleration(ClipSynthesiser(softScene(900, 700), options), options), shake, 0.1 * shake);
         }
     }
 }
@@ -81,7 +81,7 @@ TEST(SynthClip, AStillCameraWithoutShakeSeesTheSceneAndItsCut) {
     options.steady = true;
     options.still = true;
     options.cut = 20;
-    const ClipSynthesiser clip(scene(500, 400), options);
+    const ClipSynthesiser clip(softScene(500, 400), options);
     EXPECT_EQ(cv::norm(clip.frame(0), clip.frame(19), cv::NORM_INF), 0);
     EXPECT_GT(cv::norm(clip.frame(19), clip.frame(20), cv::NORM_INF), 50);
     EXPECT_EQ(cv::norm(clip.frame(20), clip.frame(39), cv::NORM_INF), 0);
@@ -110,7 +110,7 @@ TEST(SynthClip, TheMoverFillsAnEllipseInItsBox) {
     ClipOptions options = smallClip();
     options.steady = true;
     options.still = true;
-    const cv::Mat photo = scene(700, 500);
+    const cv::Mat photo = softScene(700, 500);
     const cv::Mat bare = ClipSynthesiser(photo, options).frame(0);
     options.mover = true;
     options.moverSize = 156;  // a third of the frame

@@ -14,9 +14,9 @@ namespace eis {
 
 namespace {
 
-constexpr char kUnit[] = "libCore/core/source/neon/GhostDetection_Multithread";
+constexpr char kGhostUnit[] = "libCore/core/source/neon/GhostDetection_Multithread";
 constexpr TraceSite kSite{
-    kUnit,
+    kGhostUnit,
     "ret_status GhostDetection_Multithread_Maincall(ST_GHOSTDETECTION_PARAMS_IN*, ST_GHOSTDETECTION_PARAMS_OUT*)"};
 constexpr int kBands = 4;
 constexpr int32_t kMinSize = 256;

@@ -13,9 +13,9 @@ namespace eis {
 
 namespace {
 
-constexpr char kUnit[] = "libCore/core/source/neon/MultiThread_new";
-constexpr TraceSite kInitSite{kUnit, "int MultiThread_Init(int)"};
-constexpr TraceSite kDestorySite{kUnit, "void MultiThread_destory()"};
+constexpr char kPoolUnit[] = "libCore/core/source/neon/MultiThread_new";
+constexpr TraceSite kInitSite{kPoolUnit, "int MultiThread_Init(int)"};
+constexpr TraceSite kDestorySite{kPoolUnit, "void MultiThread_destory()"};
 
 struct MultiThreadSlot {
     pthread_t thread;

@@ -11,10 +11,10 @@ namespace eis {
 
 namespace {
 
-constexpr char kUnit[] = "libCore/core/source/neon/multi_thread";
-constexpr TraceSite kLockSite{kUnit, "int create_thread_lock(void* (*)(void*), void*, int)"};
-constexpr TraceSite kUnlockSite{kUnit, "int create_thread_unlock(void* (*)(void*), void*, int)"};
-constexpr TraceSite kWaitSite{kUnit, "int thread_wait(pthread_t)"};
+constexpr char kThreadUnit[] = "libCore/core/source/neon/multi_thread";
+constexpr TraceSite kLockSite{kThreadUnit, "int create_thread_lock(void* (*)(void*), void*, int)"};
+constexpr TraceSite kUnlockSite{kThreadUnit, "int create_thread_unlock(void* (*)(void*), void*, int)"};
+constexpr TraceSite kWaitSite{kThreadUnit, "int thread_wait(pthread_t)"};
 
 using Records = HeapBlock<ThreadRecord[]>;
 

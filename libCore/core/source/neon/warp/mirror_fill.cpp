@@ -10,7 +10,7 @@ namespace eis {
 
 namespace {
 
-struct Plane {
+struct FilledPlane {
     uint8_t* samples;
     int64_t pitch;
     int height;
@@ -18,15 +18,15 @@ struct Plane {
     uint8_t* row(int64_t r) const { return samples + r * pitch; }
 };
 
-Plane lumaOf(const ST_PICTURE& picture) {
+FilledPlane lumaOf(const ST_PICTURE& picture) {
     return {picture.pData[0], picture.stride, picture.height};
 }
 
-Plane chromaOf(const ST_PICTURE& picture, int i) {
+FilledPlane chromaOf(const ST_PICTURE& picture, int i) {
     return {picture.pData[i], warpChromaPitch(picture.stride), picture.height >> 1};
 }
 
-void fillColumns(const Plane& plane, int x, int w, int first, int last) {
+void fillColumns(const FilledPlane& plane, int x, int w, int first, int last) {
     const int64_t end = int64_t{x} + w;
     const int64_t padding = std::max<int64_t>(plane.pitch - end, 0);
     // A padding wider than what is filled to its left takes the first column.
@@ -39,7 +39,7 @@ void fillColumns(const Plane& plane, int x, int w, int first, int last) {
     }
 }
 
-void fillRows(const Plane& plane, int y, int h) {
+void fillRows(const FilledPlane& plane, int y, int h) {
     for (int k = 0; k < y; ++k) std::memcpy(plane.row(k), plane.row(2 * int64_t{y} - k), plane.pitch);
     const int64_t end = int64_t{y} + h;
     for (int64_t j = end; j < plane.height; ++j) std::memcpy(plane.row(j), plane.row(2 * end - 1 - j), plane.pitch);
