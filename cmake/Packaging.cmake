@@ -13,6 +13,9 @@ install(TARGETS kelvane_eis_ap EXPORT kelvane_eis_ap LIBRARY DESTINATION ${CMAKE
     COMPONENT library NAMELINK_COMPONENT development)
 install(TARGETS eis_huefuse_acore EXPORT kelvane_eis_ap LIBRARY DESTINATION ${_peer} COMPONENT library)
 set_target_properties(kelvane_eis_ap PROPERTIES INSTALL_RPATH "$ORIGIN/kelvane_eis_ap")
+if(TARGET eis_image_codecs)
+    install(TARGETS eis_image_codecs LIBRARY DESTINATION ${_peer} COMPONENT tools)
+endif()
 foreach(_tool eis-host eis-lab)
     if(TARGET ${_tool})
         set_target_properties(${_tool} PROPERTIES

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "host/picture/image_codecs.h"
 #include "host/picture/picture.h"
 #include "host/picture/picture_names.h"
 #include "host/picture/picture_notes.h"
@@ -58,12 +59,12 @@ bool isImage(InputFile& file) {
     return magic.starts_with(kPngMagic) || magic.starts_with(kJpegMagic);
 }
 
-cv::Mat decodeImage(InputFile& file) {
+cv::Mat imageOf(InputFile& file) {
     std::string bytes = file.readAll();
     if (!(bytes.starts_with(kPngMagic) ? pngIsWhole(bytes) : jpegIsWhole(bytes))) file.fail("truncated or damaged");
     cv::Mat bgr;
     try {
-        bgr = cv::imdecode(cv::Mat(1, static_cast<int>(bytes.size()), CV_8UC1, bytes.data()), cv::IMREAD_COLOR);
+        bgr = decodeImage(cv::Mat(1, static_cast<int>(bytes.size()), CV_8UC1, bytes.data()), cv::IMREAD_COLOR);
     } catch (const cv::Exception&) {
         bgr.release();  // the limits of the decoder
     }
@@ -110,7 +111,7 @@ class ImageSource : public PictureSource {
 
     std::optional<Picture> next() override {
         if (std::exchange(done_, true)) return std::nullopt;
-        const cv::Mat bgr = decodeImage(file_);
+        const cv::Mat bgr = imageOf(file_);
         try {
             noteOddSides(file_.name(), {bgr.cols, bgr.rows});
             return pictureFromBgr(bgr(cv::Rect(0, 0, bgr.cols & ~1, bgr.rows & ~1)));
@@ -238,7 +239,7 @@ Picture loadPicture(const std::string& path, const RawOptions& raw) {
 
 cv::Mat loadBgr(const std::string& path, const RawOptions& raw) {
     InputFile file(path);
-    if (!rawFormatOf(path) && isImage(file)) return decodeImage(file);
+    if (!rawFormatOf(path) && isImage(file)) return imageOf(file);
     const std::unique_ptr<PictureSource> source = openSource(std::move(file), path, raw);
     const std::optional<Picture> picture = source->next();
     if (source->next()) refuseSeveral(path);

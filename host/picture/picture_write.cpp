@@ -4,6 +4,7 @@
 #include <opencv2/imgcodecs.hpp>
 #include <string_view>
 
+#include "host/picture/image_codecs.h"
 #include "host/picture/picture.h"
 #include "host/picture/picture_names.h"
 #include "host/picture/raw_picture.h"
@@ -28,7 +29,7 @@ std::vector<std::uint8_t> encode(const std::string& path, const cv::Mat& bgr) {
     const std::vector<int> options = extension == ".png" ? std::vector<int>{cv::IMWRITE_PNG_COMPRESSION, 1}
                                                          : std::vector<int>{cv::IMWRITE_JPEG_QUALITY, kJpegQuality};
     std::vector<std::uint8_t> bytes;
-    if (!cv::imencode(extension, bgr, bytes, options)) throw HostError(kExitInternal, path + ": encoder failed");
+    if (!encodeImage(extension, bgr, options, bytes)) throw HostError(kExitInternal, path + ": encoder failed");
     return bytes;
 }
 

@@ -6,6 +6,7 @@
 #include <opencv2/imgproc.hpp>
 #include <string_view>
 
+#include "host/picture/image_codecs.h"
 #include "host/program/exit_codes.h"
 #include "host/program/output_file.h"
 
@@ -105,7 +106,7 @@ std::string PagePictures::save(const std::string& name, const cv::Mat& bgr, int 
     }
     std::vector<std::uint8_t> encoded;
     for (const int quality : {92, 85, 75, 60, 40, 20, 5}) {
-        if (!cv::imencode(kExtension, shown, encoded, {cv::IMWRITE_WEBP_QUALITY, quality})) {
+        if (!encodeImage(kExtension, shown, {cv::IMWRITE_WEBP_QUALITY, quality}, encoded)) {
             throw HostError(kExitInternal, name + ": encoder failed");
         }
         if (encoded.size() <= bytes) break;

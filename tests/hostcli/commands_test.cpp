@@ -3,12 +3,12 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include "host/picture/picture.h"
 #include "host/program/exit_codes.h"
 #include "tests/harness/tools/cli.h"
+#include "tests/harness/tools/test_pictures.h"
 
 namespace eishost {
 namespace {
@@ -99,7 +99,7 @@ TEST(TablesCommand, DrawsTheCurves) {
     const TempFolder folder;
     const CliResult result = runCli("tables fast nrTH=127 --plot '" + folder.path("curves.png") + "'");
     ASSERT_EQ(result.exitCode, kExitOk) << result.err;
-    const cv::Mat picture = cv::imread(folder.path("curves.png"));
+    const cv::Mat picture = readImage(folder.path("curves.png"));
     ASSERT_GT(picture.cols, 1000);
     // The colour of the first curve, in the panel of the only table that corrects something.
     cv::Mat blue;

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <regex>
 #include <tuple>
@@ -53,9 +52,9 @@ TEST(DenoiseCommand, GainsOnTheTruthWithTheShippedRowsAndCallsTheEntriesCoherent
             << plane;
         EXPECT_GT(json["truth"]["after"]["ssim"][plane], json["truth"]["before"]["ssim"][plane]) << plane;
     }
-    EXPECT_EQ(cv::imread(folder.path("sheet.png")).cols, 4 * 480 + 3 * 8);
+    EXPECT_EQ(readImage(folder.path("sheet.png")).cols, 4 * 480 + 3 * 8);
 
-    cv::imwrite(folder.path("mask.png"), cv::Mat(470, 642, CV_8U, cv::Scalar(255)));
+    writeImage(folder.path("mask.png"), cv::Mat(470, 642, CV_8U, cv::Scalar(255)));
     for (const char* level : {"high", "low"}) {
         std::string call = "denoise " + files;
         call.append("--iso-row 5 --trace --chroma-only ").append(level).append(truth);
@@ -142,7 +141,7 @@ TEST(DenoiseCommand, WritesAPageThatHoldsTogetherAndReplacesNoOneElses) {
     std::uintmax_t bytes = text.size();
     const std::regex link("pictures/[^\"]*");
     for (std::sregex_iterator found(text.begin(), text.end(), link), none; found != none; ++found) {
-        EXPECT_FALSE(cv::imread(page + "/" + found->str()).empty()) << found->str();
+        EXPECT_FALSE(readImage(page + "/" + found->str()).empty()) << found->str();
     }
     for (const auto& entry : std::filesystem::directory_iterator(page + "/pictures")) {
         EXPECT_NE(text.find(entry.path().filename().string()), std::string::npos) << entry.path();

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include "host/picture/picture.h"
@@ -19,7 +18,7 @@ constexpr int kFrames = 6;
 class MergeCommand : public testing::Test {
   protected:
     void SetUp() override {
-        cv::imwrite(folder.path("photo.png"), collage(800, 620));
+        writeImage(folder.path("photo.png"), collage(800, 620));
         ASSERT_EQ(runCli("synth " + folder.path("photo.png") + " --frames " + std::to_string(kFrames) +
                          " --noise medium --mover --shift 15 --size 640x480 --out " + folder.path("b"))
                       .exitCode,
@@ -54,25 +53,25 @@ TEST_F(MergeCommand, MergesWhatStoodStillAndKeepsTheReferenceWhereSomethingMoved
     EXPECT_EQ(mean["merged"], mean["mean"]);
     EXPECT_EQ(mean["mean"], scores["mean"]);
 
-    const cv::Mat held = cv::imread(folder.path("held.png"), cv::IMREAD_GRAYSCALE);
+    const cv::Mat held = readImage(folder.path("held.png"), cv::IMREAD_GRAYSCALE);
     cv::Mat moved;  // at its place in the reference, the object is in no other frame
-    cv::erode(cv::imread(folder.path("b/mover_00.png"), cv::IMREAD_GRAYSCALE), moved, cv::Mat::ones(9, 9, CV_8U));
+    cv::erode(readImage(folder.path("b/mover_00.png"), cv::IMREAD_GRAYSCALE), moved, cv::Mat::ones(9, 9, CV_8U));
     EXPECT_LT(cv::mean(held, moved)[0], 0.5 * cv::mean(held, moved == 0)[0]);
 
     // Masks that cover everything leave nothing of the other frames.
     std::filesystem::create_directory(folder.path("g"));
     for (int i = 1; i < kFrames; ++i) {
-        cv::imwrite(folder.path("g/ghost_0" + std::to_string(i) + ".png"), cv::Mat(480, 640, CV_8U, cv::Scalar(255)));
+        writeImage(folder.path("g/ghost_0" + std::to_string(i) + ".png"), cv::Mat(480, 640, CV_8U, cv::Scalar(255)));
     }
     EXPECT_EQ(merge(frames + out + "--ghosts " + folder.path("g"))["held"], 1);
 }
 
 TEST_F(MergeCommand, LeavesOutWhatItCannotUse) {
-    cv::imwrite(folder.path("small.png"), collage(320, 240));
-    cv::imwrite(folder.path("blank.png"), cv::Mat(480, 640, CV_8UC3, cv::Scalar::all(90)));
+    writeImage(folder.path("small.png"), collage(320, 240));
+    writeImage(folder.path("blank.png"), cv::Mat(480, 640, CV_8UC3, cv::Scalar::all(90)));
     cv::Mat turned;
-    cv::flip(cv::imread(folder.path("b/frame_01.png")), turned, -1);
-    cv::imwrite(folder.path("turned.png"), turned);
+    cv::flip(readImage(folder.path("b/frame_01.png")), turned, -1);
+    writeImage(folder.path("turned.png"), turned);
     const std::string bad = folder.path("small.png ") + folder.path("none.png ") + folder.path("turned.png ") +
                             folder.path("blank.png ") + folder.write("text.jpg", "no picture") + ' ';
     const nlohmann::json some = merge(frames + bad + out);

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <opencv2/imgcodecs.hpp>
 
 #include "host/picture/picture.h"
 #include "tests/harness/tools/cli.h"
@@ -20,7 +19,7 @@ TEST(Refusals, AreToldInOneLine) {
                                               {"tiny.png", 64, 48},
                                               {"odd.png", 65, 48},
                                               {"plain.jpg", 64, 48}}) {
-        cv::imwrite(folder.path(name), collage(width, height));
+        writeImage(folder.path(name), collage(width, height));
     }
     for (const auto& [name, width, height] : {std::tuple{"in.y4m", 256, 192},
                                               {"blank.png", 640, 480},
@@ -35,7 +34,7 @@ TEST(Refusals, AreToldInOneLine) {
     folder.write("older/frame_07.png", "");
     folder.write("wide.y4m", "YUV4MPEG2 W64 H48 C422\nFRAME\n");
     folder.write("deep.y4m", "YUV4MPEG2 W64 H48 C420p10\nFRAME\n");
-    cv::imwrite(folder.path("deep.png"), cv::Mat(48, 64, CV_16UC4, cv::Scalar::all(30000)));
+    writeImage(folder.path("deep.png"), cv::Mat(48, 64, CV_16UC4, cv::Scalar::all(30000)));
     const std::string jpeg = folder.read("plain.jpg");
     const std::string profile("\xff\xe2\x00\x10ICC_PROFILE\0\1\1", 18);
     folder.write("profile.jpg", jpeg.substr(0, 2) + profile + jpeg.substr(2));

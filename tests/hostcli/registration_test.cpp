@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <sstream>
 
@@ -22,7 +21,7 @@ class Registration : public testing::Test {
   protected:
     // frame_00.png and on, with their truth.
     void makeBurst(const std::string& options) {
-        cv::imwrite(folder.path("photo.png"), collage(1800, 1160));
+        writeImage(folder.path("photo.png"), collage(1800, 1160));
         const CliResult made =
             runCli("synth " + folder.path("photo.png") + " --out " + folder.path("") + " " + options);
         ASSERT_EQ(made.exitCode, kExitOk) << made.err;
@@ -35,7 +34,7 @@ class Registration : public testing::Test {
         const CliResult result = runCli("register --json " + pair_ + " --out " + folder.path("aligned.y4m") +
                                         " --overlay " + folder.path("overlay.png"));
         EXPECT_EQ(result.exitCode, kExitOk) << result.err;
-        EXPECT_GE(cv::imread(folder.path("overlay.png")).cols, 640);
+        EXPECT_GE(readImage(folder.path("overlay.png")).cols, 640);
         return json::parse(result.out);
     }
     // Of each frame.

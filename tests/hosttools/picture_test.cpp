@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <opencv2/imgcodecs.hpp>
-
 #include "host/program/exit_codes.h"
 #include "tests/harness/files.h"
 

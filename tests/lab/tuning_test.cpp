@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
-#include <opencv2/imgcodecs.hpp>
 #include <string_view>
 
 #include "host/lab/key_page.h"
@@ -11,6 +10,7 @@
 #include "host/program/exit_codes.h"
 #include "tests/harness/files.h"
 #include "tests/harness/tools/cli.h"
+#include "tests/harness/tools/test_pictures.h"
 
 namespace eislab {
 namespace {
@@ -117,7 +117,7 @@ TEST(Plot, TakesStrengthsFromWordsAndFiles) {
     const std::string png = folder.path("both.png");
     const CliResult drawn = runCli("tables plot '" + file + "' iso=3 --against nrTH=90 --out '" + png + "'");
     ASSERT_EQ(drawn.exitCode, kExitOk) << drawn.err;
-    EXPECT_FALSE(cv::imread(png).empty());
+    EXPECT_FALSE(readImage(png).empty());
 }
 
 }  // namespace

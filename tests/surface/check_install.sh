@@ -10,6 +10,7 @@ cd /
 if [[ -e "$prefix/bin/eis-lab" ]]; then
     for tool in eis-host eis-lab; do "$prefix/bin/$tool" --help >/dev/null; done
     "$prefix/bin/eis-host" tuning show "$prefix/share/kelvane_eis_ap/multiframe.xml" >/dev/null
+    "$prefix/bin/eis-host" tables fast nrTH=127 --plot "$prefix/curves.png" >/dev/null
 fi
 
 export PKG_CONFIG_PATH=$prefix/lib/pkgconfig

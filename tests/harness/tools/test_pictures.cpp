@@ -1,6 +1,12 @@
 #include "tests/harness/tools/test_pictures.h"
 
+#include <filesystem>
+#include <fstream>
 #include <opencv2/imgproc.hpp>
+#include <vector>
+
+#include "host/picture/image_codecs.h"
+#include "tests/harness/files.h"
 
 namespace eishost {
 
@@ -19,6 +25,18 @@ cv::Mat collage(int width, int height) {
     }
     cv::GaussianBlur(picture, picture, {0, 0}, 1.0);
     return picture;
+}
+
+void writeImage(const std::string& path, const cv::Mat& picture) {
+    std::vector<std::uint8_t> bytes;
+    CV_Assert(encodeImage(std::filesystem::path(path).extension().string(), picture, {}, bytes));
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
+}
+
+cv::Mat readImage(const std::string& path, int mode) {
+    std::string bytes = eis::test::readFile(path);
+    if (bytes.empty()) return {};
+    return decodeImage(cv::Mat(1, static_cast<int>(bytes.size()), CV_8UC1, bytes.data()), mode);
 }
 
 }  // namespace eishost
