@@ -1,7 +1,9 @@
 // The digests and table entries were computed apart from this code.
 #include "highLevel/src/luma/recursive_filter.h"
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <vector>
 
 #include "tests/harness/kernel_cases.h"
@@ -34,8 +36,9 @@ Tables randomTables(uint64_t seed) {
 }
 
 // What both passes leave of the input, each in two parts, of which the second may have no rows; in place, or by the
-// vectors of every other case from a plane apart.
-Plane<int16_t> filtered(const KernelCase& c, const Tables& tables, const Plane<int16_t>& input, bool plain) {
+// vectors of every other case from a plane apart. `down` is the table of columns where rows have another one.
+Plane<int16_t> filtered(const KernelCase& c, const Tables& tables, const Plane<int16_t>& input, bool plain,
+                        const int16_t* down = nullptr) {
     auto plane = c.empty<int16_t>(c.width, c.height, c.pitch());
     const auto apart = c.empty<int16_t>(c.width, c.height, c.width);
     const auto line = c.empty<int32_t>(c.width, 1, c.width);
@@ -49,9 +52,16 @@ Plane<int16_t> filtered(const KernelCase& c, const Tables& tables, const Plane<i
         for (const bool opens : {true, false}) {
             const int count = opens ? cut : c.height - cut;
             const int first = backward == opens ? c.height - count : 0;
-            const RecursiveFilterArgs args{line.data(),     tables.follow, tables.follow,    tables.restore,
-                                           from.row(first), from.pitch(),  plane.row(first), plane.pitch(),
-                                           c.width,         count};
+            const RecursiveFilterArgs args{line.data(),
+                                           tables.follow,
+                                           down != nullptr ? down : tables.follow,
+                                           tables.restore,
+                                           from.row(first),
+                                           from.pitch(),
+                                           plane.row(first),
+                                           plane.pitch(),
+                                           c.width,
+                                           count};
             form(&args, opens);
         }
     }
@@ -90,6 +100,23 @@ TEST(RecursiveFilter, RowsThatNeedWiderSumsAgree) {
             }
             const Tables tables = built(seed % 3 == 0 ? 100 : 20, 5000);
             EXPECT_TRUE(agree(filtered(c, tables, input, true), filtered(c, tables, input, false)));
+        }
+    });
+}
+
+// The narrow form needs all three tables to be flat enough.
+TEST(RecursiveFilter, OneSteepTableAgrees) {
+    const Tables steep = randomTables(1);
+    forEachTarget([&] {
+        for (const int which : {0, 1, 2}) {
+            const KernelCase c{200, 24, Content::kNatural, {}, static_cast<uint64_t>(which)};
+            const auto input = c.filled<int16_t>(c.width, c.height, c.pitch(), 0, 0, 255);
+            Tables tables = built(100, 5000);
+            const std::vector<int16_t> flat(std::begin(tables.follow), std::end(tables.follow));
+            if (which == 0) std::copy(std::begin(steep.follow), std::end(steep.follow), tables.follow);
+            if (which == 2) std::copy(std::begin(steep.restore), std::end(steep.restore), tables.restore);
+            const int16_t* const down = which == 1 ? steep.follow : flat.data();
+            EXPECT_TRUE(agree(filtered(c, tables, input, true, down), filtered(c, tables, input, false, down)));
         }
     });
 }
