@@ -2,10 +2,11 @@
 #include <filesystem>
 #include <memory>
 
+#include "host/command_line/call_options.h"
+#include "host/command_line/page_options.h"
+#include "host/command_line/raw_options.h"
 #include "host/commands/commands.h"
-#include "host/dsp/call_streams.h"
 #include "host/dsp/tuning_record.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "host/program/output_file.h"

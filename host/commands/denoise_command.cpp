@@ -5,17 +5,17 @@
 #include <optional>
 #include <utility>
 
+#include "host/command_line/call_options.h"
+#include "host/command_line/page_options.h"
+#include "host/command_line/raw_options.h"
 #include "host/commands/commands.h"
-#include "host/dsp/call_streams.h"
 #include "host/dsp/denoise_call.h"
 #include "host/dsp/tuning_record.h"
 #include "host/picture/before_after.h"
 #include "host/picture/metrics.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/progress.h"
 #include "host/report/frame_report.h"
-#include "host/report/page.h"
 #include "host/report/settings_origin.h"
 #include "host/video/picture_stream.h"
 

@@ -1,9 +1,7 @@
 // eis-host: the command line that plays the DSP.
-#include <CLI/CLI.hpp>
-
+#include "host/command_line/tool.h"
 #include "host/commands/commands.h"
 #include "host/dsp/call_recorder.h"
-#include "host/program/tool.h"
 
 namespace {
 

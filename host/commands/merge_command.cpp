@@ -4,13 +4,14 @@
 #include <memory>
 #include <opencv2/imgproc.hpp>
 
+#include "host/command_line/call_options.h"
+#include "host/command_line/page_options.h"
+#include "host/command_line/raw_options.h"
 #include "host/commands/commands.h"
-#include "host/dsp/call_streams.h"
 #include "host/dsp/tuning_record.h"
 #include "host/merge/merge.h"
 #include "host/merge/merge_page.h"
 #include "host/merge/merge_report.h"
-#include "host/picture/raw_options.h"
 #include "host/program/cpu_time.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"

@@ -5,10 +5,10 @@
 #include <memory>
 
 #include "acore_types.h"
+#include "host/command_line/call_options.h"
+#include "host/command_line/raw_options.h"
 #include "host/commands/commands.h"
-#include "host/dsp/call_streams.h"
 #include "host/match/frame_source.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "host/program/progress.h"

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "host/command_line/call_options.h"
 #include "host/commands/commands.h"
-#include "host/dsp/call_streams.h"
 #include "host/dsp/other_library.h"
 #include "host/dsp/replay.h"
 

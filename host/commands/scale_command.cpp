@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <memory>
 
+#include "host/command_line/call_options.h"
+#include "host/command_line/raw_options.h"
 #include "host/commands/commands.h"
-#include "host/dsp/call_streams.h"
 #include "host/dsp/scale_call.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "host/program/progress.h"

@@ -6,9 +6,9 @@
 #include <iostream>
 #include <memory>
 
+#include "host/command_line/raw_options.h"
 #include "host/commands/commands.h"
 #include "host/commands/row_search.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "host/program/progress.h"

@@ -6,13 +6,13 @@
 #include <optional>
 #include <utility>
 
+#include "host/command_line/call_options.h"
+#include "host/command_line/raw_options.h"
 #include "host/commands/commands.h"
-#include "host/dsp/call_streams.h"
 #include "host/motion/least_zoom.h"
 #include "host/motion/stabilizer.h"
 #include "host/motion/steady_page.h"
 #include "host/motion/steady_report.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "host/program/progress.h"

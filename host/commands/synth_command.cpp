@@ -7,9 +7,9 @@
 #include <iostream>
 #include <memory>
 
+#include "host/command_line/raw_options.h"
 #include "host/commands/commands.h"
 #include "host/picture/picture.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/output_file.h"
 #include "host/program/output_folder.h"

@@ -4,8 +4,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "host/command_line/call_options.h"
 #include "host/commands/commands.h"
-#include "host/dsp/call_streams.h"
 #include "host/dsp/control_tables.h"
 #include "host/program/messages.h"
 #include "host/report/control_plot.h"

@@ -2,8 +2,8 @@
 #include <iostream>
 #include <memory>
 
+#include "host/command_line/call_options.h"
 #include "host/commands/commands.h"
-#include "host/dsp/call_streams.h"
 #include "host/dsp/record_values.h"
 #include "host/dsp/tuning_record.h"
 

@@ -1,11 +1,7 @@
-// The options of the command line that show or keep the library's calls.
+// Where the library's calls are shown.
 #pragma once
 
 #include <iosfwd>
-
-namespace CLI {
-class App;
-}
 
 namespace eishost {
 
@@ -15,12 +11,5 @@ struct CallStreams {
 
     bool areQuiet() const { return trace == nullptr && log == nullptr; }
 };
-
-// Adds --trace and --log, to standard error. `streams` outlives the parsing.
-void addShowOptions(CLI::App& command, CallStreams& streams);
-// Adds --record. The program ends with finishRecording().
-void addRecordOption(CLI::App& command);
-// Adds all three.
-void addCallStreams(CLI::App& command, CallStreams& streams);
 
 }  // namespace eishost

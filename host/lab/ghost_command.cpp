@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "host/command_line/raw_options.h"
 #include "host/dsp/tuning_record.h"
 #include "host/lab/commands.h"
 #include "host/lab/ghost_detect.h"
@@ -13,7 +14,6 @@
 #include "host/lab/ghost_settings.h"
 #include "host/lab/ghost_truth.h"
 #include "host/picture/picture.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "host/program/progress.h"

@@ -11,10 +11,10 @@
 #include <memory>
 #include <vector>
 
+#include "host/command_line/raw_options.h"
 #include "host/dsp/library_log.h"
 #include "host/lab/commands.h"
 #include "host/picture/picture.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/messages.h"
 #include "opencl/cl_platform.h"

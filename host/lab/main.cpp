@@ -1,8 +1,6 @@
 // eis-lab: the tuning engineer's bench.
-#include <CLI/CLI.hpp>
-
+#include "host/command_line/tool.h"
 #include "host/lab/commands.h"
-#include "host/program/tool.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 #include <nlohmann/json.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "host/command_line/raw_options.h"
 #include "host/dsp/tuning_record.h"
 #include "host/lab/commands.h"
 #include "host/lab/stages.h"
-#include "host/picture/raw_options.h"
 #include "host/program/exit_codes.h"
 #include "host/program/output_file.h"
 #include "host/report/frame_report.h"

@@ -1,6 +1,5 @@
 #include "host/report/page.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <opencv2/imgproc.hpp>
@@ -35,14 +34,6 @@ nlohmann::json rectJson(const cv::Rect& area) {
 }
 
 }  // namespace
-
-void addPageOptions(CLI::App& command, PageOptions& options) {
-    CLI::Option* const report =
-        command.add_option("--report", options.folder,
-                           "Folder for a page, index.html with its pictures, that shows before and after, frames,\n"
-                           "figures and settings in a browser");
-    command.add_option("--stages", options.stages, "Folder of eis-lab stages, to be shown on the page")->needs(report);
-}
 
 std::string burstTitle(const std::string& reference) {
     const fs::path path(reference);

@@ -12,18 +12,12 @@
 #include "host/report/page_measures.h"
 #include "host/report/page_pictures.h"
 
-namespace CLI {
-class App;
-}
-
 namespace eishost {
 
 struct PageOptions {
     std::string folder;  // empty for no page
     std::string stages;  // a folder of eis-lab stages; may be empty
 };
-
-void addPageOptions(CLI::App& command, PageOptions& options);
 
 // What the page of a burst is about: the reference, with the folder that tells bursts apart where all name their frames
 // alike.

@@ -1,4 +1,4 @@
-#include "host/picture/raw_options.h"
+#include "host/command_line/raw_options.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,4 +1,4 @@
-#include "host/dsp/call_streams.h"
+#include "host/command_line/call_options.h"
 
 #include <CLI/CLI.hpp>
 #include <iostream>

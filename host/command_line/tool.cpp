@@ -1,4 +1,4 @@
-#include "host/program/tool.h"
+#include "host/command_line/tool.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
