@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <filesystem>
+
 #include "host/picture/codecs/codecs.h"
 #include "host/program/exit_codes.h"
 
@@ -14,11 +16,20 @@ struct Codecs {
     decltype(&eisEncodeImage) encode = nullptr;
 };
 
+// From the programs' folder: where the build puts it, and where it is installed. The loader's own search would start
+// from whoever calls dlopen, which a sanitizer does in the program's place.
+void* openedLibrary() {
+    const std::filesystem::path programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    for (const char* const path : {EIS_BUILT_CODECS, EIS_INSTALLED_CODECS}) {
+        if (void* const library = dlopen((programs / path).c_str(), RTLD_NOW | RTLD_LOCAL)) return library;
+    }
+    throw HostError(kExitInternal, std::string("the codecs of pictures do not load: ") + dlerror());
+}
+
 // Never closed: what the codecs keep lives as long as the program.
 const Codecs& codecs() {
     static const Codecs loaded = [] {
-        void* const library = dlopen(EIS_IMAGE_CODECS, RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr) throw HostError(kExitInternal, std::string("the codecs do not load: ") + dlerror());
+        void* const library = openedLibrary();
         return Codecs{reinterpret_cast<decltype(&eisDecodeImage)>(dlsym(library, "eisDecodeImage")),
                       reinterpret_cast<decltype(&eisEncodeImage)>(dlsym(library, "eisEncodeImage"))};
     }();
