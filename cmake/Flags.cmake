@@ -32,7 +32,7 @@ endif()
 # The product is optimised in every configuration but debug: its bits must not depend on the level, its speed does.
 add_library(eis_product INTERFACE)
 target_link_libraries(eis_product INTERFACE eis_common)
-# Where sanitizers instrument it, the last level takes the compiler three times as long.
+# Where sanitizers instrument it, the last level takes the compiler up to three times as long.
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     target_compile_options(eis_product INTERFACE $<IF:$<BOOL:${EIS_SANITIZE}>,-O2,-O3>)
 endif()

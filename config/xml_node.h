@@ -151,7 +151,7 @@ void removeLastClear(XmlNodeBody* body);
 inline bool IsNull(const XmlNode& node) {
     return node.body() == nullptr;
 }
-// The first child of that name, without regard to case.
+// The first child of that name, without regard to case; the empty node where there is none, or no name.
 XmlNode FindChild(const XmlNode& node, const char* name);
 // The first text, which belongs to the node; null when there is none.
 const char* FirstText(const XmlNodeBody* body);

@@ -30,8 +30,12 @@ void* openedLibrary() {
 const Codecs& codecs() {
     static const Codecs loaded = [] {
         void* const library = openedLibrary();
-        return Codecs{reinterpret_cast<decltype(&eisDecodeImage)>(dlsym(library, "eisDecodeImage")),
-                      reinterpret_cast<decltype(&eisEncodeImage)>(dlsym(library, "eisEncodeImage"))};
+        const Codecs found{reinterpret_cast<decltype(&eisDecodeImage)>(dlsym(library, "eisDecodeImage")),
+                           reinterpret_cast<decltype(&eisEncodeImage)>(dlsym(library, "eisEncodeImage"))};
+        if (found.decode == nullptr || found.encode == nullptr) {
+            throw HostError(kExitInternal, "the codecs of pictures are of another version");
+        }
+        return found;
     }();
     return loaded;
 }

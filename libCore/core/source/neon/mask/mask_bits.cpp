@@ -214,7 +214,7 @@ void BinarizeDilateBy3(uint8_t* mask, uint8_t threshold, int width, int height, 
                        uint32_t* scratchWords) {
     constexpr int kRadius = 3;
     constexpr int kRing = 8;
-    static_assert(kRing > 2 * kRadius);
+    static_assert(kRing > 2 * kRadius && (kRing & (kRing - 1)) == 0);
     const int wordsPerRow = (width + 31) / 32;
     uint32_t* packed = words + 1;
     uint32_t* united = packed + wordsPerRow + 1;

@@ -25,8 +25,8 @@ void IVS_Dilation_r7(uint32_t* words, uint32_t* scratchWords, int height, int wo
 void IVS_Dilation_r7_plain(uint32_t* words, uint32_t* scratchWords, int height, int wordCount, int padBits);
 
 // Makes bytes at or above the threshold 255, others 0, and dilates by a square of radius 3: binarizing, packing,
-// dilation and unpacking in one sweep. The words have room for two packed copies. Planes of more than 32 columns and
-// more than two rows.
+// dilation and unpacking in one sweep. Words and scratchWords have room for a packed copy each. Planes of more than 32
+// columns and more than two rows.
 void IVS_BinarizeDilation_r3(uint8_t* mask, uint8_t threshold, int width, int height, uint32_t* words,
                              uint32_t* scratchWords);
 
