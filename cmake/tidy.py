@@ -2,9 +2,10 @@
 """clang-tidy over the files named on standard input: tidy.py BUILD_FOLDER [OPTION OF CLANG-TIDY...]
 
 Headers are most of the work, so the files of a folder are looked at together, by a source that includes them, but for
-those that include themselves once a vector unit. A group that was found clean is not looked at again until its text
-after the preprocessor, comments with it, the rules or the options differ; BUILD_FOLDER/clean holds the hashes. One
-source a process: the analyser's va_list check sees false faults in the second one.
+those that include themselves once a vector unit; and checks pass over the system's headers, see tidy_scope.cpp. A group
+that was found clean is not looked at again until its text after the preprocessor, comments with it, the rules or the
+options differ; BUILD_FOLDER/clean holds the hashes. One source a process: the analyser's va_list check sees false faults
+in the second one.
 """
 import concurrent.futures
 import hashlib
@@ -16,6 +17,8 @@ import sys
 from pathlib import Path
 
 PROGRAM = "clang-tidy-14"
+HEADERS = "/usr/lib/llvm-14/include"
+PLUGIN = Path(__file__).with_name("tidy_scope.cpp")
 
 
 class Group:
@@ -55,13 +58,23 @@ def groups_of(names, entries):
     return sorted(groups.values(), key=Group.size, reverse=True)
 
 
-def check(group, folder, options, rules, clean):
+def built_plugin(build):
+    """Built without run-time types, as the program that it extends."""
+    plugin = build.absolute() / "tidy_scope.so"
+    subprocess.run(["ccache", "g++", "-std=c++17", "-fPIC", "-fno-rtti", "-isystem", HEADERS, "-c", PLUGIN,
+                    "-o", plugin.with_suffix(".o")], check=True)
+    subprocess.run(["g++", "-shared", plugin.with_suffix(".o"), "-o", plugin], check=True)
+    return plugin
+
+
+def check(group, folder, plugin, options, rules, clean):
     """What is wrong with the group, or nothing; and its hash."""
     parts = [rules, repr(options).encode(), *(Path(name).read_bytes() for name in group.names), group.preprocessed()]
     key = hashlib.sha256(b"\0".join(hashlib.sha256(part).digest() for part in parts)).hexdigest()
     if key in clean:
         return "", key
-    done = subprocess.run([PROGRAM, "-p", folder, "--quiet", *options, group.source], capture_output=True, text=True)
+    done = subprocess.run([PROGRAM, f"--load={plugin}", "-p", folder, "--quiet", *options, group.source],
+                          capture_output=True, text=True)
     # The count of warnings in other people's headers goes to standard error.
     return (done.stdout + (done.stderr if done.returncode else "")).strip(), key
 
@@ -71,7 +84,7 @@ def main():
     entries = {os.path.relpath(entry["file"]): entry
                for entry in json.loads((build / "compile_commands.json").read_text())}
     version = subprocess.run([PROGRAM, "--version"], check=True, capture_output=True).stdout
-    rules = Path(".clang-tidy").read_bytes() + version
+    rules = Path(".clang-tidy").read_bytes() + version + PLUGIN.read_bytes()
     kept = build / "clean"
     clean = set(kept.read_text().split()) if kept.exists() else set()
     names = sys.stdin.read().split()
@@ -81,9 +94,10 @@ def main():
     folder.mkdir(exist_ok=True)
     groups = groups_of(names, entries)
     (folder / "compile_commands.json").write_text(json.dumps([group.write(folder, i) for i, group in enumerate(groups)]))
+    plugin = built_plugin(build)
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool, kept.open("a") as out:
-        runs = [pool.submit(check, group, folder, options, rules, clean) for group in groups]
+        runs = [pool.submit(check, group, folder, plugin, options, rules, clean) for group in groups]
         for run in concurrent.futures.as_completed(runs):
             findings, key = run.result()
             if findings:
