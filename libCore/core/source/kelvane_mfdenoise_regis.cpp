@@ -149,7 +149,7 @@ EIS_EXPORT ret_status Ransac_Regis_AcoreAPI_EIS(const ST_RANSAC_REGIS_BLOCK* blo
         EIS_LOG_ERROR("FunConvert2Addr for input and output parameter error\n");
         return retStsBadAddress;
     }
-    auto* homography = convertTo<float>(words.pHomography);
+    auto* homography = convertTo<uint8_t>(words.pHomography);
     if (homography == nullptr) {
         EIS_LOG_ERROR("FunConvert2Addr for Homo parameter error\n");
         return retStsBadAddress;

@@ -24,7 +24,7 @@ int64_t scratchBytes(int64_t pairs, int64_t width) {
 }  // namespace
 
 ret_status ImgRegistration_2(const ST_IMGREGISTRATION_PARAMS_IN* paramsIn, ST_IMGREGISTRATION_PARAMS_OUT* paramsOut,
-                             int lumaOnly, float* homographyOut) {
+                             int lumaOnly, void* homographyOut) {
     const ST_PICTURE& reference = paramsIn->stMultiPicIn.astInImg[0];
     const ST_MATCH_PAIRS& pairs = paramsIn->stMatchPairs;
     if (reference.format != kPictureFormat) {

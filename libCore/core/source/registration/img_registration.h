@@ -32,6 +32,6 @@ struct ST_IMGREGISTRATION_PARAMS_OUT {
 // 0; 3 when the frame cannot be aligned: no output picture is touched then, and nine floats at homographyOut (at any
 // alignment) become the identity when there are fewer than 8 pairs; -998 for a picture format other than 2; -1000.
 ret_status ImgRegistration_2(const ST_IMGREGISTRATION_PARAMS_IN* paramsIn, ST_IMGREGISTRATION_PARAMS_OUT* paramsOut,
-                             int lumaOnly, float* homographyOut);
+                             int lumaOnly, void* homographyOut);
 
 }  // namespace eis
