@@ -7,8 +7,6 @@ function(eis_compile_by_room target)
         if(NOT _kernel)
             cmake_path(GET _source PARENT_PATH _room)
             cmake_path(RELATIVE_PATH _room BASE_DIRECTORY ${CMAKE_SOURCE_DIR})
-            # The options that commands share bring the command line's library as they do.
-            string(REPLACE "command_line" "commands" _room ${_room})
             string(REPLACE "/" "_" _room ${_room})
             set_source_files_properties(${_source} PROPERTIES UNITY_GROUP ${_room})
         endif()
