@@ -12,7 +12,6 @@
 #include <ctime>
 #include <filesystem>
 #include <limits>
-#include <ranges>
 #include <string>
 
 #include "config/tuning_load.h"
@@ -286,7 +285,7 @@ TEST_F(TuningLoad, EachAllocationFailing) {
         EXPECT_EQ(word(2264), 12);
         EXPECT_EQ(at<float>(2288 + 32 + 40), 0.25F);
     };
-    for (const size_t filling : std::views::iota(0, 50)) {
+    for (size_t filling = 0; filling < 50; ++filling) {
         SCOPED_TRACE(filling);
         write("<z>" + std::string(6000 + 43 * filling, 'z') +
               "</z><!-- c --><Global a='1' b><ExposureFusionFlag>1<!-- x -->2</ExposureFusionFlag></Global>"

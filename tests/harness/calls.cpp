@@ -9,6 +9,7 @@
 #include <atomic>
 #include <bit>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -258,7 +259,8 @@ size_t __real_fread(void* buffer, size_t size, size_t count, FILE* stream);
 int __real_gettimeofday(timeval* now, void* zone);
 
 void* __wrap_malloc(size_t size) {
-    if (isMadeToFail(eis::test::kMalloc)) {
+    // What the C library refuses by itself, checkers of memory would report.
+    if (isMadeToFail(eis::test::kMalloc) || size > PTRDIFF_MAX) {
         errno = ENOMEM;
         return nullptr;
     }

@@ -106,6 +106,13 @@ TEST(Log, GroupsCallsInEveryFormat) {
         EXPECT_EQ(calls[0].times[1].milliseconds, 4);
         EXPECT_EQ(calls[0].reasons, Strings{"refused, the frame is copied: the perspective is too strong"});
         EXPECT_FALSE(calls[1].ended);
+        const eishost::CliResult whole = eishost::runCli("log log", folder.path(""));
+        EXPECT_EQ(whole.exitCode, eishost::kExitFindings);
+        for (const char* part : {"line 3: Ransac_Regis_AcoreAPI_EIS", "status 0\n", " 4 ms\n",
+                                 "\n    refused, the frame is", "line 9: Ransac_Regis_AcoreAPI_EIS", ", NO END\n",
+                                 "milliseconds  ", "\n2 calls, 0 failed, 1 without an end\n"}) {
+            EXPECT_NE(whole.out.find(part), std::string::npos) << part << whole.out;
+        }
         folder.write("damaged", text + "no line\n");
         const eishost::CliResult damaged = eishost::runCli("log damaged", folder.path(""));
         EXPECT_EQ(damaged.exitCode, eishost::kExitUnreadable);

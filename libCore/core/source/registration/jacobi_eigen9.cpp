@@ -23,16 +23,16 @@ using Keys = hn::RebindToSigned<Floats>;
 constexpr int kLanes = static_cast<int>(hn::MaxLanes(Floats()));
 constexpr int kPitch = (kN + kLanes - 1) / kLanes * kLanes;
 
-// hypot in double precision, rounded to single. The square root of the sum of squares is within a few units of the last
-// place of a double, which changes the rounded result only near the middle between two floats or below the normal
-// range: there the C library's hypot decides.
+// hypot in double precision, rounded to single, of operands one of which is above kEpsilon. The square root of the sum
+// of squares is within a unit of the last place of a double, which changes the rounded result only near the middle
+// between two floats: there the C library's hypot decides.
 HWY_INLINE float HypotSingle(float a, float b) {
     const double x = a;
     const double y = b;
     const double root = std::sqrt(x * x + y * y);
     constexpr uint64_t kCutOff = (uint64_t{1} << 29) - 1;  // bits of a double that a float has no room for
     const uint64_t fromMiddle = (std::bit_cast<uint64_t>(root) + 8 - (uint64_t{1} << 28)) & kCutOff;
-    if (fromMiddle <= 16 || root < 1.2e-38) [[unlikely]]
+    if (fromMiddle <= 16) [[unlikely]]
         return static_cast<float>(std::hypot(x, y));
     return static_cast<float>(root);
 }
