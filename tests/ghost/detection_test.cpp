@@ -314,6 +314,7 @@ TEST(GhostDetection, EveryFaultInTurn) {
 TEST(GhostDetection, BandsFailAlone) {
     for (const int height : {260, 512}) {
         const int count = 4 * 23 + (height == 260 ? 2 : 0);
+        // At 260 each, as two of them, wherever they come, are copies for the rows above the second band.
         for (int nth = 1; nth <= count; nth += height == 260 ? 1 : 5) {
             Pair pair(300, height);
             const ResourceWatch watch;
