@@ -38,9 +38,11 @@ def make_pages():
     run("eis-lab", "stages", burst / "frame_00.png", OUT / "stages")
     run("eis-host", "merge", *sorted(burst.glob("frame_*.png")), "--truth", burst, "--out", OUT / "merged.png",
         "--report", OUT / "page", "--stages", OUT / "stages")
+    run("eis-host", "burst", *sorted(burst.glob("frame_*.png")), "--denoise", "--out", OUT / "aligned", "--report",
+        OUT / "frames")
     run("eis-host", "synth", PHOTO, "--clip", "--frames", 40, "--cut", 25, "--size", "640x360", "--out", OUT / "clip")
     run("eis-host", "stabilize", OUT / "clip/clip.y4m", OUT / "steady.y4m", "--report", OUT / "film")
-    run("eis-host", "pages", OUT / "page", OUT / "film", "--out", OUT / "index.html")
+    run("eis-host", "pages", OUT / "page", OUT / "frames", OUT / "film", "--out", OUT / "index.html")
 
 
 class Browser:
@@ -168,6 +170,12 @@ class PageTest(unittest.TestCase):
             self.assertIn("denoised", panes[0])
             self.assertIn("reference", panes[1])
             browser.save("lens.png")
+            self.check_all_loaded(browser)
+
+    def test_aligned_frames(self):
+        with Browser(OUT / "frames/index.html", DESKTOP) as browser:
+            self.check_border(browser, 0.5)
+            browser.save("frames.png")
             self.check_all_loaded(browser)
 
     def test_clip(self):

@@ -5,6 +5,7 @@
 #include "host/picture/picture.h"
 #include "host/program/exit_codes.h"
 #include "tests/harness/tools/cli.h"
+#include "tests/harness/tools/test_pictures.h"
 
 namespace eishost {
 namespace {
@@ -24,16 +25,24 @@ std::string recordedScale(const TempFolder& folder) {
 TEST(Replay, FindsEachCallOfACommandTheSame) {
     const TempFolder folder;
     recordedScale(folder);
+    writeImage(folder.path("photo.png"), collage(900, 700));
+    ASSERT_EQ(runCli("synth photo.png --frames 2 --size 320x240 --out burst", folder.path("")).exitCode, kExitOk);
     for (const std::string command :
          {"denoise in.y4m out.png lumaLF=-60", "denoise in.y4m out.png --chroma-only low --iso-row 3",
           "denoise in.y4m out.png --chroma-only high chromaS=-60", "tables fast nrTH=40",
-          "tables shrink shrinkRatio1=-40", "tuning show " EIS_TUNING_FILE}) {
+          "register burst/frame_00.png burst/frame_01.png --out aligned.png", "tables shrink shrinkRatio1=-40",
+          "tuning show " EIS_TUNING_FILE}) {
         ASSERT_EQ(runCli(command + " --record more.eisc", folder.path("")).exitCode, kExitOk) << command;
         folder.write("call.eisc", folder.read("call.eisc") + folder.read("more.eisc"));
     }
     const CliResult result = runCli("replay call.eisc", folder.path(""));
     EXPECT_EQ(result.exitCode, kExitOk) << result.out << result.err;
-    EXPECT_NE(result.out.find("call 8: ParseXML_AcoreAPI_EIS"), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("call 9: ParseXML_AcoreAPI_EIS"), std::string::npos) << result.out;
+    for (int call = 1; call <= 9; ++call) {
+        const CliResult block = runCli(
+            "--version && '" EIS_LAB_PROGRAM "' block call.eisc --call " + std::to_string(call), folder.path(""));
+        EXPECT_EQ(block.exitCode, kExitOk) << "what a tool hands over cannot be: " << block.out << block.err;
+    }
 }
 
 TEST(Replay, TellsWhatAnotherLibraryMakesOfACall) {
